@@ -1,0 +1,192 @@
+#include "dem/contour_length.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "dem/dem.h"
+#include "foundation/memory.h"
+#include "grid/storage.h"
+#include "grid/surface_raster.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "calcBcon in DEM_Module";
+constexpr float kHalfCircle = 3.1415927F;
+constexpr float kFullCircle = 6.2831855F;
+constexpr float kQuarterCircle = 1.5707964F;
+constexpr float kThreeQuarters = 4.712389F;
+
+// ---- one cell ----
+
+/// What a centre and an adjacent position give together: both, or the part of the one that is in.
+float term(bool centreIn, bool adjacentIn, float p, float q) {
+  if (centreIn) return adjacentIn ? p + q : p * p / (p + q);
+  return adjacentIn ? q * q / (p + q) : 0.0F;
+}
+
+/// Adds the two terms of one side. A weight costs a sine or cosine and is worked out only where a term
+/// needs it; the terms of positions that are all out are 0 and leave the sum as it is.
+template <class Weight, class In>
+void addSide(float& sum, float centre, float first, float second, Weight weight, In in) {
+  const bool centreIn = in(centre);
+  const bool firstIn = in(first);
+  const bool secondIn = in(second);
+  if (!(centreIn || firstIn || secondIn)) return;
+  const float p = weight(centre);
+  if (centreIn || firstIn) sum += term(centreIn, firstIn, p, weight(first));
+  if (centreIn || secondIn) sum += term(centreIn, secondIn, p, weight(second));
+}
+
+}  // namespace
+
+float contourLength(const std::array<float, 8>& turned) {
+  const auto sine = [](float angle) { return std::abs(std::sin(angle)); };
+  const auto cosine = [](float angle) { return std::abs(std::cos(angle)); };
+  const auto& [t1, t2, t3, t4, t5, t6, t7, t8] = turned;
+  float sum = 0.0F;
+  addSide(sum, t1, t2, t8, sine, [](float t) { return t > 0.0F && t < kHalfCircle; });
+  addSide(sum, t3, t2, t4, cosine, [](float t) { return t < kQuarterCircle || t > kThreeQuarters; });
+  addSide(sum, t5, t4, t6, sine, [](float t) { return t > kHalfCircle && t < kFullCircle; });
+  addSide(sum, t7, t6, t8, cosine, [](float t) { return t > kQuarterCircle && t < kThreeQuarters; });
+  return sum * 0.25F;
+}
+
+// ---- the grid ----
+
+namespace {
+
+/// Three rows of a grid that move down it, with nodata for NaN and for all that lies beyond the edges:
+/// what a checked read of each cell would give, at the cost of one copy.
+class RowWindow {
+ public:
+  explicit RowWindow(R4Grid_type& grid) : grid_(grid), none_(grid.GetNodataR4()) {}
+
+  [[nodiscard]] bool allocate() {
+    for (auto& row : rows_)
+      if (!tryAllocate(row, static_cast<std::size_t>(grid_.cols()) + 2)) return false;
+    for (auto& row : rows_) std::ranges::fill(row, none_);
+    return true;
+  }
+  /// Loads the first row, one below the middle. False if it cannot be read.
+  [[nodiscard]] bool start() { return load(rows_[2], 1); }
+  /// Moves on so that `row` is in the middle; rows come in order from 1. False if it cannot be read.
+  [[nodiscard]] bool moveTo(int32_t row) {
+    std::swap(rows_[0], rows_[1]);
+    std::swap(rows_[1], rows_[2]);
+    return load(rows_[2], row + 1);
+  }
+  [[nodiscard]] float none() const { return none_; }
+  /// Row `dy` (-1, 0, 1) from the middle one; element 0 is column 0.
+  [[nodiscard]] const float* row(int dy) const { return rows_[static_cast<std::size_t>(dy + 1)].data(); }
+
+ private:
+  bool load(std::vector<float>& row, int32_t number) {
+    const auto cells = std::span(row).subspan(1, row.size() - 2);
+    if (number > grid_.rows()) {
+      std::ranges::fill(cells, none_);
+      return true;
+    }
+    if (grid_.readRow(number, cells) != kIoOk) {
+      reportError({.routine = kTag, .code = kReadError, .file = grid_.scratchFile});
+      return false;
+    }
+    for (float& cell : cells)
+      if (std::isnan(cell)) cell = none_;
+    return true;
+  }
+
+  R4Grid_type& grid_;
+  float none_;
+  std::array<std::vector<float>, 3> rows_;
+};
+
+using Neighbours = std::array<float, 8>;
+
+/// The neighbours of column `col` by D8 code, from 1 at element 0.
+Neighbours neighboursOf(const RowWindow& window, std::size_t col) {
+  const float* above = window.row(-1) + col;
+  const float* level = window.row(0) + col;
+  const float* below = window.row(1) + col;
+  return {level[1], above[1], above[0], above[-1], level[-1], below[-1], below[0], below[1]};
+}
+
+/// True if the lowest neighbour above -9999 is as high as the highest of all.
+bool areLevel(const Neighbours& heights) {
+  float lowest = std::numeric_limits<float>::max();
+  float highest = heights[0];
+  for (const float height : heights) {
+    if (height > kNodata && height < lowest) lowest = height;
+    highest = std::max(highest, height);
+  }
+  return lowest == highest;
+}
+
+float ofCell(float aspect, const Neighbours& aspects, float none) {
+  std::array<float, 8> turned;
+  const std::size_t first = firstTurned(aspect);
+  for (std::size_t k = 0; k < turned.size(); ++k) {
+    const float there = aspects[k] == none ? aspect : aspects[k];
+    float turn = there - aspect;
+    if (turn < 0.0F) turn += kFullCircle;
+    turned[(first + k) % turned.size()] = turn;
+  }
+  return contourLength(turned);
+}
+
+int fillRows(R4Grid_type& elev, R4Grid_type& aspect, R4Grid_type& bcon) {
+  RowWindow heights(elev);
+  RowWindow angles(aspect);
+  std::vector<float> row;
+  if (!tryAllocate(row, static_cast<std::size_t>(bcon.cols())) || !heights.allocate() || !angles.allocate())
+    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "row windows"});
+  if (!heights.start() || !angles.start()) return kFailure;
+  for (int32_t r = 1; r <= bcon.rows(); ++r) {
+    if (!heights.moveTo(r) || !angles.moveTo(r)) return kFailure;
+    // A cell without an aspect keeps what the grid holds.
+    if (bcon.readRow(r, row) != kIoOk)
+      return reportError({.routine = kTag, .code = kReadError, .file = bcon.scratchFile});
+    for (std::size_t col = 1; col <= row.size(); ++col) {
+      const float a = angles.row(0)[col];
+      if (a == angles.none()) continue;
+      row[col - 1] =
+          areLevel(neighboursOf(heights, col)) ? 1.0F : ofCell(a, neighboursOf(angles, col), angles.none());
+    }
+    if (bcon.SetR4row(r, row) != kSuccess) return kFailure;
+  }
+  return kSuccess;
+}
+
+}  // namespace
+
+int DEM_type::calcBcon(float length, R4Grid_type* aspectGrid) {
+  Attempt attempt{status};
+  const auto fail = [&](std::string_view why) {
+    if (!why.empty()) reportError({.routine = kTag, .message1 = why});
+    return bcon.status = kFailure;
+  };
+  if (!elev.GridExists()) return fail("Elevations not loaded");
+  if (!bcon.GridExists() && CreateGrid(bcon, {.like = this}) != kSuccess)
+    return fail("CreateGrid failed for bcon");
+  R4Grid_type own;
+  if (aspectGrid == nullptr) {
+    if (CreateGrid(own, {.like = this}) != kSuccess) return fail("CreateGrid failed for aspect");
+    if (surfaceRasters(elev, length, {.aspect = &own}) != kSuccess) return fail({});
+    aspectGrid = &own;
+  }
+  const auto alike = [this](const Grid_Header& grid) {
+    return grid.ncols == elev.ncols && grid.nrows == elev.nrows;
+  };
+  if (!aspectGrid->GridExists() || !alike(*aspectGrid) || !alike(bcon))
+    return fail("Input grid dimensions do not match");
+  if (fillRows(elev, *aspectGrid, bcon) != kSuccess) return fail({});
+  bcon.status = kSuccess;
+  return attempt.succeed();
+}
+
+}  // namespace terrain

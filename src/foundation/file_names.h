@@ -1,0 +1,43 @@
+#pragma once
+// File names: directory, name and three-letter extension. "\" and "/" both separate the parts of a
+// path; a separator that has to be added is "\" unless the path already uses "/".
+
+#include <string>
+#include <string_view>
+
+namespace terrain {
+
+/// Position of the last separator, or npos.
+[[nodiscard]] std::size_t lastSeparator(std::string_view path);
+
+/// The directory part, up to but not including the last separator; blank if that stands first or
+/// there is none.
+[[nodiscard]] std::string pathOfFile(std::string_view name);
+
+/// The directory part with its separator; blank if there is none.
+[[nodiscard]] std::string directoryOf(std::string_view name);
+
+/// The part behind the last separator; the whole text if there is none or it is the last character.
+[[nodiscard]] std::string fileNameOf(std::string_view path);
+
+/// The part behind the last separator, left-adjusted, without a three-letter extension.
+[[nodiscard]] std::string baseNameOf(std::string_view path);
+
+/// Left-adjusted, trimmed, and without ".xyz" at the end. Extensions of other lengths stay.
+[[nodiscard]] std::string stripExtension(std::string_view text);
+
+/// The left-adjusted, trimmed text with a separator appended unless one of its last two characters
+/// is one; a blank text stays blank.
+[[nodiscard]] std::string completeDirectory(std::string_view text);
+
+/// The text behind its first "=", left-adjusted, without a three-letter extension.
+[[nodiscard]] std::string stripFileName(std::string_view text);
+
+/// True if the name, without a three-letter extension, plus ".tif" exists.
+[[nodiscard]] bool tifExists(std::string_view name);
+/// True if the name with ".flt" and with ".hdr" exist.
+[[nodiscard]] bool rasterExists(std::string_view name);
+/// True if the name with ".shp", ".dbf" and ".shx" exist.
+[[nodiscard]] bool shapefileExists(std::string_view name);
+
+}  // namespace terrain

@@ -1,0 +1,125 @@
+#pragma once
+// Priority lists of identified values: binary max-heaps of (id, key) pairs, root at index 1, the
+// children of index i at 2i and 2i+1. The same id may stand in a heap more than once. The operations
+// report nothing.
+//
+// A NaN key is neither above nor below any other, so it counts as equal to all: it rises to the
+// root and later keys rise above it. Everything stays in the heap, but the order of what is popped
+// while a NaN is inside is not that of the keys.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "foundation/memory.h"
+#include "foundation/status.h"
+
+namespace terrain {
+
+template <class Key>
+class PriorityHeap {
+ public:
+  /// Room for pairs is taken in steps of this many.
+  static constexpr int32_t kGrowth = 10000;
+
+  /// Empties the heap and gives its memory back.
+  void Clear() {
+    items_.reset();
+    size_ = 0;
+    capacity_ = 0;
+  }
+
+  [[nodiscard]] int32_t Size() const { return size_; }
+  /// Pairs that there is room for now.
+  [[nodiscard]] int32_t Capacity() const { return capacity_; }
+
+  /// Adds a pair; it rises above pairs with an equal key. -1, with the heap as it was, if there is
+  /// no memory or the heap holds as many pairs as 32 bits can count.
+  [[nodiscard]] int Insert(int32_t id, Key key) {
+    if (size_ == capacity_ && !grow()) return kFailure;
+    std::size_t i = static_cast<std::size_t>(++size_);
+    for (; i > 1 && !(at(i / 2).key > key); i /= 2) at(i) = at(i / 2);
+    at(i) = {id, key};
+    return kSuccess;
+  }
+
+  /// Takes the pair with the largest key out. -1, with `id` and `key` as they were, if there is none.
+  int Pop(int32_t& id, Key& key) {
+    if (size_ == 0) return kFailure;
+    id = at(1).id;
+    key = at(1).key;
+    at(1) = at(static_cast<std::size_t>(size_--));
+    SiftDown(1);
+    return kSuccess;
+  }
+
+  /// Takes the pair at index i down, below pairs with an equal key, until its key is above those of
+  /// its children; the index where it comes to rest. An index outside the heap is given back.
+  int32_t SiftDown(int32_t i) {
+    if (i < 1 || i > size_) return i;
+    const std::size_t size = static_cast<std::size_t>(size_);
+    std::size_t place = static_cast<std::size_t>(i);
+    const Item item = at(place);
+    while (2 * place <= size) {
+      std::size_t child = 2 * place;
+      if (child < size && at(child + 1).key > at(child).key) ++child;
+      if (item.key > at(child).key) break;
+      at(place) = at(child);
+      place = child;
+    }
+    at(place) = item;
+    return static_cast<int32_t>(place);
+  }
+
+ protected:
+  struct Item {
+    int32_t id;
+    Key key;
+  };
+
+  Item& at(std::size_t index) { return items_[index - 1]; }
+
+  int32_t size_ = 0;
+
+ private:
+  /// Whole steps of kGrowth, half as many pairs again where that is more: with a single step each
+  /// time the copies would add up to the square of the number of pairs.
+  bool grow() {
+    constexpr int32_t most = std::numeric_limits<int32_t>::max();
+    const int32_t steps = std::max(1, capacity_ / (2 * kGrowth));
+    const int32_t room = capacity_ > most - steps * kGrowth ? most : capacity_ + steps * kGrowth;
+    if (room == capacity_) return false;
+    auto larger = tryArray<Item>(static_cast<std::size_t>(room));
+    if (larger == nullptr) return false;
+    std::copy_n(items_.get(), size_, larger.get());
+    items_ = std::move(larger);
+    capacity_ = room;
+    return true;
+  }
+
+  std::unique_ptr<Item[]> items_;
+  int32_t capacity_ = 0;
+};
+
+class PriorityHeapR4 : public PriorityHeap<float> {
+ public:
+  /// Takes out the pair with this id that stands at the lowest index; nothing if there is none. The
+  /// last pair takes its place and goes down from there, never up: where it came from another
+  /// branch its key may stay above its parent's until that one is popped. Looks at every pair.
+  void RemoveId(int32_t id) {
+    std::size_t i = 1;
+    const std::size_t size = static_cast<std::size_t>(size_);
+    while (i <= size && at(i).id != id) ++i;
+    if (i > size) return;
+    at(i) = at(size);
+    --size_;
+    SiftDown(static_cast<int32_t>(i));
+  }
+};
+
+class PriorityHeapR8 : public PriorityHeap<double> {};
+
+}  // namespace terrain

@@ -1,0 +1,28 @@
+#include "foundation/memory.h"
+
+#include "foundation/platform.h"
+
+namespace terrain {
+
+namespace {
+/// Smaller blocks are not worth a look at the machine.
+constexpr std::uint64_t kBlockThatMatters = std::uint64_t{32} << 20;
+}  // namespace
+
+MemoryLimits& memoryLimits() {
+  static MemoryLimits limits;
+  return limits;
+}
+
+bool memoryFor(std::uint64_t bytes) {
+  if (memoryLimits().largestBlock && bytes > *memoryLimits().largestBlock) return false;
+  return bytes < kBlockThatMatters || bytes <= platform::availableMemory();
+}
+
+std::optional<std::uint64_t> byteCount(std::uint64_t count, std::uint64_t size) {
+  std::uint64_t bytes = 0;
+  if (__builtin_mul_overflow(count, size, &bytes)) return std::nullopt;
+  return bytes;
+}
+
+}  // namespace terrain

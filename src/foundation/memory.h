@@ -1,0 +1,53 @@
+#pragma once
+// Memory that is asked for by the size of the data. An allocation that the machine cannot hold
+// fails here, when it is asked for, and the caller reports it or goes on in a scratch file; the
+// system never waits for the host to end the process when the pages are first touched.
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
+#include <optional>
+#include <vector>
+
+namespace terrain {
+
+struct MemoryLimits {
+  /// No single block above this many bytes is given out. Absent: only the machine limits blocks.
+  std::optional<std::uint64_t> largestBlock{};
+};
+
+/// The limits in force; the one door to this module's state.
+MemoryLimits& memoryLimits();
+
+/// True if a block of `bytes` may be asked for now: within the limits, and, for blocks that
+/// matter, within the memory that the machine has available.
+[[nodiscard]] bool memoryFor(std::uint64_t bytes);
+
+/// count * size in bytes, or nothing if it does not fit 64 bits.
+[[nodiscard]] std::optional<std::uint64_t> byteCount(std::uint64_t count, std::uint64_t size);
+
+/// Gives `block` room for `count` elements, each a value-initialised T. False if there is no memory.
+template <class T>
+[[nodiscard]] bool tryAllocate(std::vector<T>& block, std::size_t count) {
+  const auto bytes = byteCount(count, sizeof(T));
+  if (!bytes || !memoryFor(*bytes)) return false;
+  try {
+    block.assign(count, T{});
+  } catch (const std::exception&) {  // bad_alloc, length_error
+    return false;
+  }
+  return true;
+}
+
+/// An array of `count` elements whose values are not set, or null if there is no memory.
+template <class T>
+[[nodiscard]] std::unique_ptr<T[]> tryArray(std::size_t count) {
+  const auto bytes = byteCount(count, sizeof(T));
+  if (!bytes || *bytes > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) || !memoryFor(*bytes))
+    return nullptr;
+  return std::unique_ptr<T[]>(new (std::nothrow) T[count]);
+}
+
+}  // namespace terrain

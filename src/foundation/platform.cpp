@@ -1,0 +1,279 @@
+#include "foundation/platform.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iostream>
+#include <limits>
+
+#include "foundation/text.h"
+
+namespace terrain {
+
+namespace {
+
+IoCode codeOf(int error) {
+  switch (error) {
+    case 0: return kIoOk;
+    case EACCES:
+    case EPERM:
+    case EROFS: return kIoAccessDenied;
+    case ENOENT:
+    case ENOTDIR: return kIoNotFound;
+    case EISDIR: return kIoNotAFile;
+    case EEXIST: return kIoAlreadyThere;
+    default: return kIoHost + error;
+  }
+}
+
+}  // namespace
+
+std::string describe(IoCode code) {
+  switch (code) {
+    case kIoOk: return "no error";
+    case kIoAccessDenied: return "access denied";
+    case kIoNotFound: return "no such file or directory";
+    case kIoPastEnd: return "the file ends too early";
+    case kIoNotAFile: return "not a regular file";
+    case kIoAlreadyThere: return "the file exists already";
+    default: return std::strerror(code - kIoHost);
+  }
+}
+
+namespace platform {
+
+std::string hostPath(std::string_view name) {
+  std::string path(stripped(name));
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return path;
+}
+
+File& File::operator=(File&& other) noexcept {
+  if (this != &other) {
+    close();
+    descriptor_ = std::exchange(other.descriptor_, -1);
+  }
+  return *this;
+}
+
+IoCode File::open(std::string_view name, Open how) {
+  close();
+  const std::string path = hostPath(name);
+  int flags = O_CLOEXEC;
+  switch (how) {
+    // O_NONBLOCK: a pipe without a writer must not hold the run; it is refused below.
+    case Open::read: flags |= O_RDONLY | O_NONBLOCK; break;
+    case Open::update: flags |= O_RDWR; break;
+    case Open::replace: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Open::anew:
+      ::unlink(path.c_str());
+      flags |= O_RDWR | O_CREAT | O_TRUNC;
+      break;
+    case Open::create: flags |= O_RDWR | O_CREAT | O_EXCL; break;
+  }
+  descriptor_ = ::open(path.c_str(), flags, 0666);
+  if (descriptor_ < 0) return codeOf(errno);
+  struct stat about {};
+  if (::fstat(descriptor_, &about) != 0) {
+    const int error = errno;
+    close();
+    return codeOf(error);
+  }
+  const bool reading = how == Open::read || how == Open::update;
+  if (S_ISDIR(about.st_mode) || (reading && !S_ISREG(about.st_mode))) {
+    close();
+    return kIoNotAFile;
+  }
+  return kIoOk;
+}
+
+IoCode File::readAt(std::uint64_t offset, std::span<std::byte> bytes, std::size_t& got) const {
+  got = 0;
+  while (got < bytes.size()) {
+    const ssize_t count =
+        ::pread(descriptor_, bytes.data() + got, bytes.size() - got, static_cast<off_t>(offset + got));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return codeOf(errno);
+    if (count == 0) break;
+    got += static_cast<std::size_t>(count);
+  }
+  return kIoOk;
+}
+
+IoCode File::readAt(std::uint64_t offset, std::span<std::byte> bytes) const {
+  std::size_t got = 0;
+  const IoCode code = readAt(offset, bytes, got);
+  if (code != kIoOk) return code;
+  return got == bytes.size() ? kIoOk : kIoPastEnd;
+}
+
+IoCode File::writeAt(std::uint64_t offset, std::span<const std::byte> bytes) const {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count =
+        ::pwrite(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return codeOf(errno);
+    if (count == 0) return codeOf(ENOSPC);
+    done += static_cast<std::size_t>(count);
+  }
+  return kIoOk;
+}
+
+std::uint64_t File::size() const {
+  struct stat about {};
+  return ::fstat(descriptor_, &about) == 0 ? static_cast<std::uint64_t>(about.st_size) : 0;
+}
+
+IoCode File::reserve(std::uint64_t bytes) const {
+  if (bytes == 0) return kIoOk;
+  // The plain fallocate: the library's own stand-in would write every block of file systems without it.
+  if (::fallocate(descriptor_, 0, 0, static_cast<off_t>(bytes)) == 0) return kIoOk;
+  return errno == EOPNOTSUPP || errno == ENODEV || errno == ENOSYS || errno == ESPIPE ? kIoOk : codeOf(errno);
+}
+
+bool File::isNamed(std::string_view name) const {
+  struct stat own {};
+  struct stat named {};
+  return ::fstat(descriptor_, &own) == 0 && ::stat(hostPath(name).c_str(), &named) == 0 &&
+         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
+IoCode File::close() {
+  if (descriptor_ < 0) return kIoOk;
+  return ::close(std::exchange(descriptor_, -1)) == 0 ? kIoOk : codeOf(errno);
+}
+
+bool fileExists(std::string_view name) {
+  struct stat about {};
+  return ::stat(hostPath(name).c_str(), &about) == 0 && !S_ISDIR(about.st_mode);
+}
+
+bool isDirectory(std::string_view name) {
+  struct stat about {};
+  return ::stat(hostPath(name).c_str(), &about) == 0 && S_ISDIR(about.st_mode);
+}
+
+namespace {
+std::string directoryPath(std::string_view name) {
+  std::string path = hostPath(name);
+  return path.empty() ? std::string(".") : path;
+}
+}  // namespace
+
+bool isWritableDirectory(std::string_view name) {
+  const std::string path = directoryPath(name);
+  return isDirectory(path) && ::access(path.c_str(), W_OK | X_OK) == 0;
+}
+
+bool sameFile(std::string_view a, std::string_view b) {
+  struct stat first {};
+  struct stat second {};
+  return ::stat(hostPath(a).c_str(), &first) == 0 && ::stat(hostPath(b).c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+std::uint64_t freeSpace(std::string_view directory) {
+  struct statvfs about {};
+  if (::statvfs(directoryPath(directory).c_str(), &about) != 0) return std::numeric_limits<std::uint64_t>::max();
+  return static_cast<std::uint64_t>(about.f_bavail) * about.f_frsize;
+}
+
+IoCode removeFile(std::string_view name) {
+  if (::unlink(hostPath(name).c_str()) == 0 || errno == ENOENT) return kIoOk;
+  return codeOf(errno);
+}
+
+namespace {
+
+/// The number behind `word` in one of the host's short text files, or nothing.
+bool numberIn(const char* path, std::string_view word, std::uint64_t& value) {
+  File file;
+  if (file.open(path, Open::read) != kIoOk) return false;
+  std::array<std::byte, 8192> bytes{};
+  std::size_t got = 0;
+  if (file.readAt(0, bytes, got) != kIoOk) return false;
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), got);
+  std::size_t at = text.find(word);
+  if (at == std::string_view::npos) return false;
+  at = text.find_first_not_of(" \t", at + word.size());
+  if (at == std::string_view::npos) return false;
+  return std::from_chars(text.data() + at, text.data() + text.size(), value).ec == std::errc{};
+}
+
+}  // namespace
+
+std::uint64_t availableMemory() {
+  std::uint64_t available = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t kibibytes = 0;
+  if (numberIn("/proc/meminfo", "MemAvailable:", kibibytes)) available = kibibytes * 1024;
+  // A container may allow less than the machine has; file pages that it can drop count as free.
+  std::uint64_t limit = 0;
+  std::uint64_t used = 0;
+  std::uint64_t droppable = 0;
+  if (numberIn("/sys/fs/cgroup/memory.max", "", limit) && numberIn("/sys/fs/cgroup/memory.current", "", used)) {
+    if (numberIn("/sys/fs/cgroup/memory.stat", "\ninactive_file", droppable)) used -= std::min(used, droppable);
+    available = std::min(available, limit > used ? limit - used : 0);
+  }
+  return available;
+}
+
+Console& console() {
+  static Console streams{&std::cout, &std::cin};
+  return streams;
+}
+
+namespace {
+
+DateTime hostNow() {
+  const auto now = std::chrono::system_clock::now();
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+  const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+  std::tm local{};
+  ::localtime_r(&seconds, &local);
+  return {.year = local.tm_year + 1900,
+          .month = local.tm_mon + 1,
+          .day = local.tm_mday,
+          .zoneMinutes = static_cast<int32_t>(local.tm_gmtoff / 60),
+          .hour = local.tm_hour,
+          .minute = local.tm_min,
+          .second = local.tm_sec,
+          .millisecond = static_cast<int32_t>(sinceEpoch % 1000)};
+}
+
+}  // namespace
+
+Clock& clock() {
+  static Clock source{&hostNow};
+  return source;
+}
+
+double cpuSeconds() {
+  std::timespec used{};
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+void prepareProcess() {
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void endProcess(int status) {
+  console().out->flush();
+  std::exit(status);
+}
+
+}  // namespace platform
+}  // namespace terrain

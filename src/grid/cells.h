@@ -1,0 +1,115 @@
+#pragma once
+// The cells of a grid in memory: rows from the north, each row from the west, one after the other,
+// with an optional margin of cells on every side that has the addresses below 1 and above the counts.
+
+#include <algorithm>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include "foundation/memory.h"
+#include "foundation/numbers.h"
+#include "grid/header.h"
+
+namespace terrain {
+
+template <class T>
+concept Cell = std::same_as<T, float> || std::same_as<T, double> || std::same_as<T, std::int8_t> ||
+               std::same_as<T, std::int16_t> || std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t>;
+
+/// What the system says and knows of a cell type; the one table of the family.
+template <Cell T>
+struct CellTraits;
+template <>
+struct CellTraits<float> {
+  static constexpr CellType type = CellType::R4;
+  static constexpr std::string_view gridWord = "r4Grid", rowObject = "Real_Row", rowAccessLine = "  R4Grid_type, RowAccess";
+};
+template <>
+struct CellTraits<double> {
+  static constexpr CellType type = CellType::R8;
+  static constexpr std::string_view gridWord = "r8Grid", rowObject = "Real8_Row", rowAccessLine = "  R8Grid_type, rowAccess";
+};
+template <>
+struct CellTraits<std::int64_t> {
+  static constexpr CellType type = CellType::I8;
+  static constexpr std::string_view gridWord = "I8Grid", rowObject = "Int8Row", rowAccessLine = "  I8Grid type, row access";
+};
+template <>
+struct CellTraits<std::int32_t> {
+  static constexpr CellType type = CellType::I4;
+  static constexpr std::string_view gridWord = "I4Grid", rowObject = "IntRow", rowAccessLine = "  I4Grid_type, RowAccess";
+};
+template <>
+struct CellTraits<std::int16_t> {
+  static constexpr CellType type = CellType::I2;
+  static constexpr std::string_view gridWord = "I2Grid", rowObject = "I2Row array", rowAccessLine = "  I2Grid_type, RowAccess";
+};
+template <>
+struct CellTraits<std::int8_t> {
+  static constexpr CellType type = CellType::I1;
+  static constexpr std::string_view gridWord = "I1Grid", rowObject = "I1Row", rowAccessLine = "  I1Grid_type, rowAccess";
+};
+
+/// A float32 as the cell type holds it: kept in the float types, truncated in the integer types.
+template <Cell T>
+[[nodiscard]] constexpr T truncateOrKeep(float value) {
+  if constexpr (std::floating_point<T>) return static_cast<T>(value);
+  else return truncateTo<T>(value);
+}
+
+template <Cell T>
+class CellArray {
+ public:
+  /// Room for cols * rows cells and a margin of `pad` cells around them, with values not set. False,
+  /// and no room, if there is no memory for it.
+  [[nodiscard]] bool allocate(int32_t cols, int32_t rows, int32_t pad = 0) {
+    release();
+    const auto width = byteCount(1, static_cast<std::uint64_t>(cols) + 2 * static_cast<std::uint64_t>(pad));
+    const auto count = byteCount(*width, static_cast<std::uint64_t>(rows) + 2 * static_cast<std::uint64_t>(pad));
+    if (!count) return false;
+    values_ = tryArray<T>(*count);
+    if (values_ == nullptr) return false;
+    cols_ = cols;
+    rows_ = rows;
+    pad_ = pad;
+    stride_ = static_cast<std::ptrdiff_t>(*width);
+    return true;
+  }
+  void release() {
+    values_.reset();
+    cols_ = rows_ = pad_ = 0;
+    stride_ = 0;
+  }
+
+  [[nodiscard]] bool present() const { return values_ != nullptr; }
+  [[nodiscard]] int32_t pad() const { return pad_; }
+  /// Cells from one row to the next.
+  [[nodiscard]] std::ptrdiff_t stride() const { return stride_; }
+
+  /// The cell (col, row); not tested.
+  [[nodiscard]] T& at(int32_t col, int32_t row) { return values_[index(col, row)]; }
+  [[nodiscard]] const T& at(int32_t col, int32_t row) const { return values_[index(col, row)]; }
+  /// The cells of a row without its margin.
+  [[nodiscard]] std::span<T> row(int32_t row) { return {&at(1, row), static_cast<std::size_t>(cols_)}; }
+  /// The cells of a row with its margin.
+  [[nodiscard]] std::span<T> paddedRow(int32_t row) {
+    return {&at(1 - pad_, row), static_cast<std::size_t>(stride_)};
+  }
+
+ private:
+  [[nodiscard]] std::size_t index(int32_t col, int32_t row) const {
+    return static_cast<std::size_t>((std::ptrdiff_t{row} - 1 + pad_) * stride_ + (std::ptrdiff_t{col} - 1 + pad_));
+  }
+
+  std::unique_ptr<T[]> values_;
+  int32_t cols_ = 0;
+  int32_t rows_ = 0;
+  int32_t pad_ = 0;
+  std::ptrdiff_t stride_ = 0;
+};
+
+}  // namespace terrain

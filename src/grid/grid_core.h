@@ -1,0 +1,202 @@
+#pragma once
+// The engine of the six grid types: storage in memory or in a scratch file, and access to single
+// cells and rows in either place. Written once over the cell type; the published operations of the
+// types (grid/grid.h) stand on it.
+
+#include <cmath>
+#include <concepts>
+#include <span>
+#include <type_traits>
+#include <vector>
+
+#include "foundation/messages.h"
+#include "foundation/numbers.h"
+#include "foundation/status.h"
+#include "foundation/units.h"
+#include "grid/cells.h"
+
+namespace terrain {
+
+/// What an operation of a family says when it fails: the parts that differ from type to type. A
+/// blank text is not said at all.
+struct AccessTexts {
+  std::string_view routine{};        ///< tag of the report
+  std::string_view outside{};        ///< a cell or row outside the grid
+  std::string_view modeFailed{};     ///< the scratch file could not be switched
+};
+
+/// Lines, tag first, that tell of a scratch file that could not be read, then the end of the run: a
+/// value that cannot be read cannot be told to the caller through the result.
+[[noreturn]] void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode code);
+/// Report of a scratch file that could not be written; -1.
+int reportScratchWrite(std::string_view tag, const Grid_Header& grid, IoCode code);
+
+template <Cell T>
+class GridOf : public Grid_Header {
+ public:
+  using CellValue = T;
+
+  CellArray<T> cells{};  ///< absent while the grid is on disk
+
+  GridOf() = default;
+  ~GridOf() override { releaseStorage(); }
+  GridOf(const GridOf&) = delete;
+  GridOf& operator=(const GridOf&) = delete;
+  GridOf(GridOf&& other) noexcept
+      : Grid_Header(std::move(other)), cells(std::move(other.cells)) {
+    other.forgetStorage();
+  }
+  GridOf& operator=(GridOf&& other) noexcept {
+    if (this != &other) {
+      releaseStorage();
+      Grid_Header::operator=(std::move(other));
+      cells = std::move(other.cells);
+      other.forgetStorage();
+    }
+    return *this;
+  }
+
+  [[nodiscard]] CellType cellType() const override { return CellTraits<T>::type; }
+
+  /// True when there are counts and cells, in memory or on disk.
+  [[nodiscard]] bool GridExists() const { return ncols.has_value() && (onDisk || cells.present()); }
+
+  /// Nodata in the form of the cell type. An int8 grid has 0, and being asked stores it.
+  [[nodiscard]] T nodataValue() {
+    if constexpr (std::same_as<T, std::int8_t>) {
+      nodata = 0.0F;
+      return 0;
+    } else {
+      return truncateOrKeep<T>(nodata);
+    }
+  }
+
+  /// The cell's value; nodata outside the grid and, in the float types, for a NaN. A scratch file that
+  /// cannot be read ends the run under `tag`.
+  [[nodiscard]] T value(int32_t col, int32_t row, std::string_view tag) {
+    if (!contains(col, row)) return nodataValue();
+    const T held = onDisk ? scratchValue(col, row, tag) : cells.at(col, row);
+    if constexpr (std::is_floating_point_v<T>)
+      if (std::isnan(held)) return nodataValue();
+    return held;
+  }
+
+  /// Stores a cell. -1, said as `texts` has it, outside the grid or if the scratch file cannot be written.
+  int setCell(int32_t col, int32_t row, T newValue, const AccessTexts& texts);
+
+  /// cell = change(cell). -1 without a word outside the grid.
+  template <class Change>
+  int changeCell(int32_t col, int32_t row, const AccessTexts& texts, std::string_view readTag, Change change);
+
+  /// Reads a row within the grid into `out`, of ncols cells.
+  [[nodiscard]] IoCode readRow(int32_t row, std::span<T> out);
+  /// Writes a row within the grid.
+  [[nodiscard]] IoCode writeRow(int32_t row, std::span<const T> in);
+
+  /// Gives memory back and deletes the scratch file, without a message; no grid is left.
+  void releaseStorage() {
+    if (scratchUnit > 0) units_().close(scratchUnit, Closing::erase);
+    cells.release();
+    forgetStorage();
+  }
+
+ private:
+  static UnitTable& units_() { return terrain::units(); }
+  void forgetStorage() {
+    scratchUnit = 0;
+    scratchFile.clear();
+    ncols.reset();
+    nrows.reset();
+  }
+  [[nodiscard]] std::uint64_t offsetOf(int32_t col, int32_t row) const {
+    return (static_cast<std::uint64_t>(row - 1) * static_cast<std::uint64_t>(cols()) +
+            static_cast<std::uint64_t>(col - 1)) *
+           sizeof(T);
+  }
+  [[nodiscard]] T* scratchCell(int32_t col, int32_t row, bool change, IoCode& code);
+  [[nodiscard]] T scratchValue(int32_t col, int32_t row, std::string_view tag);
+};
+
+// ---- cells on disk ----
+
+template <Cell T>
+T* GridOf<T>::scratchCell(int32_t col, int32_t row, bool change, IoCode& code) {
+  if (!cellAccess && SetCellAccess() != kSuccess) {
+    code = kIoNotFound;
+    return nullptr;
+  }
+  RecordFile* file = units_().records(scratchUnit);
+  if (file == nullptr) {
+    code = kIoNotFound;
+    return nullptr;
+  }
+  std::byte* bytes = file->locate(offsetOf(col, row), sizeof(T), change, code);
+  return reinterpret_cast<T*>(bytes);  // pages are aligned for every cell type, offsets are multiples of its size
+}
+
+template <Cell T>
+T GridOf<T>::scratchValue(int32_t col, int32_t row, std::string_view tag) {
+  IoCode code = kIoOk;
+  const T* cell = scratchCell(col, row, false, code);
+  if (cell == nullptr) stopOnScratchFault(tag, *this, code);
+  return *cell;
+}
+
+template <Cell T>
+int GridOf<T>::setCell(int32_t col, int32_t row, T newValue, const AccessTexts& texts) {
+  Attempt attempt{status};
+  if (!contains(col, row)) {
+    if (!texts.outside.empty()) reportError({.routine = texts.routine, .message1 = texts.outside});
+    return kFailure;
+  }
+  if (!onDisk) {
+    cells.at(col, row) = newValue;
+  } else {
+    if (!cellAccess && SetCellAccess() != kSuccess) {
+      if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
+      return kFailure;
+    }
+    IoCode code = kIoOk;
+    T* cell = scratchCell(col, row, true, code);
+    if (cell == nullptr) return reportScratchWrite(texts.routine, *this, code);
+    *cell = newValue;
+  }
+  return attempt.succeed();
+}
+
+template <Cell T>
+template <class Change>
+int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, std::string_view readTag, Change change) {
+  if (!contains(col, row)) return status = kFailure;
+  if (onDisk && !cellAccess && SetCellAccess() != kSuccess) {
+    if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
+    return status = kFailure;
+  }
+  return setCell(col, row, change(value(col, row, readTag)), texts);
+}
+
+// ---- rows ----
+
+template <Cell T>
+IoCode GridOf<T>::readRow(int32_t row, std::span<T> out) {
+  if (!onDisk) {
+    std::ranges::copy(cells.row(row), out.begin());
+    return kIoOk;
+  }
+  if (!rowAccess && SetRowAccess() != kSuccess) return kIoNotFound;
+  RecordFile* file = units_().records(scratchUnit);
+  return file == nullptr ? kIoNotFound : file->read(row, std::as_writable_bytes(out));
+}
+
+template <Cell T>
+IoCode GridOf<T>::writeRow(int32_t row, std::span<const T> in) {
+  if (!onDisk) {
+    std::ranges::copy(in, cells.row(row).begin());
+    return kIoOk;
+  }
+  if (!rowAccess && SetRowAccess() != kSuccess) return kIoNotFound;
+  RecordFile* file = units_().records(scratchUnit);
+  return file == nullptr ? kIoNotFound : file->write(row, std::as_bytes(in));
+}
+
+}  // namespace terrain

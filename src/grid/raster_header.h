@@ -1,0 +1,35 @@
+#pragma once
+// The text header of a raster, `<stem>.hdr`: pairs of tokens, a keyword and a value, the rest of a
+// line dropped. Keywords are compared exactly. The corner keywords give the reference point of the
+// south-west cell, which other systems read as the outer corner of that cell; the two differ by
+// nothing but the name as long as one system writes and reads.
+//
+// A header without a corner or a cell size of these names may carry them as ULXMAP, ULYMAP (centre
+// of the north-west cell), XDIM and YDIM, as band-interleaved rasters do; they are taken from there.
+
+#include <string>
+#include <string_view>
+
+#include "grid/header.h"
+
+namespace terrain {
+
+/// The name before the first ".hdr" in it, or the whole name.
+[[nodiscard]] std::string stemOfHeader(std::string_view file);
+
+/// What a header written by other systems says of the cells beyond the fields of a grid header; blank
+/// where it says nothing. Only readers of cells look at it.
+struct RasterLayout {
+  std::string byteOrder{};
+  std::string pixelType{};
+  std::string bands{};
+};
+
+/// Reads `<stem>.hdr` into `header` as `Grid_Header::ReadHeader` does, and the layout with it.
+int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* layout);
+
+/// True if the header can carry a raster: counts of at least 1, finite corners, cell sizes above 0.
+/// Reports what is wrong with it, naming the header file, under `tag`.
+[[nodiscard]] bool usableHeader(const Grid_Header& header, std::string_view stem, std::string_view tag);
+
+}  // namespace terrain

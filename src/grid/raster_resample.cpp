@@ -1,0 +1,204 @@
+// Readers that put a raster file onto the lattice of another grid.
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "foundation/files.h"
+#include "foundation/free_format.h"
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/units.h"
+#include "grid/float_raster.h"
+#include "grid/raster_header.h"
+#include "grid/storage.h"
+
+namespace terrain {
+
+namespace {
+
+struct ResampleTexts {
+  std::string_view routine{};
+  std::string_view exists{};  ///< an existing grid is refused with this; blank: it is destroyed
+};
+
+/// Fills `grid`, on the lattice of `match`, with what `valueAt` finds at each of its points.
+template <class Grid, class ValueAt>
+int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const ResampleTexts& texts,
+             ValueAt valueAt) {
+  using T = typename Grid::CellValue;
+  const auto fail = [&](std::string_view why) { return reportError({.routine = texts.routine, .message1 = why}); };
+  Grid file;
+  if (ReadGrid(file, fileName) != kSuccess) return fail("ReadGrid failed for tempGrid");
+  if (args.matchGrid->feetConverted) FeetToMeters(file);
+  if (CreateGrid(grid, {.like = args.matchGrid, .onDisk = args.onDisk}) != kSuccess)
+    return fail("ReadGrid failed for tempGrid");
+  std::vector<T> row;
+  if (!tryAllocate(row, static_cast<std::size_t>(grid.cols())))
+    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = "row"});
+  for (int32_t r = 1; r <= grid.rows(); ++r) {
+    for (int32_t c = 1; c <= grid.cols(); ++c) {
+      const Point at = grid.ColRowToXY(c, r);
+      row[static_cast<std::size_t>(c - 1)] = valueAt(file, at);
+    }
+    const IoCode code = grid.writeRow(r, row);
+    if (code != kIoOk) return reportScratchWrite(texts.routine, grid, code);
+  }
+  return kSuccess;
+}
+
+template <class Grid, class ValueAt>
+int readGridFile(Grid& grid, std::string_view fileName, const MatchArgs& args, const ResampleTexts& texts,
+                 ValueAt valueAt) {
+  Attempt attempt{grid.status};
+  if (grid.ncols) {
+    if (!texts.exists.empty()) return reportError({.routine = texts.routine, .message1 = texts.exists});
+    DestroyGrid(grid);
+  }
+  if (args.matchGrid == nullptr) {
+    if (ReadGrid(grid, fileName, {.onDisk = args.onDisk}) != kSuccess)
+      return reportError({.routine = texts.routine, .message1 = "ReadGrid failed for outGrid"});
+  } else if (resample(grid, fileName, args, texts, valueAt) != kSuccess) {
+    return kFailure;
+  }
+  if (args.halfCell) {
+    putMessage("Offsetting by half cellsize");
+    grid.Offset({.halfCell = true});
+  }
+  return attempt.succeed();
+}
+
+// ---- the leaner reader ----
+
+constexpr std::string_view kOpenTag = "OpenR4Grid in Grid_Module";
+
+int openFailed(std::string_view why) { return reportError({.routine = kOpenTag, .message1 = why}); }
+
+/// The shorter keyword list: a token of 13 characters and its value on one line.
+int readShortHeader(Grid_Header& header, const std::string& name) {
+  const int32_t unit = freeUnit();
+  const UnitGuard guard(unit);
+  if (units().openText(unit, name, platform::Open::read) != kIoOk) return openFailed("Unable to open " + name);
+  header.ncols = header.nrows = -9999;
+  header.xmin = header.ymin = header.cellsize = -9999.0;
+  header.nodata = kNodata;
+
+  const auto is = [](std::string_view word, std::initializer_list<std::string_view> words) {
+    return std::ranges::find(words, word) != words.end();
+  };
+  for (std::string line; units().text(unit)->readLine(line, 4096);) {
+    FreeFormatReader reader(line, {.slashEnds = false});
+    std::string word;
+    if (reader.next(word) != Field::value) continue;
+    word = std::string(cut(word, 13));
+    if (word == "NO" || word == "No") {  // "NO DATA", "No Data" stand without quotes here
+      std::string second;
+      if (reader.next(second) == Field::value) word += ' ' + second;
+    }
+    Field field = Field::value;
+    if (is(word, {"NCOLS", "ncols"})) field = reader.next(*header.ncols);
+    else if (is(word, {"NROWS", "nrows"})) field = reader.next(*header.nrows);
+    else if (is(word, {"XLLCORNER", "xllcorner", "XMIN", "xmin"})) field = reader.next(header.xmin);
+    else if (is(word, {"YLLCORNER", "yllcorner", "YMIN", "ymin"})) field = reader.next(header.ymin);
+    else if (is(word, {"CELLSIZE", "cellsize"})) field = reader.next(header.cellsize);
+    else if (is(word, {"NODATA", "nodata", "NoData", "NO DATA", "No Data"})) field = reader.next(header.nodata);
+    if (field != Field::value && field != Field::null) return openFailed("Error reading " + word + " in " + name);
+  }
+  header.xcellsize = header.ycellsize = header.cellsize;
+  header.settleFarCorner();
+  return kSuccess;
+}
+
+/// Geometry of the part of `file` that the clip grid covers, and how far it is shifted against the file:
+/// grid cell (c, r) is file cell (c + cols, r + rows).
+struct Shift {
+  int64_t cols = 0, rows = 0;
+};
+
+int clipHeader(R4Grid_type& grid, const Grid_Header& file, const Grid_Header& clip, Shift& shift) {
+  if (!clip.HeaderExists()) return openFailed("Clipgrid not assigned");
+  if (clip.xcellsize != clip.ycellsize) return openFailed("OpenR4Grid, clipGrid must have square cellsize");
+  const auto [c1, r2] = file.XYtoColRow(clip.xmin, clip.ymin);
+  const auto [c2, r1] = file.XYtoColRow(clip.xmax, clip.ymax);
+  // Below 1 the numbers skip 0: one more places them on a line without the gap.
+  const auto onLine = [](int32_t at) { return at >= 1 ? int64_t{at} : int64_t{at} + 1; };
+  const int64_t cols = onLine(c2) - onLine(c1) + 1;
+  const int64_t rows = onLine(r2) - onLine(r1) + 1;
+  if (cols < 1 || rows < 1 || cols > std::numeric_limits<int32_t>::max() || rows > std::numeric_limits<int32_t>::max())
+    return openFailed("Clipgrid does not overlap");
+  const Point southWest = file.ColRowToXY(c1, r2);
+  grid.InitializeHeader(static_cast<int32_t>(cols), static_cast<int32_t>(rows), southWest.x, southWest.y,
+                        {.cellsize = file.cellsize});
+  shift = {.cols = onLine(c1) - 1, .rows = onLine(r1) - 1};
+  return kSuccess;
+}
+
+}  // namespace
+
+int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& args) {
+  Attempt attempt{grid.status};
+  std::string stem(stripped(fileName));
+  if (stem.ends_with(".flt") || stem.ends_with(".FLT")) stem.resize(stem.size() - 4);
+  Grid_Header file;
+  if (readShortHeader(file, stem + ".hdr") != kSuccess || !usableHeader(file, stem, kOpenTag)) return kFailure;
+  const std::string name = stem + ".flt";
+  platform::File cells;
+  if (cells.open(name, platform::Open::read) != kIoOk) return openFailed("Unable to open " + name);
+  const auto fileCols = static_cast<std::size_t>(file.cols());
+  const auto needed = byteCount(fileCols * sizeof(float), static_cast<std::uint64_t>(file.rows()));
+  if (!needed || cells.size() < *needed)
+    return reportError({.routine = kOpenTag, .file = name, .message1 = "The raster file is shorter than its header says"});
+
+  R4Grid_type made;
+  Shift shift;
+  made.copyGeometry(file);
+  if (args.clipGrid != nullptr && clipHeader(made, file, *args.clipGrid, shift) != kSuccess) return kFailure;
+  const Grid_Header geometry = made;
+  if (CreateGrid(grid, {.like = &geometry, .nodata = args.nodata.value_or(file.nodata), .onDisk = args.onDisk}) != kSuccess)
+    return openFailed("OpenBinaryScratchFile failed for outGrid");
+
+  std::vector<float> in;
+  std::vector<float> out;
+  if (!tryAllocate(in, fileCols)) return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "inArray"});
+  if (!tryAllocate(out, static_cast<std::size_t>(grid.cols())))
+    return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "outArray"});
+  const int64_t firstCol = std::max<int64_t>(1, 1 - shift.cols);
+  const int64_t lastCol = std::min<int64_t>(grid.cols(), int64_t{file.cols()} - shift.cols);
+  for (int32_t row = 1; row <= grid.rows(); ++row) {
+    const int64_t fileRow = row + shift.rows;
+    std::ranges::fill(out, grid.nodata);
+    if (fileRow >= 1 && fileRow <= file.rows()) {
+      const std::uint64_t offset = static_cast<std::uint64_t>(fileRow - 1) * fileCols * sizeof(float);
+      if (cells.readAt(offset, std::as_writable_bytes(std::span(in))) != kIoOk)
+        return reportError({.routine = kOpenTag, .code = kReadError, .file = name});
+      for (int64_t col = firstCol; col <= lastCol; ++col)
+        out[static_cast<std::size_t>(col - 1)] = in[static_cast<std::size_t>(col + shift.cols - 1)];
+    }
+    const IoCode code = grid.writeRow(row, out);
+    if (code != kIoOk) return reportScratchWrite(kOpenTag, grid, code);
+  }
+  return attempt.succeed();
+}
+
+// ---- faces ----
+
+int ReadR4GridFile(R4Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
+  const PointOptions options{.interpolate = !args.noInterpolate, .ignoreNodata = args.ignoreNodata};
+  return readGridFile(grid, fileName, args, {.routine = "ReadR4GridFile in Grid_Module"},
+                      [&](R4Grid_type& file, Point at) { return file.ExtractR4ValueXY(at.x, at.y, options); });
+}
+int ReadR8GridFile(R8Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
+  const PointOptions options{.ignoreNodata = args.ignoreNodata};
+  return readGridFile(grid, fileName, args, {.routine = "ReadR8GridFile in Grid_Module", .exists = "Grid already exists"},
+                      [&](R8Grid_type& file, Point at) { return file.ExtractR8ValueXY(at.x, at.y, options); });
+}
+int ReadI4GridFile(I4Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
+  return readGridFile(grid, fileName, args, {.routine = "ReadI4GridFile in Grid_Module", .exists = "Grid already exists"},
+                      [](I4Grid_type& file, Point at) { return file.ExtractI4ValueXY(at.x, at.y); });
+}
+int ReadI8GridFile(I8Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
+  return readGridFile(grid, fileName, args, {.routine = "ReadI8GridFile in Grid_Module", .exists = "Grid already exists"},
+                      [](I8Grid_type& file, Point at) { return file.ExtractI8ValueXY(at.x, at.y); });
+}
+
+}  // namespace terrain

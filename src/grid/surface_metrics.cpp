@@ -1,0 +1,254 @@
+#include <array>
+#include <limits>
+#include <numbers>
+
+#include "foundation/messages.h"
+#include "grid/grid.h"
+#include "grid/neighbours.h"
+#include "grid/surface_fit.h"
+
+namespace terrain {
+
+namespace {
+
+using namespace surface;
+
+constexpr std::string_view kTag = "surfaceMetricsZTC in Grid_Module";
+
+template <class T>
+void give(T* out, double value) {
+  if (out != nullptr) *out = static_cast<T>(value);
+}
+
+// ---- D8 ----
+
+/// The neighbour below the centre whose direction has the lowest sample on the circle.
+int32_t steepestDirection(R4Grid_type& grid, ColRow cell, const Samples& z, double centre, bool absolute) {
+  constexpr std::array<std::size_t, 9> sampleOf{0, 6, 3, 2, 1, 4, 7, 8, 9};
+  int32_t best = 0;
+  double lowest = std::numeric_limits<double>::infinity();
+  for (int32_t k = 1; k <= kDirections; ++k) {
+    const auto at = static_cast<std::size_t>(k);
+    double value =
+        static_cast<double>(grid.ExtractR4ValueColRow(cell.col + colOffset[at], cell.row + rowOffset[at]));
+    if (absolute) value = std::abs(value);
+    if (value < centre && z[sampleOf[at]] < lowest) {
+      best = k;
+      lowest = z[sampleOf[at]];
+    }
+  }
+  return best;
+}
+
+// ---- ridges and valleys ----
+
+/// The three adjacent samples with the largest sum stay, or those with the smallest; the opposite
+/// three become the negatives of their mirror images.
+void mirrorSide(Samples& z, bool ridge) {
+  struct Side {
+    std::array<std::size_t, 3> kept;      // their sum is compared
+    std::array<std::size_t, 3> replaced;  // and from which sample each takes its negative:
+    std::array<std::size_t, 3> mirrorOf;
+  };
+  static constexpr std::array<Side, 8> sides{{{{4, 1, 2}, {8, 9, 6}, {4, 1, 2}},
+                                              {{1, 2, 3}, {7, 8, 9}, {1, 2, 3}},
+                                              {{2, 3, 6}, {4, 7, 8}, {2, 3, 6}},
+                                              {{3, 6, 9}, {1, 4, 7}, {3, 6, 9}},
+                                              {{6, 9, 8}, {2, 1, 4}, {6, 9, 8}},
+                                              {{9, 8, 7}, {3, 2, 1}, {9, 8, 7}},
+                                              {{8, 7, 4}, {6, 3, 2}, {8, 7, 4}},
+                                              {{7, 4, 1}, {9, 6, 3}, {7, 4, 1}}}};
+  const Side* chosen = nullptr;
+  double best = 0;
+  for (const Side& side : sides) {
+    const double sum = z[side.kept[0]] + z[side.kept[1]] + z[side.kept[2]];
+    if (chosen == nullptr || (ridge ? sum > best : sum < best)) {
+      chosen = &side;
+      best = sum;
+    }
+  }
+  for (std::size_t i = 0; i < 3; ++i) z[chosen->replaced[i]] = -z[chosen->mirrorOf[i]];
+}
+
+void mirrorAsAsked(Samples& z, const SurfaceMetricsArgs& args) {
+  const bool ridge = args.ridge.value_or(false);
+  const bool valley = !args.ridge && args.valley.value_or(false);
+  if (ridge || valley) mirrorSide(z, ridge);
+}
+
+// ---- curvature ----
+
+/// After Zevenbergen and Thorne (1987), on the circle's samples.
+void giveCurvature(const SurfaceMetricsArgs& args, const Samples& z, const Slopes& s, double r) {
+  const double fx = s.fx;
+  const double fy = s.fy;
+  const double p = fx * fx + fy * fy;
+  double plan = 0;
+  double profile = 0;
+  if (p != 0) {
+    const double a = (z[4] + z[6]) / 2;
+    const double b = (z[2] + z[8]) / 2;
+    const double c = (z[3] + z[7] - z[1] - z[9]) / 2;
+    plan = 2 * (fy * fy * a + fx * fx * b - fy * fx * c) / (r * p);
+    profile = 2 * (fx * fx * a + fy * fy * b + fy * fx * c) / (r * p);
+  }
+  const double q = 1 + p;
+  give(args.plan, plan);
+  give(args.profile, profile);
+  give(args.planScaled, plan / std::sqrt(q * q * q));
+  give(args.profileScaled, profile / std::sqrt(q));
+}
+
+// ---- D-infinity ----
+
+struct Descent {
+  double direction = -1.0;  // of the steepest facet; -1 where none descends
+  double flowWidth = 1.0;
+};
+
+/// The eight triangular facets between a cardinal and a diagonal sample (D-infinity; Tarboton 1997).
+Descent descend(const Samples& z) {
+  struct Facet {
+    std::size_t cardinal, diagonal;
+    double ac, af;
+  };
+  static constexpr std::array<Facet, 8> facets{{{2, 3, 0, 1},
+                                                {6, 3, kPi / 2, -1},
+                                                {6, 9, kPi / 2, 1},
+                                                {8, 9, kPi, -1},
+                                                {8, 7, kPi, 1},
+                                                {4, 7, 3 * kPi / 2, -1},
+                                                {4, 1, 3 * kPi / 2, 1},
+                                                {2, 1, 2 * kPi, -1}}};
+  Descent result;
+  double steepest = 0;
+  double sum = 0;
+  for (const Facet& facet : facets) {
+    const double e1 = z[facet.cardinal];
+    const double e2 = z[facet.diagonal];
+    if (!(e1 < 0)) continue;
+    const double s1 = -e1;
+    double rho = 0;
+    double s = s1;
+    if (e1 > e2) {
+      const double s2 = e1 - e2;
+      rho = std::atan2(s2, s1);
+      if (rho > kQuarterPi) {
+        rho = kQuarterPi;
+        s = -e2 / std::numbers::sqrt2;
+      } else {
+        s = std::sqrt(s1 * s1 + s2 * s2);
+      }
+    }
+    if (s > steepest) {
+      steepest = s;
+      result.direction = facet.ac + facet.af * rho;
+    }
+    sum += s1 / s;
+  }
+  if (sum > 0) result.flowWidth = sum / 2;
+  return result;
+}
+
+/// The square's samples, cardinal ones first; stops at the first that is missing and gives its number,
+/// else 0.
+std::size_t sampleSquare(R4Grid_type& grid, const Point& at, double radius, bool absolute, Samples& z) {
+  const double nodata = static_cast<double>(grid.nodataValue());
+  static constexpr std::array<std::size_t, 9> order{2, 4, 6, 8, 1, 3, 5, 7, 9};
+  for (const std::size_t k : order) {
+    z[k] = sampleAt(grid, at, {.x = kSquare.dx[k] * radius, .y = kSquare.dy[k] * radius}, absolute);
+    if (z[k] == nodata) return k;
+  }
+  return 0;
+}
+
+constexpr Samples kDirectionOf{0,
+                               5.497787143782138,
+                               0,
+                               0.7853981633974483,
+                               4.71238898038469,
+                               0,
+                               1.5707963267948966,
+                               3.9269908169872414,
+                               3.141592653589793,
+                               2.356194490192345};
+
+// ---- the point ----
+
+/// The column and row beyond the lattice that the outer cells cover count as those cells.
+ColRow cellHolding(const Grid_Header& grid, const Point& at) {
+  ColRow cell = grid.XYtoColRow(at.x, at.y);
+  if (cell.col == -1) cell.col = 1;
+  if (cell.col == grid.cols() + 1) cell.col = grid.cols();
+  if (cell.row == -1) cell.row = 1;
+  if (cell.row == grid.rows() + 1) cell.row = grid.rows();
+  return cell;
+}
+
+/// Outputs that a failure leaves behind.
+void giveNothing(const SurfaceMetricsArgs& args) {
+  constexpr auto missing = static_cast<double>(kNodata);
+  for (float* out : {args.gradient, args.plan, args.profile, args.aspect, args.flowWidth, args.dinfAspect})
+    give(out, missing);
+  if (args.plan != nullptr || args.profile != nullptr)
+    for (float* out : {args.planScaled, args.profileScaled}) give(out, missing);
+  give(args.steepest, 0);
+}
+
+}  // namespace
+
+int R4Grid_type::surfaceMetrics(const SurfaceMetricsArgs& args) {
+  Attempt attempt{status};
+  giveNothing(args);
+  if (onDisk && !cellAccess && SetCellAccess() != kSuccess)
+    return reportError({.routine = kTag, .message1 = "SetCellAccess failed"});
+  if (xcellsize != ycellsize)
+    return reportError({.routine = kTag, .message1 = "surfaceMetrics cannot use unequal cell dimensions"});
+  // A circle without a radius would give NaN, an infinite one has no centre.
+  if (!usableRadius(args.length))
+    return reportError({.routine = kTag, .message1 = "surfaceMetrics needs a finite length above 0"});
+
+  constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
+  Point at{.x = args.x.value_or(nowhere), .y = args.y.value_or(nowhere)};
+  ColRow cell{.col = args.col.value_or(0), .row = args.row.value_or(0)};
+  if (args.col) {
+    if (ExtractR4ValueColRow(cell.col, cell.row) == nodataValue()) return kFailure;
+    at = ColRowToXY(cell.col, cell.row);
+  }
+
+  Circle circle = sampleCircle(*this, at, static_cast<double>(args.length), args.absolute);
+  if (!circle.found) return kFailure;
+  const double r = circle.radius;
+  Samples& z = circle.z;
+  const double centre = z[5];
+  normalise(z, r);
+  if (args.steepest != nullptr)
+    *args.steepest =
+        steepestDirection(*this, args.col ? cell : cellHolding(*this, at), z, centre, args.absolute);
+  mirrorAsAsked(z, args);
+
+  const Slopes slopes = slopesOf(z);
+  if (args.plan != nullptr || args.profile != nullptr) giveCurvature(args, z, slopes, r);
+  if (args.aspect != nullptr) *args.aspect = aspectOf(slopes);
+  if (args.gradient != nullptr) *args.gradient = gradientOf(slopes);
+
+  if (args.dinfAspect != nullptr) {
+    const std::size_t missing = sampleSquare(*this, at, r, args.absolute, z);
+    if (missing != 0) {
+      if (missing != 5) {
+        give(args.dinfAspect, kDirectionOf[missing]);
+        give(args.flowWidth, 1.0);
+      }
+      return kFailure;
+    }
+    normalise(z, r);
+  }
+  if (args.dinfAspect != nullptr || args.flowWidth != nullptr) {
+    const Descent descent = descend(z);
+    give(args.dinfAspect, descent.direction);
+    give(args.flowWidth, descent.flowWidth);
+  }
+  return attempt.succeed();
+}
+
+}  // namespace terrain

@@ -1,0 +1,363 @@
+#include "grid/surface_raster.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <vector>
+
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/numbers.h"
+#include "grid/surface_fit.h"
+#include "grid/surface_places.h"
+
+namespace terrain {
+
+namespace {
+
+using namespace surface;
+
+constexpr std::string_view kTag = "surfaceRasters in Grid_Module";
+constexpr std::string_view kReadTag = "ERROR: ExtractR4ValueColRow in Grid_module";
+
+// ---- many samples at once ----
+
+constexpr std::size_t kBlock = 256;  // columns: the samples of a block stay in the nearest cache
+
+/// Columns from..to whose samples at the first radius all lie equally many cells away, so that a
+/// sample of one column after the other reads one cell after the other.
+struct Run {
+  int32_t from = 0, to = 0;
+  std::array<int32_t, 5> shift{};
+  std::array<bool, 5> onLine{};
+};
+
+struct Block {
+  std::array<std::array<double, kBlock>, 10> z;
+  std::array<int32_t, kBlock> ok;  // every cell looked at and every sample is above nodata
+};
+
+/// Samples between the rows `lower` and `upper`.
+void sampleBetween(const float* __restrict lower, const float* __restrict upper, const double* __restrict u,
+                   double v, float nodata, std::size_t count, double* __restrict z, int32_t* __restrict ok) {
+  for (std::size_t j = 0; j < count; ++j) {
+    const float a = lower[j], b = lower[j + 1], c = upper[j], d = upper[j + 1];
+    const auto result = static_cast<float>(bilinear(static_cast<double>(a), static_cast<double>(b),
+                                                    static_cast<double>(c), static_cast<double>(d), u[j], v));
+    z[j] = static_cast<double>(result);
+    ok[j] &= static_cast<int32_t>(a > nodata) & static_cast<int32_t>(b > nodata) &
+             static_cast<int32_t>(c > nodata) & static_cast<int32_t>(d > nodata) &
+             static_cast<int32_t>(result > nodata);
+  }
+}
+
+void sampleOnLine(const float* __restrict row, float nodata, std::size_t count, double* __restrict z,
+                  int32_t* __restrict ok) {
+  for (std::size_t j = 0; j < count; ++j) {
+    z[j] = static_cast<double>(row[j]);
+    ok[j] &= static_cast<int32_t>(row[j] > nodata);
+  }
+}
+
+// ---- the pass ----
+
+class SurfacePass {
+ public:
+  SurfacePass(R4Grid_type& elev, double length, const SurfaceRasters& out)
+      : elev_(elev), out_(out), nodata_(elev.nodataValue()), radii_(radiiFrom(elev, length)) {}
+
+  /// Fills the rasters. Nothing, and nothing to rely on in them, where the grid has no exact positions
+  /// or the window does not fit into memory.
+  [[nodiscard]] std::optional<int> run();
+
+ private:
+  static std::vector<double> radiiFrom(const Grid_Header& grid, double length);
+  [[nodiscard]] int32_t rowsReached() const;
+  [[nodiscard]] bool prepare(RowWindow& rows);
+  void findRuns();
+  [[nodiscard]] bool placeRow(int32_t row, const RowWindow& rows);
+  void fillRow(int32_t row, const RowWindow& rows);
+  void fillRun(const Run& run, const RowWindow& rows);
+  void fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow& rows);
+  void fillCell(int32_t col, const Sampler& sampler);
+  void give(int32_t col, const Samples& z);
+  const Places& columnPlaces(std::size_t radius, int32_t col);
+  [[nodiscard]] int writeRow(int32_t row);
+
+  R4Grid_type& elev_;
+  SurfaceRasters out_;
+  float nodata_;
+  std::vector<double> radii_;                // that a circle may take, falling
+  std::vector<double> roomX_;                // longest radius worth trying, by column
+  double roomY_ = 0;                         // the same for the row in work
+  std::vector<std::vector<Places>> tables_;  // by radius, then column; empty where not made
+  std::size_t tablesLeft_ = 0;
+  Places untabled_{};
+  std::vector<Places> rowPlaces_;                 // of the row in work, by radius
+  std::vector<int32_t> placedRow_;                // the row that an entry of rowPlaces_ was made for
+  std::array<std::vector<double>, 5> fractions_;  // at the first radius, by column
+  std::vector<Run> runs_;
+  std::vector<float> gradient_, aspect_;  // the row in work
+  std::vector<char> done_;
+};
+
+/// The radii in the order in which they are tried, without those whose circle cannot lie on the grid.
+std::vector<double> SurfacePass::radiiFrom(const Grid_Header& grid, double length) {
+  const double step = radiusStep(grid);
+  const double longest = longestRadius(grid, {.x = (grid.xmin + (grid.xmax + grid.xcellsize)) / 2,
+                                              .y = (grid.ymin + (grid.ymax + grid.ycellsize)) / 2});
+  std::vector<double> radii;
+  double radius = length;
+  if (canShrink(radius, step) && radius > longest) radius = nextRadius(radius, step, longest);
+  radii.push_back(radius);
+  while (canShrink(radius, step)) radii.push_back(radius = nextRadius(radius, step, longest));
+  return radii;
+}
+
+int32_t SurfacePass::rowsReached() const {
+  constexpr int32_t spare = 6;                                       // the row above a sample, and rounding
+  constexpr int32_t most = std::numeric_limits<int32_t>::max() / 4;  // what is not held is found out
+  const auto reached = truncateTo<int32_t>(radii_.front() / elev_.ycellsize);
+  return std::min({elev_.rows(), reached, most}) + spare;
+}
+
+bool SurfacePass::prepare(RowWindow& rows) {
+  constexpr std::size_t mostTables = 16;
+  constexpr std::size_t mostTableBytes = std::size_t{8} << 20;
+  const auto width = static_cast<std::size_t>(elev_.cols());
+  tablesLeft_ = std::clamp<std::size_t>(mostTableBytes / (width * sizeof(Places)), 0, mostTables);
+  tables_.resize(radii_.size());
+  if (!tryAllocate(roomX_, width) || !tryAllocate(rowPlaces_, radii_.size()) ||
+      !tryAllocate(placedRow_, radii_.size()) || !tryAllocate(done_, width) || !rows.open())
+    return false;
+  for (auto* values : {&gradient_, &aspect_})
+    if (!tryAllocate(*values, width)) return false;
+  for (auto& values : fractions_)
+    if (!tryAllocate(values, width)) return false;
+
+  // Where coordinates are too large for the cell size, a cell's own point may lie in another cell.
+  for (int32_t col = 1; col <= elev_.cols(); ++col) {
+    const Point at = elev_.ColRowToXY(col, 1);
+    if (placesOfColumn(elev_, col, 0)[kCentre].cell != col) return false;
+    roomX_[static_cast<std::size_t>(col - 1)] =
+        longestRadius(elev_, {.x = at.x, .y = (elev_.ymin + elev_.ymax) / 2});
+  }
+  for (int32_t row = 1; row <= elev_.rows(); ++row)
+    if (placesOfRow(elev_, row, 0)[kCentre].cell != row) return false;
+  findRuns();
+  return true;
+}
+
+void SurfacePass::findRuns() {
+  for (int32_t col = 1; col <= elev_.cols(); ++col) {
+    const Places& places = columnPlaces(0, col);
+    Run here{.from = col, .to = col};
+    bool inside = true;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      fractions_[i][static_cast<std::size_t>(col - 1)] = places[i].fraction;
+      here.shift[i] = places[i].cell - col;
+      here.onLine[i] = places[i].onLine;
+      inside = inside && places[i].cell != 0 && !places[i].onBorder;
+    }
+    if (!inside || !here.onLine[kCentre]) continue;
+    if (!runs_.empty() && runs_.back().to == col - 1 && runs_.back().shift == here.shift &&
+        runs_.back().onLine == here.onLine) {
+      runs_.back().to = col;
+    } else {
+      runs_.push_back(here);
+    }
+  }
+}
+
+const Places& SurfacePass::columnPlaces(std::size_t radius, int32_t col) {
+  std::vector<Places>& table = tables_[radius];
+  if (table.empty()) {
+    if (tablesLeft_ == 0 || !tryAllocate(table, static_cast<std::size_t>(elev_.cols())))
+      return untabled_ = placesOfColumn(elev_, col, radii_[radius]);
+    --tablesLeft_;
+    for (int32_t c = 1; c <= elev_.cols(); ++c)
+      table[static_cast<std::size_t>(c - 1)] = placesOfColumn(elev_, c, radii_[radius]);
+  }
+  return table[static_cast<std::size_t>(col - 1)];
+}
+
+/// Settles where the row's samples lie at every radius that the row has room for. False if the window
+/// does not hold a row that they need.
+bool SurfacePass::placeRow(int32_t row, const RowWindow& rows) {
+  roomY_ = longestRadius(elev_, {.x = (elev_.xmin + elev_.xmax) / 2, .y = elev_.ColRowToXY(1, row).y});
+  for (std::size_t i = 0; i < radii_.size(); ++i) {
+    if (radii_[i] > roomY_ && i + 1 < radii_.size()) continue;
+    rowPlaces_[i] = placesOfRow(elev_, row, radii_[i]);
+    placedRow_[i] = row;
+    for (const Place& place : rowPlaces_[i])
+      if (place.cell != 0 && !(rows.holds(place.cell) && rows.holds(std::max(place.cell - 1, 1))))
+        return false;
+  }
+  return true;
+}
+
+void SurfacePass::give(int32_t col, const Samples& z) {
+  const Slopes slopes = slopesOf(z);
+  const auto at = static_cast<std::size_t>(col - 1);
+  if (out_.gradient != nullptr) gradient_[at] = gradientOf(slopes);
+  if (out_.aspect != nullptr) aspect_[at] = aspectOf(slopes);
+}
+
+/// The way of `surfaceMetrics`, with tables.
+void SurfacePass::fillCell(int32_t col, const Sampler& sampler) {
+  const auto nodata = static_cast<double>(nodata_);
+  const double room = std::min(roomX_[static_cast<std::size_t>(col - 1)], roomY_);
+  std::size_t i =
+      static_cast<std::size_t>(std::ranges::lower_bound(radii_, room, std::greater<>{}) - radii_.begin());
+  i = std::min(i, radii_.size() - 1);
+  Samples z{};
+  for (;; ++i) {
+    const bool last = i + 1 == radii_.size();
+    const Places& xs = columnPlaces(i, col);
+    const Places& ys = rowPlaces_[i];
+    bool usable = true;
+    for (std::size_t k = 1; k <= 9 && usable && !last; ++k)
+      usable = sampler.mayHoldData(xs[kXOf[k]], ys[kYOf[k]]);
+    if (!usable) continue;
+    for (std::size_t k = 1; k <= 9; ++k) z[k] = sampler.value(xs[kXOf[k]], ys[kYOf[k]]);
+    if (allAbove(z, nodata)) break;
+    if (z[5] == nodata) return;
+    if (!last) continue;
+    fillMissing(z, nodata);
+    break;
+  }
+  normalise(z, radii_[i]);
+  give(col, z);
+}
+
+void SurfacePass::fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow& rows) {
+  Block block;
+  std::fill_n(block.ok.begin(), count, 1);
+  const Places& ys = rowPlaces_[0];
+  const auto first = static_cast<std::size_t>(from - 1);
+  for (std::size_t k = 1; k <= 9; ++k) {
+    const std::size_t ix = kXOf[k];
+    const Place& y = ys[kYOf[k]];
+    const std::ptrdiff_t at = std::ptrdiff_t{from} - 1 + run.shift[ix];
+    const float* lower = rows.row(y.cell) + at;
+    if (run.onLine[ix] && y.onLine) {
+      sampleOnLine(lower, nodata_, count, block.z[k].data(), block.ok.data());
+    } else {
+      sampleBetween(lower, rows.row(y.cell - 1) + at, &fractions_[ix][first], y.fraction, nodata_, count,
+                    block.z[k].data(), block.ok.data());
+    }
+  }
+  const double radius = radii_.front();
+  std::array<Slopes, kBlock> slopes;
+  for (std::size_t j = 0; j < count; ++j) {
+    const double centre = block.z[5][j];
+    Samples z{};
+    for (std::size_t k = 1; k <= 9; ++k) z[k] = (block.z[k][j] - centre) / radius;
+    slopes[j] = slopesOf(z);
+  }
+  for (std::size_t j = 0; j < count; ++j) {
+    if (block.ok[j] == 0) continue;
+    done_[first + j] = 1;
+    if (out_.gradient != nullptr) gradient_[first + j] = gradientOf(slopes[j]);
+    if (out_.aspect != nullptr) aspect_[first + j] = aspectOf(slopes[j]);
+  }
+}
+
+void SurfacePass::fillRun(const Run& run, const RowWindow& rows) {
+  for (int32_t from = run.from; from <= run.to; from += static_cast<int32_t>(kBlock))
+    fillBlock(run, from, std::min(kBlock, static_cast<std::size_t>(run.to - from + 1)), rows);
+}
+
+void SurfacePass::fillRow(int32_t row, const RowWindow& rows) {
+  std::ranges::fill(done_, char{0});
+  const Places& ys = rowPlaces_[0];
+  const bool inside = placedRow_[0] == row && ys[kCentre].onLine &&
+                      std::ranges::all_of(ys, [](const Place& y) { return y.cell != 0 && !y.onBorder; });
+  if (inside)
+    for (const Run& run : runs_) fillRun(run, rows);
+
+  const Sampler sampler(rows, nodata_);
+  const float* cells = rows.row(row);
+  for (int32_t col = 1; col <= elev_.cols(); ++col) {
+    const auto at = static_cast<std::size_t>(col - 1);
+    if (done_[at] != 0) continue;
+    const bool missing = cells[at] == nodata_ || std::isnan(cells[at]);
+    if (out_.gradient != nullptr) gradient_[at] = missing ? out_.gradient->nodataValue() : kNodata;
+    if (out_.aspect != nullptr) aspect_[at] = missing ? out_.aspect->nodataValue() : kNodata;
+    if (!missing) fillCell(col, sampler);
+  }
+}
+
+int SurfacePass::writeRow(int32_t row) {
+  const auto write = [row](R4Grid_type* grid, std::span<const float> values) {
+    const IoCode code = grid == nullptr ? kIoOk : grid->writeRow(row, values);
+    return code == kIoOk ? kSuccess : reportScratchWrite(kTag, *grid, code);
+  };
+  return write(out_.gradient, gradient_) == kSuccess && write(out_.aspect, aspect_) == kSuccess ? kSuccess
+                                                                                                : kFailure;
+}
+
+std::optional<int> SurfacePass::run() {
+  RowWindow rows(elev_, rowsReached());
+  if (!prepare(rows)) return std::nullopt;
+  for (int32_t row = 1; row <= elev_.rows(); ++row) {
+    const IoCode code = rows.moveTo(row);
+    if (code != kIoOk) stopOnScratchFault(kReadTag, elev_, code);
+    if (!placeRow(row, rows)) return std::nullopt;
+    fillRow(row, rows);
+    if (writeRow(row) != kSuccess) return kFailure;
+  }
+  return kSuccess;
+}
+
+/// Cell by cell; for grids that the tables cannot serve.
+int fillByCell(R4Grid_type& elev, float length, const SurfaceRasters& out) {
+  for (int32_t row = 1; row <= elev.rows(); ++row) {
+    for (int32_t col = 1; col <= elev.cols(); ++col) {
+      if (elev.ExtractR4ValueColRow(col, row) == elev.nodataValue()) continue;
+      float gradient = kNodata;
+      float aspect = kNodata;
+      elev.surfaceMetrics(
+          {.length = length, .col = col, .row = row, .gradient = &gradient, .aspect = &aspect});
+      if (out.gradient != nullptr && out.gradient->SetR4CellColRow(col, row, gradient) != kSuccess)
+        return kFailure;
+      if (out.aspect != nullptr && out.aspect->SetR4CellColRow(col, row, aspect) != kSuccess) return kFailure;
+    }
+  }
+  return kSuccess;
+}
+
+}  // namespace
+
+int surfaceRasters(R4Grid_type& elev, float length, const SurfaceRasters& out) {
+  Attempt attempt{elev.status};
+  if (!elev.GridExists()) return reportError({.routine = kTag, .message1 = "Grid does not exist"});
+  for (const R4Grid_type* grid : {out.gradient, out.aspect})
+    if (grid != nullptr &&
+        (grid == &elev || !grid->GridExists() || grid->ncols != elev.ncols || grid->nrows != elev.nrows))
+      return reportError(
+          {.routine = kTag,
+           .message1 = "Gradient and aspect must be grids of their own with the size of the elevations"});
+  if (elev.xcellsize != elev.ycellsize)
+    return reportError({.routine = "surfaceMetricsZTC in Grid_Module",
+                        .message1 = "surfaceMetrics cannot use unequal cell dimensions"});
+  if (!usableRadius(length))
+    return reportError({.routine = "surfaceMetricsZTC in Grid_Module",
+                        .message1 = "surfaceMetrics needs a finite length above 0"});
+  if (out.gradient == nullptr && out.aspect == nullptr) return attempt.succeed();
+  for (R4Grid_type* grid : {&elev, out.gradient, out.aspect})
+    if (grid != nullptr && grid->SetRowAccess() != kSuccess)
+      return reportError({.routine = kTag, .message1 = "SetRowAccess failed"});
+
+  std::optional<int> filled;
+  {
+    SurfacePass pass(elev, static_cast<double>(length), out);
+    filled = pass.run();
+  }
+  if (!filled) filled = fillByCell(elev, length, out);
+  return *filled == kSuccess ? attempt.succeed() : kFailure;
+}
+
+}  // namespace terrain

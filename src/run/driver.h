@@ -1,0 +1,15 @@
+#pragma once
+// One run from its banner to its output raster and log.
+
+#include <optional>
+#include <string>
+
+#include "run/run_state.h"
+
+namespace terrain {
+
+/// Carries out the run that the instruction file describes. True if the output raster was written; a
+/// failure that stops the run ends the process with exit status 1.
+[[nodiscard]] bool carryOutRun(RunState& run, const std::optional<std::string>& instructionFile);
+
+}  // namespace terrain

@@ -1,0 +1,237 @@
+#include "run/walks.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "foundation/messages.h"
+
+namespace terrain {
+
+namespace {
+
+/// A neighbour that waits while the walk through its twin is finished.
+struct Pending {
+  std::int64_t cell;
+  float share;
+  float spent;
+};
+
+/// The cells that wait, the last one first. It grows with the walks and is never shrunk.
+class PendingStack {
+ public:
+  PendingStack() = default;
+  PendingStack(const PendingStack&) = delete;
+  PendingStack& operator=(const PendingStack&) = delete;
+
+  void clear() { top_ = store_.data(); }
+  [[nodiscard]] bool empty() const { return top_ == store_.data(); }
+  void push(const Pending& entry) {
+    if (top_ == store_.data() + store_.size()) [[unlikely]] grow();
+    *top_++ = entry;
+  }
+  Pending pop() { return *--top_; }
+
+ private:
+  void grow() {
+    const std::size_t used = store_.size();
+    store_.resize(used * 2);
+    top_ = store_.data() + used;
+  }
+  std::vector<Pending> store_ = std::vector<Pending>(1024);
+  Pending* top_ = store_.data();
+};
+
+constexpr float kEndsThere = std::numeric_limits<float>::infinity();
+
+/// The limit of a walk and what becomes of the step that crosses it. A cell reached with `spent` up to
+/// `deepest` goes on; a cell reached later only receives `lastShare`.
+struct TimeLimit {
+  float duration;
+  [[nodiscard]] float limit() const { return duration; }
+  [[nodiscard]] float deepest() const { return duration; }
+  /// The part of the step that fits the duration counts.
+  [[nodiscard]] float lastShare(float share, float spent, float step, float /*reach*/) const {
+    return share * (duration - spent) / step;
+  }
+};
+
+struct DistanceLimit {
+  float maxDistance;
+  float lastReach;  // the largest reach from which the shortest step still fits
+  [[nodiscard]] float limit() const { return maxDistance; }
+  [[nodiscard]] float deepest() const { return lastReach; }
+  [[nodiscard]] float lastShare(float share, float /*spent*/, float /*step*/, float reach) const {
+    return reach <= maxDistance ? share : 0.0F;
+  }
+};
+
+/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none.
+float lastReachFor(float limit, float step) {
+  if (!(step <= limit)) return -1.0F;
+  float t = limit - step;
+  while (step + t > limit) t = std::nextafter(t, -1.0F);
+  for (float more = std::nextafter(t, limit); more > t && step + more <= limit; more = std::nextafter(t, limit)) t = more;
+  return t;
+}
+
+struct MemoryCells {
+  WalkCell* cells;
+  [[nodiscard]] WalkCell& at(std::int64_t index) const { return cells[index]; }
+};
+
+struct DiskCells {
+  WalkTable* table;
+  [[nodiscard]] WalkCell& at(std::int64_t index) const { return table->onDisk(index); }
+};
+
+/// One walk after the other. `Guarded` serves limits so far beyond the step that float32 loses it: a step
+/// that does not advance is not taken, or a walk between two cells that face each other would never end.
+template <class Limit, class Cells, bool Guarded>
+class Walker {
+ public:
+  Walker(Limit limit, Cells cells) : limit_(limit), cells_(cells) {}
+
+  void add(std::int64_t index, float share) { cells_.at(index).total += share; }
+  [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_.at(index).starts != 0; }
+
+  /// Takes `share`, which has been added to the cell, on to the neighbours and as far as it goes. The
+  /// first neighbour is followed at once; the second waits if the first goes on, since both may lead to
+  /// the same cells and additions keep their order.
+  void goOn(std::int64_t index, float share, float spent) {
+    if (!(limit_.limit() > spent)) return;
+    pending_.clear();
+    while (true) {
+      const WalkCell& cell = cells_.at(index);  // good until the next cell is looked at
+      const float step0 = cell.step[0];
+      const float step1 = cell.step[1];
+      const float reach0 = step0 + spent;
+      const float reach1 = step1 + spent;
+      const float share0 = cell.share[0] * share;
+      const float share1 = cell.share[1] * share;
+      const std::int64_t first = index + cell.next[0];
+      const std::int64_t second = index + cell.next[1];
+      // One jump on both answers: they cannot be foreseen, and two jumps would be missed twice.
+      switch (static_cast<int>(goesOn(reach0, spent)) | static_cast<int>(goesOn(reach1, spent)) << 1) {
+        case 0:
+          add(first, last(share0, spent, step0, reach0));
+          add(second, last(share1, spent, step1, reach1));
+          if (!nextPending(index, share, spent)) return;
+          break;
+        case 1:
+          if (share1 > 0.0F) pending_.push({second, last(share1, spent, step1, reach1), kEndsThere});
+          add(first, share0);
+          index = first;
+          share = share0;
+          spent = reach0;
+          break;
+        case 2:
+          add(first, last(share0, spent, step0, reach0));
+          add(second, share1);
+          index = second;
+          share = share1;
+          spent = reach1;
+          break;
+        default:
+          pending_.push({second, share1, reach1});
+          add(first, share0);
+          index = first;
+          share = share0;
+          spent = reach0;
+      }
+    }
+  }
+
+ private:
+  [[nodiscard]] bool goesOn(float reach, float spent) const {
+    if constexpr (Guarded) return reach <= limit_.deepest() && reach > spent;
+    else return reach <= limit_.deepest();
+  }
+  [[nodiscard]] float last(float share, float spent, float step, float reach) const {
+    if constexpr (Guarded)
+      if (!(reach > spent)) return 0.0F;
+    return limit_.lastShare(share, spent, step, reach);
+  }
+
+  /// Adds the shares of waiting cells until one of them goes on; false when none is left.
+  bool nextPending(std::int64_t& index, float& share, float& spent) {
+    while (!pending_.empty()) {
+      const Pending top = pending_.pop();
+      add(top.cell, top.share);
+      if (top.spent > limit_.deepest()) continue;
+      index = top.cell;
+      share = top.share;
+      spent = top.spent;
+      return true;
+    }
+    return false;
+  }
+
+  Limit limit_;
+  Cells cells_;
+  PendingStack pending_;
+};
+
+}  // namespace
+
+int Walks::prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk) {
+  values_ = values;
+  return table_.make(values, grad, aspect, onDisk);
+}
+
+/// Calls `use` with the walker that the run needs: by time or by distance, over cells in memory or on
+/// disk, guarded or not.
+template <class Use>
+void Walks::withWalker(Use use) {
+  const float limit = values_.byTime ? values_.duration : values_.maxDistance;
+  const float finest = std::nextafter(limit, std::numeric_limits<float>::infinity()) - limit;
+  const bool guarded = !(table_.shortestStep() >= finest);
+  const auto run = [&](auto walker) { use(walker); };
+  const auto overCells = [&](auto bound) {
+    using Limit = decltype(bound);
+    if (table_.memory() != nullptr) {
+      const MemoryCells cells{table_.memory()};
+      if (guarded) run(Walker<Limit, MemoryCells, true>(bound, cells));
+      else run(Walker<Limit, MemoryCells, false>(bound, cells));
+    } else {
+      const DiskCells cells{&table_};
+      if (guarded) run(Walker<Limit, DiskCells, true>(bound, cells));
+      else run(Walker<Limit, DiskCells, false>(bound, cells));
+    }
+  };
+  if (values_.byTime) overCells(TimeLimit{values_.duration});
+  else overCells(DistanceLimit{values_.maxDistance, lastReachFor(values_.maxDistance, values_.cellDistance[1])});
+}
+
+void Walks::walkAll() {
+  withWalker([&](auto& walker) {
+    for (int32_t row = 1; row <= table_.rows(); ++row) {
+      const std::int64_t rowStart = table_.index(0, row);
+      for (int32_t col = 1; col <= table_.cols(); ++col) {
+        if (!walker.startsAt(rowStart + col)) continue;
+        if (values_.byTime) walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
+        walker.goOn(rowStart + col, 1.0F, 0.0F);
+      }
+    }
+  });
+}
+
+void Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
+  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
+  withWalker([&](auto& walker) {
+    walker.add(table_.index(col, row), share);
+    walker.goOn(table_.index(col, row), share, elapsed);
+  });
+}
+
+void Walks::walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin) {
+  const bool adds = !std::exchange(origin, false);
+  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
+  withWalker([&](auto& walker) {
+    if (adds) walker.add(table_.index(col, row), share);
+    walker.goOn(table_.index(col, row), share, travelled);
+  });
+}
+
+}  // namespace terrain

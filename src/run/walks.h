@@ -1,0 +1,45 @@
+#pragma once
+// The walks: each takes a share of water from a cell downslope, split at every cell between the two
+// neighbours that bracket its aspect, until its time or its distance is spent. What passes a cell is
+// added to it in float32, depth first and in the order of the directions: that order, with the order of
+// the start cells, fixes the rounding of the result.
+
+#include <cstdint>
+
+#include "run/walk_table.h"
+
+namespace terrain {
+
+class Walks {
+ public:
+  Walks() = default;
+  Walks(const Walks&) = delete;
+  Walks& operator=(const Walks&) = delete;
+
+  /// Makes ready for walks over `grad` and `aspect`, of one extent; `grad` is read only by time. With
+  /// `onDisk` the working table is a scratch file. 0, or -1 with a report.
+  int prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk);
+
+  /// Takes `share` on from (col, row), reached after `elapsed` hours; the share is added to that cell
+  /// too. A step that does not fit the duration is cut in proportion. No effect outside the grid.
+  void walkByTime(int32_t col, int32_t row, float share, float elapsed);
+
+  /// The same after `travelled` metres. With `origin` true nothing is added to (col, row) itself, and
+  /// `origin` becomes false. A step that does not fit the distance is not taken.
+  void walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin);
+
+  /// A walk of share 1 from every cell whose aspect is not negative, row by row.
+  void walkAll();
+
+  /// What has been added to the cells of a row.
+  void totals(int32_t row, std::span<float> out) { table_.totals(row, out); }
+
+ private:
+  template <class Use>
+  void withWalker(Use use);
+
+  WalkValues values_{};
+  WalkTable table_;
+};
+
+}  // namespace terrain
