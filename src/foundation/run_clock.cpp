@@ -15,7 +15,11 @@ constexpr std::array<std::string_view, 12> kMonths{"January", "February", "March
 
 std::string_view monthName(int32_t month) { return kMonths[static_cast<std::size_t>((month + 11) % 12)]; }
 
-std::string twoDigits(int32_t value) { return (value < 10 ? "0" : "") + freeText(value); }
+std::string twoDigits(int32_t value) {
+  std::string digits = freeText(value);
+  if (value < 10) digits.insert(digits.begin(), '0');
+  return digits;
+}
 
 std::string twelveHour(int32_t hour) { return freeText(hour % 12 == 0 ? 12 : hour % 12); }
 std::string_view halfOfDay(int32_t hour) { return hour < 12 ? " AM" : " PM"; }

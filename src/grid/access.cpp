@@ -142,14 +142,19 @@ T valueXY(GridOf<T>& grid, double x, double y, const PointOptions& options, std:
   if (!inside || (options.interpolate.value_or(false) && options.noInterpolate)) return nodata;
   const bool interpolate = options.interpolate.value_or(true) && !options.noInterpolate && !options.nearest;
   const auto [col, row] = coveredCell(grid, options.nearest ? grid.NearestColRow(x, y) : grid.XYtoColRow(x, y));
-  if (!interpolate) return grid.value(col, row, tag);
+  // A cell taken as it is loses its sign too, unless it is nodata.
+  const auto itself = [&] {
+    const T held = grid.value(col, row, tag);
+    return options.absolute && held != nodata ? std::abs(held) : held;
+  };
+  if (!interpolate) return itself();
 
   const Point at = grid.ColRowToXY(col, row);
   const double dx = x - at.x;
   const double dy = y - at.y;
   const bool onNode = sameR8(dx, 0.0) && sameR8(dy, 0.0);
   const bool onBorder = col == 1 || col == grid.cols() || row == 1 || row == grid.rows();
-  if (onNode || onBorder) return grid.value(col, row, tag);
+  if (onNode || onBorder) return itself();
 
   //   c d
   //   a b   the point lies right of and above the reference point of a

@@ -1,0 +1,205 @@
+// The walks against their plain recursive form, bit for bit.
+
+#include "run/walks.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "dem/dem.h"
+#include "foundation/file_names.h"
+#include "grid/surface_raster.h"
+#include "run/accumulation.h"
+#include "support/grids.h"
+#include "support/plain_walks.h"
+
+namespace terrain {
+namespace {
+
+using test::Storage;
+
+constexpr float kPi = 3.1415927F;
+
+class WalksTest : public test::InBothStorages {
+ protected:
+  /// Both forms on the same grids; the results must be the same bits. Gives the result.
+  std::vector<float> check(WalkValues values, R4Grid_type& grad, R4Grid_type& aspect, R4Grid_type& bcon) {
+    R4Grid_type accum;
+    accum.onDisk = GetParam() == Storage::disk;
+    EXPECT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = bcon, .accum = accum}, aspect), 0);
+    R4Grid_type plainAccum;
+    CreateGrid(plainAccum, {.like = &aspect, .fillValue = 0.0F, .onDisk = false});
+    test::PlainWalks plain(values, grad, aspect, plainAccum);
+    plain.walkAll();
+    plain.finish(bcon);
+    const auto fast = test::cellsOf(accum);
+    const auto slow = test::cellsOf(plainAccum);
+    EXPECT_EQ(fast.size(), slow.size());
+    for (std::size_t i = 0; i < fast.size(); ++i) {
+      if (!test::sameBits(fast[i], slow[i])) {
+        ADD_FAILURE() << "cell " << i << ": " << fast[i] << " for " << slow[i];
+        break;
+      }
+    }
+    return fast;
+  }
+  std::vector<float> check(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect) {
+    R4Grid_type none;
+    return check(values, grad, aspect, none);
+  }
+  R4Grid_type grid(int32_t cols, int32_t rows) { return test::emptyGrid<R4Grid_type>(cols, rows, {.storage = GetParam()}); }
+};
+INSTANTIATE_TEST_SUITE_P(Storages, WalksTest, ::testing::Values(Storage::memory, Storage::disk), test::storageName);
+
+/// Every kind of cell at once: holes, flats, aspects on and beside the centres, beyond a full circle and
+/// negative, cells that face each other, walls and NaN.
+struct Mixture {
+  R4Grid_type grad, aspect, bcon;
+  Mixture(int32_t cols, int32_t rows, uint32_t seed, Storage storage) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> unit(0.0F, 1.0F);
+    for (R4Grid_type* g : {&grad, &aspect, &bcon}) *g = test::emptyGrid<R4Grid_type>(cols, rows, {.storage = storage});
+    const float main = unit(random) * 6.28F;
+    test::fillWith(aspect, [&](int32_t, int32_t) {
+      const float kind = unit(random);
+      if (kind < 0.05F) return kNodata;
+      if (kind < 0.10F) return static_cast<float>(random() % 9) * (kPi / 4);
+      if (kind < 0.12F) return -unit(random);
+      if (kind < 0.14F) return 6.28F + unit(random);
+      if (kind < 0.15F) return std::numeric_limits<float>::quiet_NaN();
+      if (kind < 0.30F) return unit(random) * 6.2831853F;
+      return std::fmod(main + 0.6F * unit(random), 6.2831853F);
+    });
+    test::fillWith(grad, [&](int32_t, int32_t) {
+      const float kind = unit(random);
+      if (kind < 0.05F) return kNodata;
+      if (kind < 0.10F) return 0.0F;
+      if (kind < 0.12F) return 100.0F * unit(random);
+      return 0.05F + unit(random);
+    });
+    test::fillWith(bcon, [&](int32_t, int32_t) { return unit(random) < 0.2F ? 0.0F : unit(random) < 0.05F ? 1e-9F : 2 * unit(random); });
+  }
+};
+
+TEST_P(WalksTest, AreThePlainFormOnEveryKindOfCell) {
+  for (uint32_t seed = 1; seed <= 12; ++seed) {
+    SCOPED_TRACE(seed);
+    Mixture m(static_cast<int32_t>(3 + seed * 3), static_cast<int32_t>(40 - seed * 3), seed, GetParam());
+    check({.byTime = true, .duration = 9.0F + static_cast<float>(seed), .conductivity = 10.0F}, m.grad, m.aspect);
+    check({.byTime = true, .specific = true, .duration = 24.0F, .conductivity = 4.0F}, m.grad, m.aspect, m.bcon);
+    check({.byDistance = true, .maxDistance = 60.0F + static_cast<float>(seed)}, m.grad, m.aspect);
+    check({.byDistance = true, .specific = true, .maxDistance = 10.0F * static_cast<float>(seed)}, m.grad, m.aspect, m.bcon);
+    // The reach that just fits, and those beside it.
+    const float three = 10.0F + 10.0F + 10.0F * 1.4142135F;
+    for (float limit : {three, std::nextafter(three, 0.0F), std::nextafter(three, 100.0F)})
+      check({.byDistance = true, .maxDistance = limit}, m.grad, m.aspect);
+  }
+}
+
+TEST_P(WalksTest, AreThePlainFormOnRealGrids) {
+  const std::string data = TERRAIN_TEST_DATA;
+  for (const char* name : {"small", "small_gully", "medium_ridges"}) {
+    if (!rasterExists(data + "/raster/" + name)) GTEST_SKIP() << "no test data at '" << data << "'";
+    SCOPED_TRACE(name);
+    DEM_type dem;
+    dem.file = data + "/raster/" + name;
+    ASSERT_EQ(dem.ResolveDEM(), 0);
+    dem.elev.onDisk = GetParam() == Storage::disk;
+    ASSERT_EQ(dem.GetElev(), 0);
+    for (R4Grid_type* g : {&dem.grad, &dem.aspect})
+      ASSERT_EQ(CreateGrid(*g, {.like = &dem.elev, .onDisk = GetParam() == Storage::disk}), 0);
+    ASSERT_EQ(surfaceRasters(dem.elev, 2.0F * static_cast<float>(dem.cellsize), {.gradient = &dem.grad, .aspect = &dem.aspect}), 0);
+    ASSERT_EQ(dem.calcBcon(1.0F, &dem.aspect), 0);
+    const float cells = static_cast<float>(dem.cellsize);
+    check({.byTime = true, .specific = true, .duration = 20.0F, .conductivity = cells}, dem.grad, dem.aspect, dem.bcon);
+    check({.byDistance = true, .maxDistance = 4.3F * cells}, dem.grad, dem.aspect);
+  }
+}
+
+TEST_P(WalksTest, ALineOfCellsCountsWholeStepsAndTheCutOne) {
+  R4Grid_type grad = grid(1, 8);
+  R4Grid_type aspect = grid(1, 8);
+  test::fillWith(aspect, [](int32_t, int32_t) { return kPi; });  // all to the south
+  test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
+  // At 45 degrees the speed is half the conductivity: 10 m at 10 m/h take an hour.
+  const WalkValues values{.byTime = true, .duration = 2.5F, .conductivity = 20.0F};
+  const auto shares = check(values, grad, aspect);
+  const float expected[] = {1.0F, 2.0F, 3.0F, 3.5F, 3.5F, 3.5F, 3.5F, 3.5F};
+  for (std::size_t i = 0; i < 8; ++i) EXPECT_NEAR(shares[i], expected[i], 1e-4F);
+  for (float duration : {0.0F, -1.0F}) {
+    WalkValues none = values;
+    none.duration = duration;
+    EXPECT_EQ(check(none, grad, aspect), std::vector(8, 1.0F));
+  }
+  WalkValues dry = values;
+  dry.conductivity = 0.0F;
+  EXPECT_EQ(check(dry, grad, aspect), std::vector(8, 1.0F));
+  EXPECT_EQ(check({.byDistance = true, .maxDistance = 9.9F}, grad, aspect), std::vector(8, 0.0F));
+  EXPECT_EQ(check({.byDistance = true, .maxDistance = 20.0F}, grad, aspect), (std::vector{0.0F, 1.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F}));
+}
+
+TEST_P(WalksTest, SpecificAreaIsTheCountOverTheContour) {
+  R4Grid_type grad = grid(1, 8);
+  R4Grid_type aspect = grid(1, 8);
+  R4Grid_type bcon = grid(1, 8);
+  test::fillWith(aspect, [](int32_t, int32_t row) { return row == 8 ? -1.0F : kPi; });
+  test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
+  test::fillWith(bcon, [](int32_t, int32_t row) { return row == 5 ? 0.5F : row == 6 ? 0.0F : row == 7 ? 1e-6F : 1.0F; });
+  const auto area = check({.byTime = true, .specific = true, .duration = 100.0F, .conductivity = 20.0F}, grad, aspect, bcon);
+  EXPECT_EQ(area, (std::vector{1.0F, 2.0F, 3.0F, 4.0F, 10.0F, 6.0F, 1000000.0F, -9999.0F}));
+}
+
+TEST_P(WalksTest, ALongPathNeedsNoDeepStack) {
+  constexpr int32_t rows = 20'000;
+  R4Grid_type grad = grid(1, rows);
+  R4Grid_type aspect = grid(1, rows);
+  // Only the top rows start; the rest has the aspect of the south all the same.
+  test::fillWith(aspect, [](int32_t, int32_t row) { return row <= 3 ? kPi : kPi - 1e-7F; });
+  test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
+  WalkValues values{.byTime = true, .duration = 1e6F, .conductivity = 20.0F};
+  R4Grid_type accum;
+  R4Grid_type none;
+  ASSERT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect), 0);
+  EXPECT_EQ(accum.ExtractR4ValueColRow(1, rows), static_cast<float>(rows));
+}
+
+TEST_P(WalksTest, EndWhereStepsDoNotAdvanceOrRunBackwards) {
+  // Two cells that face each other, and a limit so far beyond the step that float32 loses it.
+  R4Grid_type grad = grid(2, 1);
+  R4Grid_type aspect = grid(2, 1);
+  test::fillWith(aspect, [](int32_t col, int32_t) { return col == 1 ? kPi / 2 : 1.5F * kPi; });
+  test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
+  R4Grid_type accum;
+  R4Grid_type none;
+  WalkValues fast{.byTime = true, .duration = 3.0e7F, .conductivity = 20.0F};
+  EXPECT_EQ(accumulateCells(fast, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect), 0);
+  // Beyond the vertical in float32: no speed, not a speed backwards in time.
+  test::fillWith(grad, [](int32_t, int32_t) { return 3.0e38F; });
+  EXPECT_EQ(accumulateCells(fast, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect), 0);
+  EXPECT_EQ(test::cellsOf(accum), std::vector(2, 1.0F));
+  Grid_Header flat = aspect;
+  flat.cellsize = 0.0;
+  EXPECT_EQ(accumulateCells(fast, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, flat), -1);
+}
+
+TEST_P(WalksTest, SingleWalksAddWhereTheyPass) {
+  R4Grid_type grad = grid(3, 3);
+  R4Grid_type aspect = grid(3, 3);
+  test::fillWith(aspect, [](int32_t, int32_t) { return kPi / 2; });
+  test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
+  Walks walks;
+  WalkValues values{.byDistance = true, .maxDistance = 10.0F};
+  values.cellDistance = stepLengths(10.0);
+  ASSERT_EQ(walks.prepare(values, grad, aspect, GetParam() == Storage::disk), 0);
+  bool origin = true;
+  walks.walkByDistance(1, 2, 1.0F, 0.0F, origin);
+  EXPECT_FALSE(origin);
+  walks.walkByDistance(1, 2, 0.5F, 5.0F, origin);
+  walks.walkByDistance(0, 2, 1.0F, 0.0F, origin);
+  std::vector<float> totals(3);
+  walks.totals(2, totals);
+  EXPECT_EQ(totals, (std::vector{0.5F, 1.0F, 0.0F}));
+}
+
+}  // namespace
+}  // namespace terrain

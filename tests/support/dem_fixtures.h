@@ -1,0 +1,65 @@
+#pragma once
+// Raster files for tests of the elevation model, written byte by byte and not by the system's own writer.
+
+#include <bit>
+#include <cstdint>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/grids.h"
+
+namespace terrain::test {
+
+struct RasterPlan {
+  double xmin = 1000, ymin = 2000;
+  double cellsize = 10;
+  std::string nodata = "-9999";
+};
+
+inline void writeText(const std::string& name, std::string_view text) {
+  std::ofstream(name, std::ios::binary) << text;
+}
+
+/// A float raster from its rows, north first; "." is the plan's nodata, "nan" not a number.
+inline void writeRaster(const std::string& stem, std::string_view rows, const RasterPlan& plan = {}) {
+  std::vector<float> cells;
+  std::size_t nrows = 0;
+  std::istringstream lines{std::string(rows)};
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    std::size_t inRow = 0;
+    for (std::string word; words >> word; ++inRow)
+      cells.push_back(std::stof(word == "." ? plan.nodata : word));
+    if (inRow > 0) ++nrows;
+  }
+  std::ostringstream header;
+  header.precision(15);
+  header << "NCOLS " << cells.size() / nrows << "\nNROWS " << nrows << "\nXLLCORNER " << plan.xmin
+         << "\nYLLCORNER " << plan.ymin << "\nCELLSIZE " << plan.cellsize << "\nNODATA_VALUE " << plan.nodata
+         << "\n";
+  writeText(stem + ".hdr", header.str());
+  std::string bytes(cells.size() * sizeof(float), '\0');
+  std::memcpy(bytes.data(), cells.data(), bytes.size());
+  writeText(stem + ".flt", bytes);
+}
+
+/// The cells as text, a row a line; "." is nodata.
+template <class G>
+std::string showCells(G& grid) {
+  std::ostringstream out;
+  const auto cells = cellsOf(grid);
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (i > 0) out << (i % static_cast<std::size_t>(grid.cols()) == 0 ? "\n" : " ");
+    if (cells[i] == grid.nodataValue())
+      out << '.';
+    else
+      out << cells[i];
+  }
+  return out.str();
+}
+
+}  // namespace terrain::test
