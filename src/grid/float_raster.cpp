@@ -21,6 +21,15 @@ constexpr std::string_view kTag = "ReadGrid in Grid_Module";
 /// Rows are moved in blocks of about this many bytes: large enough for the disk, small enough for the cache.
 constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
 
+/// Room for as many rows of `rowLength` elements as make a block, or for one where memory is short.
+/// Gives the number of rows, 0 if there is no memory at all.
+template <class T>
+std::size_t allocateBlock(std::vector<T>& block, std::size_t rowLength, int32_t rows) {
+  const std::size_t inBlock = std::clamp<std::size_t>(kBlockBytes / (rowLength * sizeof(T)), 1, static_cast<std::size_t>(rows));
+  if (tryAllocate(block, inBlock * rowLength)) return inBlock;
+  return tryAllocate(block, rowLength) ? 1 : 0;
+}
+
 int failed(const std::string& why) { return reportError({.routine = kTag, .message1 = why}); }
 
 // ---- which file, which cells ----
@@ -252,9 +261,9 @@ int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Conv
   if (file.open(fileName, platform::Open::read) != kIoOk)
     return reportError({.routine = kTag, .code = kCannotOpenToRead, .file = fileName});
 
-  const std::size_t blockRows = std::max<std::size_t>(1, kBlockBytes / source.recordLength);
   std::vector<std::byte> block;
-  if (!tryAllocate(block, blockRows * source.recordLength)) return noMemory(RowObjects<T>::in);
+  const std::size_t blockRows = allocateBlock(block, source.recordLength, source.header.rows());
+  if (blockRows == 0) return noMemory(RowObjects<T>::in);
   std::vector<T> rowOut;
   if (grid.onDisk && !tryAllocate(rowOut, static_cast<std::size_t>(grid.cols()))) return noMemory(RowObjects<T>::out);
 
@@ -370,10 +379,10 @@ int writeFailed(const WriteTexts& texts, const std::string& file, IoCode code) {
 template <Cell T>
 int writeCells(GridOf<T>& grid, platform::File& file, const std::string& name, const WriteTexts& texts) {
   const auto cols = static_cast<std::size_t>(grid.cols());
-  const std::size_t blockRows = std::max<std::size_t>(1, kBlockBytes / (cols * sizeof(float)));
   std::vector<float> block;
   std::vector<T> rowIn;
-  if (!tryAllocate(block, blockRows * cols) || (grid.onDisk && !tryAllocate(rowIn, cols)))
+  const std::size_t blockRows = allocateBlock(block, cols, grid.rows());
+  if (blockRows == 0 || (grid.onDisk && !tryAllocate(rowIn, cols)))
     return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = texts.rowObject});
 
   IoCode code = file.reserve(std::uint64_t{cols} * static_cast<std::uint64_t>(grid.rows()) * sizeof(float));

@@ -43,6 +43,10 @@ int main(int argc, char** argv) {
     std::cout << terrain::kProgramName << ' ' << terrain::kVersion << '\n';
     return 0;
   }
+  if (argc > 2) {
+    std::cerr << " Usage: ostrevanmoor [instruction file]; a name with blanks needs quotes\n";
+    return 1;
+  }
   terrain::platform::prepareProcess();
   try {
     terrain::RunState run;

@@ -67,11 +67,12 @@ TEST_F(Messages, ListIsKeptPrintedOrDroppedAsAsked) {
   EXPECT_EQ(list.lines(), std::vector{std::string(256, 'a')});
   reportError(list, {.message1 = "b", .discard = false});
   EXPECT_EQ(console_.text(), "");
-  EXPECT_EQ(errorText(list, 1000, "UNIX"), std::string(256, 'a') + "\nb\n");
-  EXPECT_EQ(errorText(list, 200), std::string(200, 'a'));
+  const std::string longLine(256, 'a');
+  EXPECT_EQ(errorText(list, 1000, "UNIX"), longLine + "\nb\n");
+  EXPECT_EQ(errorText(list, 200), longLine.substr(0, 200));
   EXPECT_EQ(errorText(list, 3), "");
   reportError(list, {.message1 = "c"});
-  EXPECT_EQ(console_.text(), ' ' + std::string(256, 'a') + "\n b\n c\n");
+  EXPECT_EQ(console_.text(), ' ' + longLine + "\n b\n c\n");
   EXPECT_FALSE(list.hasLines());
 
   reportError(list, {.message1 = "d", .discard = true});
@@ -80,7 +81,7 @@ TEST_F(Messages, ListIsKeptPrintedOrDroppedAsAsked) {
   reportError(list, {.routine = "w", .message1 = "e", .warning = true});
   EXPECT_FALSE(list.hasLines());
   reportError({.message1 = "f", .warning = true});
-  EXPECT_EQ(console_.text(), ' ' + std::string(256, 'a') + "\n b\n c\n f\n");
+  EXPECT_EQ(console_.text(), ' ' + longLine + "\n b\n c\n f\n");
   messages().showWarnings = true;
   reportError({.routine = "w", .warning = true});
   EXPECT_TRUE(console_.text().ends_with(" WARNING: w\n"));
