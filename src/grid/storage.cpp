@@ -118,15 +118,15 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
   grid.rowAccess = true;
   grid.cellAccess = false;
 
+  // The room is claimed before the first row, so that a disk that is too small is not filled up first.
+  const auto bytes = byteCount(static_cast<std::uint64_t>(grid.cols()) * sizeof(T), static_cast<std::uint64_t>(grid.rows()));
+  IoCode code = bytes ? units().records(grid.scratchUnit)->file().reserve(*bytes) : kIoPastEnd;
   std::vector<T> row;
-  if (!tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
+  if (code == kIoOk && !tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
     grid.releaseStorage();
     return reportError({.routine = kCreateTag, .code = kCannotAllocate, .text = CellTraits<T>::rowObject});
   }
   std::ranges::fill(row, fill);
-  // The room is claimed before the first row, so that a disk that is too small is not filled up first.
-  const auto bytes = byteCount(row.size() * sizeof(T), static_cast<std::uint64_t>(grid.rows()));
-  IoCode code = bytes ? units().records(grid.scratchUnit)->file().reserve(*bytes) : kIoPastEnd;
   for (int32_t r = 1; r <= grid.rows() && code == kIoOk; ++r) code = grid.writeRow(r, row);
   if (code == kIoOk) code = units().records(grid.scratchUnit)->flush();
   if (code != kIoOk) {

@@ -1,5 +1,6 @@
 #include "run/walks.h"
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -67,13 +68,17 @@ struct DistanceLimit {
   }
 };
 
-/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none.
+/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none. The sum
+/// never falls as t rises, and floats from 0 up are ordered as their bits are, so halving finds it.
 float lastReachFor(float limit, float step) {
   if (!(step <= limit)) return -1.0F;
-  float t = limit - step;
-  while (step + t > limit) t = std::nextafter(t, -1.0F);
-  for (float more = std::nextafter(t, limit); more > t && step + more <= limit; more = std::nextafter(t, limit)) t = more;
-  return t;
+  auto fits = std::bit_cast<uint32_t>(0.0F);
+  auto beyond = std::bit_cast<uint32_t>(limit) + 1;  // no reach above the limit counts
+  while (beyond - fits > 1) {
+    const uint32_t middle = fits + (beyond - fits) / 2;
+    (step + std::bit_cast<float>(middle) <= limit ? fits : beyond) = middle;
+  }
+  return std::bit_cast<float>(fits);
 }
 
 struct MemoryCells {
