@@ -52,8 +52,9 @@ void check(int result, const char* what) {
 PointVectorType& points() {
   static PointVectorType table;
   if (!table.point.empty()) return table;
-  const AttributeType list[] = {column("ID", "I4", 9, 0), column("CODE", "I8", 12, 0), column("DEPTH", "R4", 8, 2),
-                                column("HEIGHT", "R8", 14, 4), column("NAME", "C ", 16, 0)};
+  const AttributeType list[] = {column("ID", "I4", 9, 0), column("CODE", "I8", 12, 0),
+                                column("DEPTH", "R4", 8, 2), column("HEIGHT", "R8", 14, 4),
+                                column("NAME", "C ", 16, 0)};
   check(NewDataTable(table, {.attributeList = list, .numRecords = kPoints}), "table");
   for (int64_t i = 1; i <= kPoints; ++i) {
     table.SetPointXY(i, 500000 + 10000 * noise(i), 4000000 + 10000 * noise(7 * i));

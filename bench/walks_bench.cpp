@@ -68,16 +68,16 @@ void Plain(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }
 
-void Table(benchmark::State& state, bool onDisk) {
+void Table(benchmark::State& state, WalkStorage storage) {
   const bool byTime = state.range(0) != 0;
   Scene scene(byTime);
   Walks walks;
-  if (walks.prepare(scene.values, scene.grad, scene.aspect, onDisk) != 0) state.SkipWithError("not prepared");
+  if (walks.prepare(scene.values, scene.grad, scene.aspect, storage) != 0) state.SkipWithError("not prepared");
   for (auto _ : state) walks.walkAll();
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }
-void InMemory(benchmark::State& state) { Table(state, false); }
-void OnDisk(benchmark::State& state) { Table(state, true); }
+void InMemory(benchmark::State& state) { Table(state, WalkStorage::memory); }
+void OnDisk(benchmark::State& state) { Table(state, WalkStorage::disk); }
 
 BENCHMARK(Plain)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 BENCHMARK(InMemory)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);

@@ -16,7 +16,8 @@ namespace terrain::fuzz {
 
 /// A folder that lives as long as the process; the console is silenced with it.
 inline const std::string& folder() {
-  static const std::string path = [] {
+  // Never destroyed: the cleaning up at the end of the process needs it.
+  static const std::string& path = *new std::string([] {
     static std::ostringstream silent;
     static std::istringstream empty;
     silent.setstate(std::ios::badbit);  // takes nothing, so it never grows
@@ -30,7 +31,7 @@ inline const std::string& folder() {
       std::filesystem::remove_all(path, ignored);
     });
     return folder.string() + "/";
-  }();
+  }());
   return path;
 }
 

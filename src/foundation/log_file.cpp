@@ -65,11 +65,9 @@ void startLogFile(int32_t& unit, std::string_view logName, std::string_view inpu
   putConsoleLine("Log file: " + name);
 }
 
-void CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog) {
-  if (unit < 1 || units().text(unit) == nullptr) {
-    reportError({.routine = "CopyLogFile in Utilities", .message1 = "Invalid unit number"});
-    return;
-  }
+int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog) {
+  if (unit < 1 || units().text(unit) == nullptr)
+    return reportError({.routine = "CopyLogFile in Utilities", .message1 = "Invalid unit number"});
   TextFile& log = *units().text(unit);
   log.flush();
   const std::string name(stripped(newName));
@@ -79,7 +77,7 @@ void CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::stri
     reportError({.routine = "CopyLogFile", .message1 = "Error opening log file for " + name});
     putMessage(" Unit number: ", copyUnit);
     putMessage(" Error code: ", code);
-    return;
+    return kFailure;
   }
   TextFile& copy = *units().text(copyUnit);
   log.rewind();
@@ -95,11 +93,10 @@ void CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::stri
     }
   }
   const IoCode closed = units().close(copyUnit);
-  if (closed != kIoOk) {
-    reportError({.routine = "CopyLogFile", .code = kWriteError, .file = name, .message1 = describe(closed)});
-    return;
-  }
+  if (closed != kIoOk)
+    return reportError({.routine = "CopyLogFile", .code = kWriteError, .file = name, .message1 = describe(closed)});
   putMessage("Created log file " + name);
+  return kSuccess;
 }
 
 }  // namespace terrain

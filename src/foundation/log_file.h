@@ -22,7 +22,7 @@ struct LogIdentity {
 void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName, const LogIdentity& identity);
 
 /// Copies the log so far to `newName`; writing goes on behind it. With `otherLog` that file's lines
-/// follow. Failures are reported and leave the copy unmade.
-void CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog = std::nullopt);
+/// follow. 0, or -1 with a report and no copy.
+int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog = std::nullopt);
 
 }  // namespace terrain

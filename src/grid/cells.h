@@ -95,6 +95,10 @@ class CellArray {
   [[nodiscard]] const T& at(int32_t col, int32_t row) const { return values_[index(col, row)]; }
   /// The cells of a row without its margin.
   [[nodiscard]] std::span<T> row(int32_t row) { return {&at(1, row), static_cast<std::size_t>(cols_)}; }
+  /// All cells, margin included, in their order.
+  [[nodiscard]] std::span<T> all() {
+    return {values_.get(), static_cast<std::size_t>(stride_) * (static_cast<std::size_t>(rows_) + 2 * static_cast<std::size_t>(pad_))};
+  }
   /// The cells of a row with its margin.
   [[nodiscard]] std::span<T> paddedRow(int32_t row) {
     return {&at(1 - pad_, row), static_cast<std::size_t>(stride_)};

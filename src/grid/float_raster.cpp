@@ -261,6 +261,14 @@ int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Conv
   if (file.open(fileName, platform::Open::read) != kIoOk)
     return reportError({.routine = kTag, .code = kCannotOpenToRead, .file = fileName});
 
+  // A whole file of the grid's own type is its cells as they stand.
+  if (!grid.onDisk && source.type == CellTraits<T>::type && grid.cols() == source.header.cols() &&
+      place.row1 == 1 && place.toRow == 1 && place.col1 == 1 && place.toCol == 1 && place.row2 == grid.rows() &&
+      place.col2 == grid.cols())
+    return file.readAt(0, std::as_writable_bytes(grid.cells.all())) == kIoOk
+               ? kSuccess
+               : reportError({.routine = kTag, .code = kReadError, .file = fileName});
+
   std::vector<std::byte> block;
   const std::size_t blockRows = allocateBlock(block, source.recordLength, source.header.rows());
   if (blockRows == 0) return noMemory(RowObjects<T>::in);

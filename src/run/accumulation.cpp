@@ -53,7 +53,7 @@ int accumulateCells(WalkValues& values, const AccumulationGrids& grids, const Gr
   putMessage("Accumulating");
   const bool onDisk = grids.accum.onDisk || grids.aspect.onDisk || (values.byTime && grids.grad.onDisk);
   Walks walks;
-  if (walks.prepare(values, grids.grad, grids.aspect, onDisk) != kSuccess) return kFailure;
+  if (walks.prepare(values, grids.grad, grids.aspect, onDisk ? WalkStorage::disk : WalkStorage::memory) != kSuccess) return kFailure;
   walks.walkAll();
   return finalPass(values, grids, walks);
 }

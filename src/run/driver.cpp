@@ -210,17 +210,24 @@ void prepare(RunState& run, const std::optional<std::string>& instructionFile) {
   run.instructions.Close();
 }
 
+/// Closes the log; what is said after that goes to the console alone.
+void closeLog(RunState& run, Closing closing) {
+  units().close(run.logUnit, closing);
+  messages().messageUnit = 0;
+}
+
 /// The output raster, then the log beside it. False if the raster could not be written.
 bool writeOutput(RunState& run, double startedAt) {
   if (run.accum.WritefltR4(run.outputName, &run.programInfo) != kSuccess) {
     reportError({.file = run.outputName + ".flt", .message1 = "Error writing output raster"});
-    units().close(run.logUnit);
+    closeLog(run, Closing::keep);
     return false;
   }
   putMessage("CPU seconds: ", static_cast<float>(platform::cpuSeconds() - startedAt));
   RunClock({.stop = true});
-  CopyLogFile(run.logUnit, run.outputName + ".log");
-  units().close(run.logUnit, Closing::erase);
+  // A log that could not be copied stays where it is.
+  const int copied = CopyLogFile(run.logUnit, run.outputName + ".log");
+  closeLog(run, copied == kSuccess ? Closing::erase : Closing::keep);
   return true;
 }
 

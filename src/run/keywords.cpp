@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "foundation/file_names.h"
 #include "foundation/free_format.h"
@@ -11,11 +12,11 @@ namespace terrain {
 
 namespace {
 
-/// A finite number, or the variable stays as it was. A negative one only where it makes sense.
+/// A finite number of at least `least`, or the variable stays as it was.
 template <class Number>
-bool takeNumber(const std::string& value, Number& variable, bool negativeToo = true) {
+bool takeNumber(const std::string& value, Number& variable, Number least = std::numeric_limits<Number>::lowest()) {
   Number read = variable;
-  if (!readFree(value, read) || !std::isfinite(read) || (read < 0 && !negativeToo)) return false;
+  if (!readFree(value, read) || !std::isfinite(read) || read < least) return false;
   variable = read;
   return true;
 }
@@ -71,7 +72,7 @@ bool takeDuration(RunState& run, const std::string& value, KeywordFailure& failu
 bool takeConductivity(RunState& run, const std::string& value, KeywordFailure& failure) {
   if (run.walk.byDistance) return refuse(failure, kTimeAfterDistance);
   run.walk.byTime = true;
-  return takeNumber(value, run.walk.conductivity, false);
+  return takeNumber(value, run.walk.conductivity, 0.0F);
 }
 bool takeMaxDistance(RunState& run, const std::string& value, KeywordFailure& failure) {
   if (run.walk.byTime) return refuse(failure, kDistanceAfterTime);

@@ -68,7 +68,7 @@ int WalkTable::openScratch() {
   return kSuccess;
 }
 
-int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk) {
+int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage) {
   constexpr int32_t kMostCols = std::numeric_limits<int32_t>::max() - 4;  // a step down is two rows' ends more
   cols_ = aspect.cols();
   rows_ = aspect.rows();
@@ -76,9 +76,10 @@ int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& as
   const auto width = static_cast<std::size_t>(cols_) + 2;
   const auto bytes = byteCount(width * sizeof(WalkCell), static_cast<std::uint64_t>(rows_) + 2);
   if (!bytes) return reportError({.routine = kTag, .message1 = "Too many cells for the walks"});
-  if (!onDisk) memory_ = tryArray<WalkCell>(*bytes / sizeof(WalkCell));
+  if (storage == WalkStorage::memory) memory_ = tryArray<WalkCell>(*bytes / sizeof(WalkCell));
   if (memory_ == nullptr) {
-    if (!onDisk) putMessage("accumulateCells: unable to allocate memory for the walks; using scratch space");
+    if (storage == WalkStorage::memory)
+      putMessage("accumulateCells: unable to allocate memory for the walks; using scratch space");
     if (openScratch() != kSuccess) return kFailure;
     const IoCode code = file_->file().reserve(*bytes);
     if (code != kIoOk)

@@ -44,6 +44,9 @@ struct WalkCell {
 };
 static_assert(sizeof(WalkCell) == 32);
 
+/// Where the records are kept.
+enum class WalkStorage { memory, disk };
+
 class WalkTable {
  public:
   WalkTable() = default;
@@ -51,8 +54,9 @@ class WalkTable {
   WalkTable(const WalkTable&) = delete;
   WalkTable& operator=(const WalkTable&) = delete;
 
-  /// Fills the table from the grids, of one extent, row by row. 0, or -1 with a report.
-  int make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk);
+  /// Fills the table from the grids, of one extent, row by row. Where memory does not suffice it goes to
+  /// disk. 0, or -1 with a report.
+  int make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage);
 
   [[nodiscard]] int32_t cols() const { return cols_; }
   [[nodiscard]] int32_t rows() const { return rows_; }

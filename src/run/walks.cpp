@@ -180,9 +180,9 @@ class Walker {
 
 }  // namespace
 
-int Walks::prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk) {
+int Walks::prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage) {
   values_ = values;
-  return table_.make(values, grad, aspect, onDisk);
+  return table_.make(values, grad, aspect, storage);
 }
 
 /// Calls `use` with the walker that the run needs: by time or by distance, over cells in memory or on

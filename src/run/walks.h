@@ -16,9 +16,9 @@ class Walks {
   Walks(const Walks&) = delete;
   Walks& operator=(const Walks&) = delete;
 
-  /// Makes ready for walks over `grad` and `aspect`, of one extent; `grad` is read only by time. With
-  /// `onDisk` the working table is a scratch file. 0, or -1 with a report.
-  int prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, bool onDisk);
+  /// Makes ready for walks over `grad` and `aspect`, of one extent; `grad` is read only by time.
+  /// 0, or -1 with a report.
+  int prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage);
 
   /// Takes `share` on from (col, row), reached after `elapsed` hours; the share is added to that cell
   /// too. A step that does not fit the duration is cut in proportion. No effect outside the grid.

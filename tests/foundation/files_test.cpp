@@ -79,7 +79,7 @@ TEST_F(Files, RecordsReadAsTheyWereWrittenWhateverTheirLength) {
   RecordFile& file = *units().records(unit);
   ASSERT_EQ(file.writeBytes(0, shadow), kIoOk);
   std::mt19937 random(11);
-  for (int i = 0; i < 60'000; ++i) {
+  for (int i = 0; i < 30'000; ++i) {
     const std::size_t length = i % 500 == 0 ? 10'000 : 1 + random() % 24;
     const std::size_t at = random() % (size - length);
     const auto part = std::span(shadow).subspan(at, length);

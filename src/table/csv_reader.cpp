@@ -1,0 +1,277 @@
+// Delimited text into a table. The file is read twice from front to back, once for the types of the
+// columns and the number of records, once for the values, so that no more than a line of it is held.
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "foundation/files.h"
+#include "foundation/free_format.h"
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/status.h"
+#include "foundation/units.h"
+#include "table/data_table.h"
+#include "table/delimited_text.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "NewDataTable in TabularDataModule";
+constexpr std::string_view kOpenTag = "NewInputFile in InputFileModule";
+constexpr std::size_t kMostFields =
+    100000;  // a field is described in some 1500 bytes, whatever its name's length
+
+int fail(std::string_view path, std::string_view message) {
+  return reportError({.routine = kTag, .code = kOwnWords, .file = path, .message1 = message});
+}
+
+// ---- lines ----
+
+/// The lines of an open file that are neither blank nor comments.
+class Lines {
+ public:
+  Lines(TextFile& file, std::string_view path) : file_(file), path_(path) {}
+
+  bool next() {
+    while (file_.readLine(line_, limit_)) {
+      ++number_;
+      if (line_.size() >= limit_) {  // such a line would drive the machine out of memory
+        noMemory_ = true;
+        return false;
+      }
+      if (!isSkippedLine(line_)) return true;
+    }
+    return false;
+  }
+  void rewind() {
+    file_.rewind();
+    number_ = 0;
+  }
+  [[nodiscard]] DelimitedLine cells() { return DelimitedLine(line_); }
+  [[nodiscard]] int64_t number() const { return number_; }  ///< of the line in the file, from 1
+  [[nodiscard]] std::string_view path() const { return path_; }
+  [[nodiscard]] std::uint64_t fileSize() const { return file_.file().size(); }
+  /// Reports why `next` gave up before the file's end, if it did.
+  int fault() const {
+    if (noMemory_)
+      return reportError({.routine = kTag, .code = kCannotAllocate, .file = path_, .text = "lines"});
+    if (file_.fault() != kIoOk) return reportError({.routine = kTag, .code = kReadError, .file = path_});
+    return kSuccess;
+  }
+
+ private:
+  TextFile& file_;
+  std::string_view path_;
+  const std::size_t limit_ =
+      static_cast<std::size_t>(platform::availableMemory() / 4);  // room to grow by copying
+  std::string line_;
+  int64_t number_ = 0;
+  bool noMemory_ = false;
+};
+
+// ---- first reading: names, types, number of records ----
+
+struct Heading {
+  std::vector<std::string> names;
+  std::vector<ColumnSurvey> columns;  ///< one a name
+  int64_t numRecords = 0;
+};
+
+int readHeading(Lines& lines, Heading& heading) {
+  if (!lines.next()) {
+    lines.fault();
+    return fail(lines.path(), "NewInputFile unable to read header line for " + std::string(lines.path()));
+  }
+  DelimitedLine cells = lines.cells();
+  for (std::string_view cell; cells.next(cell);) {
+    if (heading.names.size() == kMostFields)
+      return fail(lines.path(),
+                  "More than " + freeText(static_cast<int64_t>(kMostFields)) + " fields in the header line");
+    heading.names.emplace_back(cut(cell, kTextLength));
+  }
+  return kSuccess;
+}
+
+int surveyColumns(Lines& lines, Heading& heading) {
+  const std::size_t numFields = heading.names.size();
+  std::vector<std::string_view> values(numFields);
+  heading.columns.resize(numFields);
+  while (lines.next()) {
+    ++heading.numRecords;
+    DelimitedLine cells = lines.cells();
+    std::size_t count = 0;
+    for (std::string_view cell; cells.next(cell); ++count)
+      if (count < numFields) values[count] = cell;
+    if (count != numFields) {
+      putMessage("WARNING Missing fields, line", lines.number());
+      continue;
+    }
+    for (std::size_t f = 0; f < numFields; ++f) heading.columns[f].note(values[f]);
+  }
+  if (lines.fault() == kSuccess) return kSuccess;
+  return fail(lines.path(), "NewInputFile%findFormats failed for " + std::string(lines.path()));
+}
+
+// ---- the table's columns ----
+
+AttributeType attributeOf(std::string_view name, const ColumnFormat& format) {
+  AttributeType attribute;
+  attribute.name = name;
+  attribute.length = format.length;
+  attribute.decimals = format.decCnt;
+  attribute.dataType = std::string_view(format.dataType);
+  attribute.outFlag = attribute.shpFlag = attribute.csvFlag = true;
+  return attribute;
+}
+
+/// Where the cells of a column go.
+struct Target {
+  FieldContent* content = nullptr;  ///< null for a column without values, which the table does not have
+  int64_t cutTexts = 0;
+};
+
+/// Adds the columns, filled with nodata, and gives the target of each cell of a line.
+int addColumns(DataTableType& table, const Lines& lines, const Heading& heading,
+               std::vector<Target>& targets) {
+  const std::size_t numFields = heading.names.size();
+  std::vector<AttributeType> list;
+  std::uint64_t numColumns = 0;
+  for (std::size_t f = 0; f < numFields; ++f) {
+    list.push_back(attributeOf(heading.names[f], heading.columns[f].format()));
+    if (list.back().dataType != "U ") ++numColumns;
+  }
+  // A whole record has a character for each of its cells. A table of which next to nothing stands in
+  // the file comes from a damaged file, and would take memory out of all proportion to it.
+  constexpr std::uint64_t kFewCells = std::uint64_t{1} << 20;
+  const auto records = static_cast<std::uint64_t>(heading.numRecords);
+  const std::uint64_t room = std::max(kFewCells, 8 * lines.fileSize());
+  if (numColumns > 0 && records > room / numColumns)
+    return fail(lines.path(), "Most fields of the records are missing");
+
+  table.numRecords = heading.numRecords;
+  if (table.AddField(list) != kSuccess) return kFailure;
+  targets.resize(numFields);
+  for (std::size_t f = 0; f < numFields; ++f) {
+    FieldContent& content = *table.field[f];
+    const FieldKind kind = kindOf(content.dataType.padded());
+    if (kind == FieldKind::unknown) continue;
+    targets[f].content = &content;
+    if (kind == FieldKind::text && !content.Char.assign(content.Char.size(), heading.columns[f].characters()))
+      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+  }
+  std::erase_if(table.field,
+                [](const auto& content) { return kindOf(content->dataType.padded()) == FieldKind::unknown; });
+  table.nfields = static_cast<int32_t>(table.field.size());
+  return kSuccess;
+}
+
+// ---- second reading: values ----
+
+enum class Stored { yes, unreadable, noMemory };
+
+Stored store(std::string_view text, TextColumn& column, std::size_t record, Target& target) {
+  if (text.size() > kTextLength) ++target.cutTexts;
+  return column.set(record, text) ? Stored::yes : Stored::noMemory;
+}
+/// A blank number leaves the nodata that the column is filled with.
+template <class T>
+Stored store(std::string_view text, std::vector<T>& column, std::size_t record, Target& /*target*/) {
+  text = leftAdjusted(text);
+  if (text.empty()) return Stored::yes;
+  return isDelimitedNumber(text) && parseNumber(text, column[record]) ? Stored::yes : Stored::unreadable;
+}
+
+/// Cells beyond the heading's are passed over; a line that ends early leaves nodata in the others.
+int readRecord(Lines& lines, std::span<Target> targets, std::size_t record) {
+  DelimitedLine cells = lines.cells();
+  std::string_view cell;
+  for (Target& target : targets) {
+    if (!cells.next(cell)) break;
+    if (target.content == nullptr) continue;
+    Stored stored = Stored::yes;
+    visitColumn(*target.content,
+                [&](auto& column) { stored = store(trimmed(cell), column, record, target); });
+    if (stored == Stored::noMemory)
+      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+    if (stored == Stored::unreadable)
+      return reportError({.routine = kTag,
+                          .code = kOwnWords,
+                          .file = lines.path(),
+                          .message1 = "Error reading field " + std::string(target.content->name.trimmed()),
+                          .message2 = "Value: " + std::string(cell),
+                          .line = static_cast<int32_t>(std::min<int64_t>(lines.number(), INT32_MAX))});
+  }
+  return kSuccess;
+}
+
+int readRecords(Lines& lines, std::span<Target> targets, int64_t numRecords) {
+  lines.rewind();
+  lines.next();  // the heading
+  for (int64_t record = 1; record <= numRecords; ++record) {
+    if (!lines.next()) {
+      lines.fault();
+      return fail(lines.path(), "ReadLine failed");
+    }
+    if (readRecord(lines, targets, static_cast<std::size_t>(record) - 1) != kSuccess) return kFailure;
+  }
+  for (const Target& target : targets)
+    if (target.cutTexts > 0)
+      putMessage("Texts of " + std::string(target.content->name.trimmed()) + " cut at 256 characters: ",
+                 target.cutTexts);
+  return kSuccess;
+}
+
+// ---- files ----
+
+/// True if the file is open as `unit` and not empty; else the reason is told.
+bool openFile(std::string_view path, int32_t unit) {
+  if (!platform::fileExists(path)) {
+    reportError({.routine = kOpenTag, .message1 = "  Cannot find " + std::string(path)});
+    return false;
+  }
+  if (units().openText(unit, path, platform::Open::read) != kIoOk) {
+    putMessage("ERROR NewInputFile, Cannot open " + std::string(path));
+    return false;
+  }
+  if (units().text(unit)->file().size() > 0) return true;
+  reportError({.routine = kOpenTag, .file = path, .message1 = "Input file is empty"});
+  return false;
+}
+
+int readFile(DataTableType& table, std::string_view path, bool headerOnly) {
+  const int32_t unit = freeUnit();
+  const UnitGuard guard(unit);
+  if (!openFile(path, unit)) return fail(path, "NewInputFile failed for " + std::string(path));
+  Lines lines(*units().text(unit), path);
+  Heading heading;
+  std::vector<Target> targets;
+  if (readHeading(lines, heading) != kSuccess || surveyColumns(lines, heading) != kSuccess ||
+      addColumns(table, lines, heading, targets) != kSuccess)
+    return kFailure;
+  return headerOnly ? kSuccess : readRecords(lines, targets, heading.numRecords);
+}
+
+}  // namespace
+
+int readDelimited(DataTableType& table, std::string_view path, bool headerOnly) {
+  table.clear();
+  Attempt attempt{table.status};
+  int result = kFailure;
+  try {
+    result = readFile(table, trimmed(path), headerOnly);
+  } catch (const std::bad_alloc&) {
+    reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "lines"});
+  } catch (const std::length_error&) {
+    reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "lines"});
+  }
+  if (result != kSuccess) {
+    table.clear();
+    return kFailure;
+  }
+  return attempt.succeed();
+}
+
+}  // namespace terrain

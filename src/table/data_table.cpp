@@ -1,0 +1,277 @@
+#include "table/data_table.h"
+
+#include <algorithm>
+#include <set>
+
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/numbers.h"
+#include "foundation/status.h"
+#include "foundation/units.h"
+#include "table/dbf.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kAddTag = "AddField in DataTableModule";
+constexpr std::string_view kNewTag = "NewDataTable in TabularDataModule";
+constexpr std::size_t kDbfNameLength = 10;
+
+int fail(std::string_view routine, std::string_view message) {
+  return reportError({.routine = routine, .code = kOwnWords, .message1 = message});
+}
+
+std::string withoutNuls(std::string_view text) {
+  std::string clean(text);
+  std::replace(clean.begin(), clean.end(), '\0', ' ');
+  return clean;
+}
+
+/// What a new field replaces: the 10 characters of its name that a DBF file holds.
+std::string replacementKey(const AttributeType& attribute) {
+  const FixedText<256>& name = attribute.outName.blank() ? attribute.name : attribute.outName;
+  return std::string(trimmed(withoutNuls(cut(name.padded(), kDbfNameLength))));
+}
+
+bool fillColumn(TextColumn& column, std::size_t count, int32_t /*fill*/) { return column.assign(count); }
+template <class T>
+bool fillColumn(std::vector<T>& column, std::size_t count, int32_t fill) {
+  if (!tryAllocate(column, count)) return false;
+  std::fill(column.begin(), column.end(), static_cast<T>(fill));
+  return true;
+}
+
+std::unique_ptr<FieldContent> describe(const AttributeType& attribute) {
+  auto content = std::make_unique<FieldContent>();
+  content->name = std::string_view(withoutNuls(attribute.name.padded()));
+  content->outName = std::string_view(withoutNuls(attribute.outName.padded()));
+  if (content->name.blank()) content->name = content->outName;
+  if (content->outName.blank()) content->outName = content->name;
+  content->dataType = attribute.dataType;
+  if (kindOf(attribute.dataType.padded()) == FieldKind::unknown &&
+      attribute.dataType.padded().find('C') != std::string_view::npos)
+    content->dataType = "C ";
+  content->fileLength = attribute.length;
+  content->decimals = attribute.decimals;
+  content->outFlag = attribute.outFlag;
+  content->shpFlag = attribute.shpFlag;
+  content->csvFlag = attribute.csvFlag;
+  const int64_t room = std::max<int64_t>(attribute.length, int64_t{attribute.decimals} + 5);
+  content->length = content->outLength = static_cast<int32_t>(std::min<int64_t>(room, INT32_MAX));
+  return content;
+}
+
+/// Gives a new field its column. False, after a report, if there is no memory.
+bool addColumn(FieldContent& content, int64_t numRecords, int32_t fill) {
+  bool there = true;
+  const bool known = visitColumn(content, [&](auto& column) {
+    if (numRecords >= 1) there = fillColumn(column, static_cast<std::size_t>(numRecords), fill);
+  });
+  if (!known) {
+    fail(kAddTag, "Unknown data type " + std::string(content.dataType.padded()));
+  } else if (!there) {
+    const std::string type(content.dataType == "C " ? "char" : content.dataType.trimmed());
+    reportError({.routine = kAddTag, .code = kCannotAllocate, .text = "newField%" + type});
+  }
+  return there;
+}
+
+AttributeType attributeOf(const FieldContent& content) {
+  AttributeType attribute;
+  attribute.name = content.name;
+  attribute.outName = content.outName;
+  attribute.length = content.length;
+  attribute.decimals = content.decimals;
+  attribute.dataType = content.dataType;
+  attribute.outFlag = content.outFlag;
+  attribute.shpFlag = content.shpFlag;
+  attribute.csvFlag = content.csvFlag;
+  return attribute;
+}
+
+template <class Column>
+struct Element {
+  using type = typename Column::value_type;
+};
+template <>
+struct Element<TextColumn> {
+  using type = TextColumn;
+};
+template <class Column>
+using ElementOf = typename Element<Column>::type;
+
+/// Keeps the records of an ascending list: no value stands before its new place, so they move in place.
+template <class T>
+void keepValues(std::vector<T>& column, std::span<const int64_t> records) {
+  for (std::size_t i = 0; i < records.size(); ++i) column[i] = column[static_cast<std::size_t>(records[i]) - 1];
+  column.resize(records.size());
+}
+void keepValues(TextColumn& column, std::span<const int64_t> records) { column.keep(records); }
+
+/// The records of any list, into an empty column. False if there is no memory.
+template <class T>
+bool copyValues(const std::vector<T>& from, std::span<const int64_t> records, std::vector<T>& to) {
+  if (!tryAllocate(to, records.size())) return false;
+  for (std::size_t i = 0; i < records.size(); ++i) to[i] = from[static_cast<std::size_t>(records[i]) - 1];
+  return true;
+}
+bool copyValues(const TextColumn& from, std::span<const int64_t> records, TextColumn& to) {
+  return to.takeFrom(from, records);
+}
+
+}  // namespace
+
+DataTableType::~DataTableType() {
+  if (dbfUnit > 0 && units().isOpen(dbfUnit)) units().close(dbfUnit);
+}
+
+void DataTableType::clear() {
+  if (dbfUnit > 0 && units().isOpen(dbfUnit)) units().close(dbfUnit);
+  field.clear();
+  codePage.clear();
+  nfields = IDfield = dbfUnit = dbfRecordLength = 0;
+  dbfPosition = numRecords = 0;
+}
+
+// The new fields are made whole before the table changes, so a table that has no memory for them stays
+// as it was. The ID field keeps its column when others go; where it is itself replaced, the new field
+// takes its place.
+int DataTableType::AddField(std::span<const AttributeType> newFields, const AddFieldOptions& options) {
+  Attempt attempt{status};
+  std::set<std::string, std::less<>> replaced;
+  if (options.replace) {
+    for (const AttributeType& attribute : newFields) {
+      if (attribute.name.blank() && attribute.outName.blank()) return fail(kAddTag, "Data field has no name");
+      replaced.insert(replacementKey(attribute));
+    }
+  }
+  std::vector<std::unique_ptr<FieldContent>> added;
+  for (const AttributeType& attribute : newFields) {
+    added.push_back(describe(attribute));
+    if (!addColumn(*added.back(), numRecords, options.fill.value_or(truncateTo<int32_t>(attribute.nodata))))
+      return kFailure;
+  }
+  FieldContent* id = fieldAt(IDfield);
+  std::string idKey;
+  std::vector<std::unique_ptr<FieldContent>> kept;
+  for (auto& content : field) {
+    if (!replaced.contains(content->name.trimmed())) {
+      kept.push_back(std::move(content));
+    } else if (content.get() == id) {
+      idKey = content->name.trimmed();
+      id = nullptr;
+    }
+  }
+  const std::size_t numKept = kept.size();
+  for (auto& content : added) kept.push_back(std::move(content));
+  field = std::move(kept);
+  nfields = static_cast<int32_t>(field.size());
+  if (id == nullptr && !idKey.empty()) {
+    const auto heir = std::find_if(newFields.begin(), newFields.end(),
+                                   [&](const AttributeType& attribute) { return replacementKey(attribute) == idKey; });
+    IDfield = static_cast<int32_t>(numKept + static_cast<std::size_t>(heir - newFields.begin())) + 1;
+  } else if (id != nullptr) {
+    const auto here = std::find_if(field.begin(), field.end(), [&](const auto& content) { return content.get() == id; });
+    IDfield = static_cast<int32_t>(here - field.begin()) + 1;
+  }
+  return attempt.succeed();
+}
+
+int DataTableType::GetAttributeList(std::vector<AttributeType>& list) {
+  Attempt attempt{status};
+  if (!tryAllocate(list, field.size()))
+    return reportError({.routine = "GetAttributeList in DataTableModule", .code = kCannotAllocate, .text = "list"});
+  for (std::size_t i = 0; i < field.size(); ++i) list[i] = attributeOf(*field[i]);
+  return attempt.succeed();
+}
+
+int DataTableType::ApplyAttributeList(std::vector<AttributeType>& list, const ApplyListOptions& options) {
+  Attempt attempt{status};
+  const auto setFlags = [](FieldContent& content, bool value) {
+    content.outFlag = content.csvFlag = content.shpFlag = value;
+  };
+  if (options.outValue)
+    for (const auto& content : field) setFlags(*content, *options.outValue);
+  if (FieldContent* const id = fieldAt(IDfield); id != nullptr && options.idOut) setFlags(*id, true);
+
+  for (const AttributeType& entry : list)
+    for (const auto& content : field)
+      if (entry.name == content->name.trimmed())
+        content->name = std::string_view(std::string(trimmed(cut(content->name.trimmed(), 9))) + "1");
+  const int32_t numOld = nfields;
+  const auto numEntries = static_cast<int32_t>(list.size());
+  if (!list.empty() && AddField(list) != kSuccess) return kFailure;
+  const auto renumber = [&](int32_t& entry) {
+    if (entry > 0 && entry <= numEntries) entry += numOld;
+  };
+  for (AttributeReference& reference : options.references) {
+    renumber(reference.first);
+    renumber(reference.second);
+    for (int32_t& entry : reference.list) renumber(entry);
+  }
+  return GetAttributeList(list) == kSuccess ? attempt.succeed() : kFailure;
+}
+
+int DataTableType::setRecordFlag(int64_t irec, bool value) {
+  Attempt attempt{status};
+  if (!hasRecordFlags()) return fail("setRecordFlag in dataTableModule", "Unknown type");
+  if (irec >= 1 && irec <= numRecords)
+    if (bool* const flag = recordFlag(irec)) *flag = value;
+  return attempt.succeed();
+}
+
+int DataTableType::writeDBFfile(std::string_view path, const DbfWriteOptions& options) {
+  return writeDbf(*this, path, options);
+}
+
+// A list that ascends drops records in place, which takes no memory and cannot fail. Any other list
+// works on copies of the columns, and the table changes only when all of them are made.
+int DataTableType::takeRecords(std::span<const int64_t> records) {
+  constexpr std::string_view tag = "takeRecords in DataTableModule";
+  Attempt attempt{status};
+  bool ascending = true;
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    if (records[i] < 1 || records[i] > numRecords) return fail(tag, "Record number out of range");
+    if (i > 0 && records[i] <= records[i - 1]) ascending = false;
+  }
+  std::vector<std::unique_ptr<FieldContent>> taken;
+  for (auto& content : field) {
+    std::unique_ptr<FieldContent> copy;
+    if (!ascending) {
+      copy = std::make_unique<FieldContent>();
+      static_cast<FieldDescription&>(*copy) = *content;
+    }
+    bool done = true;
+    visitColumn(*content, [&](auto& column) {
+      if (column.empty()) return;
+      if (ascending) keepValues(column, records);
+      else done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
+    });
+    if (!done) return reportError({.routine = tag, .code = kCannotAllocate, .text = content->name.trimmed()});
+    if (!ascending) taken.push_back(std::move(copy));
+  }
+  if (!ascending) field = std::move(taken);
+  numRecords = static_cast<int64_t>(records.size());
+  return attempt.succeed();
+}
+
+int NewDataTable(DataTableType& table, const NewTableOptions& options) {
+  table.clear();
+  Attempt attempt{table.status};
+  if (!options.filePath) {
+    table.numRecords = std::max<int64_t>(options.numRecords.value_or(0), 0);
+    if (!options.attributeList) return attempt.succeed();
+    if (options.attributeList->empty()) return fail(kNewTag, "Attribute list has zero entries");
+    return table.AddField(*options.attributeList) == kSuccess ? attempt.succeed() : kFailure;
+  }
+  const std::string_view path = trimmed(*options.filePath);
+  const std::string_view type = path.substr(path.size() - std::min<std::size_t>(path.size(), 3));
+  int result = kFailure;
+  if (type == "dbf") result = readDbf(table, path, {.headerOnly = options.headerOnly});
+  else if (type == "csv") result = readDelimited(table, path, options.headerOnly);
+  else return fail(kNewTag, "Unknown file type: " + std::string(type));
+  return result == kSuccess ? attempt.succeed() : kFailure;
+}
+
+}  // namespace terrain

@@ -1,0 +1,54 @@
+#pragma once
+// dBASE III tables on disk, the companions of shapefiles: the layout of the header, reading into a
+// data table, writing from one. All numbers of the file are little-endian.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "table/data_table.h"
+
+namespace terrain {
+
+struct DbfField {
+  std::string name{};     ///< at most 10 bytes
+  char letter = ' ';      ///< "C", "N", "F", "D", ...
+  int32_t length = 0;     ///< bytes in a record
+  int32_t decimals = 0;
+  FixedText<2> dataType = "U ";  ///< type of the column; the letter where no type fits
+};
+
+/// What the front of a file says, checked against the file's size.
+struct DbfHeader {
+  int64_t numRecords = 0;     ///< worked out from the file size where the file says 0
+  uint16_t headerLength = 0;  ///< offset of the first record
+  uint16_t recordLength = 0;  ///< delete flag included
+  std::vector<DbfField> fields{};
+};
+
+/// Reads and checks the header of a file of `fileSize` bytes whose first bytes are `front` (its first
+/// 65,535 suffice). False, with the reason in `fault`, where the header contradicts itself or the file.
+[[nodiscard]] bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, DbfHeader& header,
+                                  std::string& fault);
+
+struct DbfReadOptions {
+  bool headerOnly = false;  ///< fields without values; the file stays open on `dbfUnit` until the table goes
+};
+
+/// Reads a file into a table without fields: `numRecords`, the fields in the file's order, the values.
+/// A field of a letter without a type keeps its place, without values. Every field of a known type
+/// gets its three output flags. Numbers that do not read keep the fill value -9999 and are logged,
+/// once a field. The text of a ".cpg" file beside it becomes the table's `codePage`. Faults are
+/// reported with the file's name and leave the table without fields.
+int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options = {});
+
+/// Writes path + ".dbf" (and path + ".cpg" where the table has a `codePage`): the records of
+/// `options.recIndex`, in that order, or all those whose flag is set, or all. See
+/// `DataTableType::writeDBFfile`, the face of this.
+int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options = {});
+
+}  // namespace terrain

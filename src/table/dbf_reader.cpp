@@ -1,0 +1,330 @@
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "foundation/bytes.h"
+#include "foundation/files.h"
+#include "foundation/free_format.h"
+#include "foundation/messages.h"
+#include "foundation/status.h"
+#include "foundation/units.h"
+#include "table/dbf.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "NewDataTable in TabularDataModule";
+constexpr std::size_t kHeaderBytes = 32;
+constexpr std::size_t kFieldBytes = 32;
+constexpr std::size_t kFrontBytes = 65535;  // the longest header
+constexpr std::byte kEndOfFields{0x0D};
+constexpr std::byte kEndOfFile{0x1A};
+
+// ---- header ----
+
+/// The column type of a letter; the letter itself where no type fits.
+FixedText<2> typeOf(char letter, int32_t length, int32_t decimals) {
+  const bool isReal = letter == 'F' || letter == 'O' || (letter == 'N' && decimals != 0);
+  if (length < 1) return "U ";  // such a field has no bytes to read a value from
+  if (isReal) return length < 9 ? "R4" : "R8";
+  if (letter == 'N') return length < 10 ? "I4" : "I8";
+  if (letter == 'C' || letter == 'D') return "C ";
+  const char code[2] = {letter, ' '};
+  return std::string_view(code, 2);
+}
+
+struct RawField {
+  std::string name;
+  char letter;
+  int32_t byteLength;
+  int32_t decimals;
+  int32_t wordLength;  // length and decimal count taken as one number, as long text fields use it
+};
+
+/// Lengths of text fields stand in 16 bits where the record then comes out right, else in 8.
+bool settleLengths(const std::vector<RawField>& raw, DbfHeader& header) {
+  int64_t byWord = 1;
+  int64_t byByte = 1;
+  for (const RawField& field : raw) {
+    byByte += field.byteLength;
+    byWord += field.letter == 'C' ? field.wordLength : field.byteLength;
+  }
+  const bool words = byWord == header.recordLength;
+  if (!words && byByte > header.recordLength) return false;
+  for (const RawField& field : raw) {
+    const bool word = words && field.letter == 'C';
+    DbfField& settled = header.fields.emplace_back();
+    settled.name = field.name;
+    settled.letter = field.letter;
+    settled.length = word ? field.wordLength : field.byteLength;
+    settled.decimals = word ? 0 : field.decimals;
+    settled.dataType = typeOf(settled.letter, settled.length, settled.decimals);
+  }
+  return true;
+}
+
+// ---- numbers ----
+
+enum class Reading { value, keep, bad };
+
+bool isSpace(char c) { return c == ' ' || c == '\0' || c == '\t'; }
+
+/// The whole token as a number, by the quick way; false where the careful one must look.
+template <class T>
+bool quickNumber(std::string_view token, T& value) {
+  const char first = token.size() > 1 && token.front() == '-' ? token[1] : token.front();
+  if ((first < '0' || first > '9') && (std::is_integral_v<T> || first != '.')) return false;
+  T parsed{};
+  const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), parsed);
+  if (error != std::errc{} || end != token.data() + token.size()) return false;
+  value = parsed;
+  return true;
+}
+
+/// A whole number written as a real one ("5.", "5.00", "1e3") for an integer column.
+template <class T>
+bool wholeNumber(std::string_view token, T& value) {
+  const std::size_t point = token.find('.');
+  if (point != std::string_view::npos && token.find_first_not_of('0', point + 1) == std::string_view::npos &&
+      parseNumber(token.substr(0, point), value))
+    return true;  // exact, whatever its size
+  double real = 0.0;
+  constexpr double limit = -static_cast<double>(std::numeric_limits<T>::min());
+  if (!parseNumber(token, real) || real != std::trunc(real) || real < -limit || real >= limit) return false;
+  value = static_cast<T>(real);
+  return true;
+}
+
+/// One number from the bytes of a field: blanks, tabs and NULs around it; "*" throughout is nodata.
+template <class T>
+Reading readNumber(std::string_view slice, T& value) {
+  std::size_t from = 0;
+  while (from < slice.size() && isSpace(slice[from])) ++from;
+  std::size_t to = from;
+  while (to < slice.size() && !isSpace(slice[to])) ++to;
+  if (from == to) return Reading::keep;
+  const std::string_view token = slice.substr(from, to - from);
+  if (to == slice.size() && quickNumber(token, value)) return Reading::value;
+  if (slice.find_first_of(",/") != std::string_view::npos) return Reading::bad;
+  if (quickNumber(token, value)) return Reading::value;
+  if (token.find_first_not_of('*') == std::string_view::npos) {
+    value = static_cast<T>(-9999);
+    return Reading::value;
+  }
+  if (const Field field = FreeFormatReader(slice).next(value); field == Field::value) return Reading::value;
+  else if (field == Field::null) return Reading::keep;
+  if constexpr (std::is_integral_v<T>)
+    if (wholeNumber(token, value)) return Reading::value;
+  return Reading::bad;
+}
+
+// ---- records ----
+
+/// The bytes of one field in all records.
+struct Slices {
+  std::string_view records;
+  std::size_t recordLength;
+  std::size_t start;
+  std::size_t length;
+  [[nodiscard]] std::string_view operator[](std::size_t record) const {
+    return records.substr(record * recordLength + start, length);
+  }
+};
+
+/// Unreadable numbers of a field: told once, with the first of them.
+struct Unread {
+  int64_t count = 0;
+  int64_t firstRecord = 0;
+  std::string firstText{};
+};
+
+template <class T>
+void decode(const Slices& slices, std::size_t first, std::size_t end, std::vector<T>& column, Unread& unread) {
+  for (std::size_t r = first; r < end; ++r) {
+    if (readNumber(slices[r], column[r]) != Reading::bad) continue;
+    if (unread.count++ > 0) continue;
+    unread.firstRecord = static_cast<int64_t>(r) + 1;
+    unread.firstText = slices[r];
+  }
+}
+
+/// Gives the column room for all its texts, so that it need not grow. False if there is no memory.
+bool prepareTexts(const Slices& slices, TextColumn& column) {
+  std::size_t characters = 0;
+  for (std::size_t r = 0; r < column.size(); ++r) characters += trimmed(cut(slices[r], kTextLength)).size();
+  return column.assign(column.size(), characters);
+}
+
+int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_view records) {
+  constexpr std::size_t kBlock = 4096;  // records decoded field by field while their bytes are at hand
+  const auto count = static_cast<std::size_t>(table.numRecords);
+  std::vector<Slices> slices;
+  std::vector<Unread> unread(header.fields.size());
+  std::size_t start = 1;
+  for (const DbfField& field : header.fields) {
+    slices.push_back({records, header.recordLength, start, static_cast<std::size_t>(field.length)});
+    start += static_cast<std::size_t>(field.length);
+  }
+  for (std::size_t f = 0; f < slices.size(); ++f)
+    if (!prepareTexts(slices[f], table.field[f]->Char))
+      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+  bool stored = true;
+  for (std::size_t first = 0; first < count; first += kBlock) {
+    const std::size_t end = std::min(count, first + kBlock);
+    for (std::size_t f = 0; f < slices.size(); ++f) {
+      visitColumn(*table.field[f], [&](auto& column) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
+          for (std::size_t r = first; r < end; ++r) stored = column.set(r, slices[f][r]) && stored;
+        } else {
+          decode(slices[f], first, end, column, unread[f]);
+        }
+      });
+    }
+  }
+  if (!stored) return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+  for (std::size_t f = 0; f < unread.size(); ++f) {
+    if (unread[f].count == 0) continue;
+    putMessage("NonFatal ERROR dbf record " + freeText(unread[f].firstRecord) + ", " + header.fields[f].name + ": " +
+               unread[f].firstText);
+    if (unread[f].count > 1)
+      putMessage("  Records with unreadable numbers in " + header.fields[f].name + ": ", unread[f].count);
+  }
+  return kSuccess;
+}
+
+// ---- files ----
+
+int fail(std::string_view path, std::string_view message) {
+  return reportError({.routine = kTag, .code = kOwnWords, .file = path, .message1 = message});
+}
+
+std::vector<AttributeType> attributesOf(const DbfHeader& header) {
+  std::vector<AttributeType> list;
+  for (const DbfField& field : header.fields) {
+    AttributeType& attribute = list.emplace_back();
+    attribute.name = std::string_view(field.name);
+    attribute.length = field.length;
+    attribute.decimals = field.decimals;
+    attribute.dataType = field.dataType;
+    attribute.outFlag = attribute.shpFlag = attribute.csvFlag = kindOf(field.dataType.padded()) != FieldKind::unknown;
+  }
+  return list;
+}
+
+/// The first bytes of the file, from the file opened on `dbfUnit`.
+IoCode openHeader(DataTableType& table, std::string_view path, std::size_t length, std::vector<std::byte>& bytes) {
+  const int32_t unit = freeUnit();
+  if (const IoCode code = units().openRecords(unit, path, platform::Open::read, 1); code != kIoOk) return code;
+  table.dbfUnit = unit;
+  bytes.resize(length);
+  return units().records(unit)->readBytes(0, bytes);
+}
+
+/// The name of the encoding, kept as the file beside the table has it.
+std::string codePageBeside(std::string_view path) {
+  constexpr std::uint64_t kLongest = 256;
+  const std::string name = std::string(path.substr(0, path.size() - std::min<std::size_t>(path.size(), 3))) + "cpg";
+  platform::File file;
+  if (!path.ends_with("dbf") || !platform::fileExists(name) || file.open(name, platform::Open::read) != kIoOk ||
+      file.size() > kLongest)
+    return {};
+  std::vector<std::byte> bytes(static_cast<std::size_t>(file.size()));
+  return file.readAt(0, bytes) == kIoOk ? std::string(ByteReader(bytes).text(bytes.size())) : std::string();
+}
+
+}  // namespace
+
+bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, DbfHeader& header, std::string& fault) {
+  header = {};
+  const auto refuse = [&fault](std::string text) {
+    fault = std::move(text);
+    return false;
+  };
+  ByteReader in(front);
+  in.skip(4);
+  const auto count = in.little<uint32_t>();
+  header.headerLength = in.little<uint16_t>();
+  header.recordLength = in.little<uint16_t>();
+  if (!in.seek(kHeaderBytes)) return refuse("dbf header is cut short");
+  const std::size_t length = header.headerLength;
+  if (length < kHeaderBytes + 1 || length > fileSize || length > front.size())
+    return refuse("dbf header length " + freeText(static_cast<int32_t>(length)) + " does not fit the file");
+  if (header.recordLength < 1) return true;  // the caller tells
+  std::vector<RawField> raw;
+  while (in.position() + kFieldBytes <= length && front[in.position()] != kEndOfFields) {
+    ByteReader field = in.part(kFieldBytes);
+    const std::string_view name = field.text(10);
+    RawField& read = raw.emplace_back();
+    read.name = name.substr(0, name.find('\0'));  // some writers leave old bytes behind the NUL
+    field.skip(1);
+    read.letter = static_cast<char>(field.little<uint8_t>());
+    field.skip(4);
+    read.byteLength = field.little<uint8_t>();
+    read.decimals = field.little<uint8_t>();
+    read.wordLength = read.byteLength + 256 * read.decimals;
+  }
+  if (!settleLengths(raw, header))
+    return refuse("dbf record length " + freeText(static_cast<int32_t>(header.recordLength)) + " is below its fields");
+  const std::uint64_t records = (fileSize - length) / header.recordLength;
+  const bool emptyTable = length < front.size() && front[length] == kEndOfFile;
+  header.numRecords = count == 0 && !emptyTable ? static_cast<int64_t>(records) : static_cast<int64_t>(count);
+  if (count > records)
+    return refuse("dbf record count " + freeText(static_cast<int64_t>(count)) + " exceeds the file's " +
+                  freeText(static_cast<int64_t>(records)));
+  return true;
+}
+
+int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options) {
+  table.clear();
+  Attempt attempt{table.status};
+  platform::File file;
+  if (file.open(path, platform::Open::read) != kIoOk)
+    return reportError({.routine = kTag, .code = kCannotOpenToRead, .file = path});
+  const std::uint64_t size = file.size();
+  file.close();
+  if (size < 1) return fail(path, "fsize returned zero file length for " + std::string(trimmed(path)));
+
+  std::vector<std::byte> bytes;
+  const IoCode code = options.headerOnly
+                          ? openHeader(table, path, static_cast<std::size_t>(std::min<std::uint64_t>(size, kFrontBytes + 1)), bytes)
+                          : readWholeFile(path, bytes);
+  const auto giveUp = [&table](int result) {
+    table.clear();
+    return result;
+  };
+  if (code == ByteWriter::kNoMemory)
+    return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
+  if (code != kIoOk) return giveUp(reportError({.routine = kTag, .code = kReadError, .file = path}));
+
+  DbfHeader header;
+  std::string fault;
+  const std::uint64_t known = options.headerOnly ? size : bytes.size();
+  if (!parseDbfHeader(bytes, known, header, fault)) return giveUp(fail(path, fault));
+  if (header.recordLength < 1) {
+    putMessage("WARNING InitDBFfileFromDisk: input file has zero record length");
+    putMessage("  File: " + std::string(trimmed(path)));
+    return giveUp(kFailure);
+  }
+  if (header.numRecords == 0) {
+    putMessage("WARNING InitDBFfileFromDisk: input file has no records");
+    putMessage("  File: " + std::string(trimmed(path)));
+  }
+  table.dbfRecordLength = header.recordLength;
+  table.dbfPosition = int64_t{header.headerLength} + 1;
+  table.codePage = codePageBeside(trimmed(path));
+  table.numRecords = options.headerOnly ? 0 : header.numRecords;
+  if (!header.fields.empty() && table.AddField(attributesOf(header)) != kSuccess) return giveUp(kFailure);
+  table.numRecords = header.numRecords;
+  if (!options.headerOnly) {
+    ByteReader in(bytes);
+    in.seek(header.headerLength);
+    const std::uint64_t length = static_cast<std::uint64_t>(header.numRecords) * header.recordLength;
+    if (decodeRecords(table, header, in.text(length)) != kSuccess) return giveUp(kFailure);
+    table.dbfPosition += static_cast<int64_t>(length);
+  }
+  return attempt.succeed();
+}
+
+}  // namespace terrain

@@ -1,0 +1,315 @@
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <map>
+#include <numeric>
+#include <set>
+
+#include "foundation/bytes.h"
+#include "foundation/files.h"
+#include "foundation/free_format.h"
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/status.h"
+#include "foundation/units.h"
+#include "table/dbf.h"
+#include "table/value_text.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "writeDBFfile in DataTableModule";
+constexpr std::size_t kNameLength = 10;
+constexpr int64_t kLongest = 65535;  // of header and record, whose lengths stand in 16 bits
+constexpr int64_t kLongestNumber = 255;
+constexpr uint64_t kLargestBlock = 199999999;
+
+int fail(std::string_view message) { return reportError({.routine = kTag, .code = kOwnWords, .message1 = message}); }
+
+/// One written field.
+struct Column {
+  FieldContent* content;
+  std::string name;      ///< as it stands in the file
+  std::size_t length;
+  std::size_t start;     ///< behind the delete flag
+  int64_t lost = 0;      ///< values for which there is no number
+};
+
+// ---- which fields, under which names ----
+
+bool isPrintable(char c) { return c > ' ' || static_cast<unsigned char>(c) >= 0x80; }
+
+/// At most 10 characters without blanks: those inside become "_".
+std::string fileName(const FieldContent& content) {
+  const FixedText<256>& full = content.outName.blank() ? content.name : content.outName;
+  std::string name(cut(full.padded(), kNameLength));
+  std::size_t end = name.size();
+  while (end > 0 && !isPrintable(name[end - 1])) --end;
+  name.resize(end);
+  std::replace_if(name.begin(), name.end(), [](char c) { return c == ' ' || c == '\0'; }, '_');
+  return name;
+}
+
+/// Gives every field a name of its own; the first of equal ones keeps it.
+void makeNamesUnique(std::vector<Column>& columns) {
+  std::set<std::string> taken;
+  for (const Column& column : columns) taken.insert(column.name);
+  std::set<std::string> given;
+  std::map<std::string, int32_t> next;
+  for (Column& column : columns) {
+    if (!column.name.empty() && given.insert(column.name).second) continue;
+    const std::string stem = column.name.empty() ? "FIELD" : column.name;
+    std::string name;
+    do {
+      const std::string suffix = "_" + std::to_string(++next[stem]);
+      name = stem.substr(0, kNameLength - suffix.size()) + suffix;
+    } while (taken.contains(name));
+    taken.insert(name);
+    given.insert(name);
+    putMessage("Field " + std::string(trimmed(column.content->outName.padded())) + " is written to the dbf file as " + name);
+    column.name = name;
+  }
+}
+
+void setFlags(DataTableType& table, const DbfWriteOptions& options) {
+  if (FieldContent* const id = table.fieldAt(table.IDfield)) {
+    id->outFlag = true;
+    if (options.shpOnly) id->shpFlag = true;
+    if (options.csvOnly) id->csvFlag = true;
+  }
+  if (options.allFields)
+    for (const auto& content : table.field) content->outFlag = content->shpFlag = true;
+}
+
+int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vector<Column>& columns) {
+  const std::vector<int32_t> lengths = table.FieldLengths();
+  std::size_t start = 0;
+  for (std::size_t f = 0; f < lengths.size(); ++f) {
+    FieldContent& content = *table.field[f];
+    if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag)) continue;
+    std::size_t held = 0;
+    const bool known = visitColumn(content, [&held](const auto& column) { held = column.size(); });
+    if (!known) continue;
+    const std::string name(content.name.trimmed());
+    if (std::cmp_not_equal(held, std::max<int64_t>(table.numRecords, 0)))
+      return fail("Field has no values in memory: " + name);
+    if (lengths[f] < 1 || lengths[f] > (content.dataType == "C " ? kLongest : kLongestNumber))
+      return fail("Field length " + freeText(lengths[f]) + " out of range: " + name);
+    const auto length = static_cast<std::size_t>(lengths[f]);
+    columns.push_back({&content, fileName(content), length, start});
+    start += length;
+  }
+  const auto numFields = static_cast<int64_t>(columns.size());
+  if (33 + 32 * numFields > kLongest) return fail("Too many fields for a dbf file: " + freeText(numFields));
+  if (std::cmp_greater(start + 1, kLongest))
+    return fail("Fields are too long for a dbf file: " + freeText(static_cast<int64_t>(start) + 1));
+  makeNamesUnique(columns);
+  return kSuccess;
+}
+
+// ---- which records ----
+
+int chooseRecords(DataTableType& table, const DbfWriteOptions& options, std::vector<int64_t>& records) {
+  const auto noMemory = [] { return reportError({.routine = kTag, .code = kCannotAllocate, .text = "recIndex"}); };
+  if (options.recIndex) {
+    for (const int64_t record : *options.recIndex)
+      if (record < 1 || record > table.numRecords) return fail("Record number out of range: " + freeText(record));
+    if (!tryAllocate(records, options.recIndex->size())) return noMemory();
+    std::copy(options.recIndex->begin(), options.recIndex->end(), records.begin());
+  } else {
+    if (options.isFlag && !table.hasRecordFlags()) return fail("Unknown shapefile type");
+    if (!tryAllocate(records, static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0)))) return noMemory();
+    std::iota(records.begin(), records.end(), int64_t{1});
+    if (options.isFlag)
+      std::erase_if(records, [&table](int64_t record) {
+        const bool* const flag = table.recordFlag(record);
+        return flag == nullptr || !*flag;
+      });
+  }
+  if (records.size() > UINT32_MAX) return fail("Too many records for a dbf file");
+  return kSuccess;
+}
+
+// ---- values ----
+
+/// Writes records into the image of the file.
+class RecordWriter {
+ public:
+  RecordWriter(std::span<std::byte> image, std::size_t first, std::size_t recordLength, std::optional<int32_t> nodataOut)
+      : image_(image), first_(first), recordLength_(recordLength), nodataOut_(nodataOut) {}
+
+  /// One field of the records listed, the first of which has the place `place` in the file.
+  int write(Column& column, std::span<const int64_t> records, std::size_t place) {
+    int result = kSuccess;
+    visitColumn(*column.content, [&](const auto& values) {
+      for (std::size_t i = 0; i < records.size() && result == kSuccess; ++i) {
+        std::byte* const at = image_.data() + first_ + (place + i) * recordLength_ + 1 + column.start;
+        result = put(values[static_cast<std::size_t>(records[i]) - 1], column, at, records[i]);
+      }
+    });
+    return result;
+  }
+
+ private:
+  static int put(std::string_view value, const Column& column, std::byte* at, int64_t /*record*/) {
+    copy(cut(value, column.length), at);
+    return kSuccess;
+  }
+  template <class T>
+    requires std::is_arithmetic_v<T>
+  int put(T value, Column& column, std::byte* at, int64_t record) {
+    if (nodataOut_ && countsAsNodata(value)) value = static_cast<T>(*nodataOut_);
+    if constexpr (std::is_integral_v<T>) text_.set(value);
+    else text_.set(value, column.content->decimals);
+    if (!text_.isNumber()) {  // the format has no NaN and no infinity: a field of "*" is a missing number
+      std::fill_n(at, column.length, std::byte{'*'});
+      ++column.lost;
+      return kSuccess;
+    }
+    if (text_.wholeLength() > column.length)
+      return fail("Record " + freeText(record) + ": value does not fit field " + column.name + ": " +
+                  freeText(value));
+    copy(cut(text_.text(), column.length), at);  // only digits behind the point can go here
+    return kSuccess;
+  }
+  static void copy(std::string_view text, std::byte* at) {
+    if (!text.empty()) std::memcpy(at, text.data(), text.size());
+  }
+
+  std::span<std::byte> image_;
+  std::size_t first_;
+  std::size_t recordLength_;
+  std::optional<int32_t> nodataOut_;
+  ValueText text_;
+};
+
+// ---- the image of the file ----
+
+/// The file is written in equal blocks; together they may hold more than the natural length.
+struct Blocks {
+  uint64_t count = 1;
+  uint64_t size = 0;
+};
+Blocks blocksFor(uint64_t natural) {
+  Blocks blocks{.size = natural + natural % 4};
+  while (blocks.size > kLargestBlock) {
+    ++blocks.count;
+    const uint64_t share = natural / blocks.count;
+    blocks.size = share + share % 4;
+  }
+  if (blocks.count * blocks.size < natural) ++blocks.count;
+  return blocks;
+}
+
+void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns, std::size_t numRecords,
+                 std::size_t recordLength, const std::optional<CalendarDate>& fixedDate) {
+  CalendarDate date;
+  if (fixedDate) {
+    date = *fixedDate;
+  } else {
+    const platform::DateTime now = platform::clock().now();
+    date = {now.year, now.month, now.day};
+  }
+  ByteWriter out(front);
+  out.little(uint8_t{3});
+  out.little(static_cast<uint8_t>(date.year - 1900));
+  out.little(static_cast<uint8_t>(date.month));
+  out.little(static_cast<uint8_t>(date.day));
+  out.little(static_cast<uint32_t>(numRecords));
+  out.little(static_cast<uint16_t>(33 + 32 * columns.size()));
+  out.little(static_cast<uint16_t>(recordLength));
+  out.fill(std::byte{0}, 20);
+  for (const Column& column : columns) {
+    out.text(column.name);
+    out.fill(std::byte{0}, kNameLength - column.name.size() + 1);
+    const bool isText = column.content->dataType == "C ";
+    out.text(isText ? "C" : "N");
+    out.fill(std::byte{0}, 4);
+    if (column.length < 128 || !isText) {  // a number keeps its decimal count whatever its length
+      out.little(static_cast<uint8_t>(column.length));
+      const bool isReal = kindOf(column.content->dataType.padded()) == FieldKind::R4 ||
+                          kindOf(column.content->dataType.padded()) == FieldKind::R8;
+      out.little(static_cast<uint8_t>(isReal ? std::clamp(column.content->decimals, 0, 20) : 0));
+    } else {
+      out.little(static_cast<uint16_t>(column.length));
+    }
+    out.fill(std::byte{0}, 14);
+  }
+  out.little(uint8_t{0x0D});
+}
+
+int writeImage(const std::string& name, std::span<const std::byte> image, const Blocks& blocks, std::size_t recordLength) {
+  const int32_t unit = freeUnit();
+  IoCode code = units().openRecords(unit, name, platform::Open::replace, static_cast<std::size_t>(blocks.size));
+  if (code != kIoOk) {
+    reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error opening dbf file"});
+    putMessage("Error code:    ", code);
+    putMessage("Unit number:   ", unit);
+    putMessage("dbfFileSize:   ", static_cast<int64_t>(image.size()));
+    putMessage("dbfRecordSize: ", static_cast<int64_t>(recordLength));
+    return kFailure;
+  }
+  for (uint64_t block = 0; block < blocks.count && code == kIoOk; ++block)
+    code = units().records(unit)->write(static_cast<int64_t>(block) + 1,
+                                        image.subspan(static_cast<std::size_t>(block * blocks.size),
+                                                      static_cast<std::size_t>(blocks.size)));
+  const IoCode closed = units().close(unit);
+  if (code == kIoOk && closed == kIoOk) return kSuccess;
+  reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error writing to dbf file"});
+  if (closed != kIoOk) putMessage(" IOSTAT on close: ", closed);
+  return kFailure;
+}
+
+int writeCodePage(const std::string& name, std::string_view codePage) {
+  platform::File file;
+  if (file.open(name, platform::Open::replace) == kIoOk && file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk &&
+      file.close() == kIoOk)
+    return kSuccess;
+  return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
+}
+
+}  // namespace
+
+// The whole file is made in memory first, so a value that cannot be written leaves an old file as it is.
+int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
+  constexpr std::size_t kRecordsAtATime = 4096;  // formatted field by field while their bytes are at hand
+  Attempt attempt{table.status};
+  if (options.isFlag && options.recIndex) return fail("Incompatible arguments: isFlag = TRUE and recIndex");
+  std::vector<int64_t> records;
+  if (chooseRecords(table, options, records) != kSuccess) return kFailure;
+  setFlags(table, options);
+  std::vector<Column> columns;
+  if (chooseColumns(table, options, columns) != kSuccess) return kFailure;
+
+  const std::size_t recordLength = 1 + std::accumulate(columns.begin(), columns.end(), std::size_t{0},
+                                                       [](std::size_t sum, const Column& c) { return sum + c.length; });
+  std::vector<std::byte> header;
+  writeHeader(header, columns, records.size(), recordLength, options.date);
+  const uint64_t records64 = uint64_t{recordLength} * records.size();
+  const Blocks blocks = blocksFor(header.size() + records64 + 1);
+  std::vector<std::byte> image;
+  if (!tryAllocate(image, static_cast<std::size_t>(blocks.count * blocks.size))) {
+    putConsoleLine("dbfFileSize: " + freeText(static_cast<int64_t>(blocks.count * blocks.size)));
+    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "dbf"});
+  }
+  std::copy(header.begin(), header.end(), image.begin());
+  std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(header.size()), records64, std::byte{' '});
+  image[header.size() + static_cast<std::size_t>(records64)] = std::byte{0x1A};
+
+  RecordWriter writer(image, header.size(), recordLength, options.nodataOut);
+  for (std::size_t first = 0; first < records.size(); first += kRecordsAtATime) {
+    const auto some = std::span(records).subspan(first, std::min(kRecordsAtATime, records.size() - first));
+    for (Column& column : columns)
+      if (writer.write(column, some, first) != kSuccess) return kFailure;
+  }
+  for (const Column& column : columns)
+    if (column.lost > 0) putMessage("Values of " + column.name + " that are no numbers, written as missing: ", column.lost);
+
+  const std::string stem(trimmed(path));
+  if (writeImage(stem + ".dbf", image, blocks, recordLength - 1) != kSuccess) return kFailure;
+  if (!table.codePage.empty() && writeCodePage(stem + ".cpg", table.codePage) != kSuccess) return kFailure;
+  return attempt.succeed();
+}
+
+}  // namespace terrain

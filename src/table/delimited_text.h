@@ -1,0 +1,82 @@
+#pragma once
+// Delimited text tables: a heading line with the name of each column, then one line a record. Lines
+// and cells have their true lengths.
+//
+// A line is cells with "," between them; a "," at its end adds a blank cell. Blanks, tabs and NUL
+// characters around a cell are no part of it. A cell that begins and ends with a double quote is
+// quoted: it may hold delimiters, a quote in it stands doubled, and its text is what stands between
+// the quotes. In a cell that has further text before or behind its quotes the quotes stay; such a
+// pair still keeps its delimiters from separating. A quote without a closing one on its line is an
+// ordinary character: a record never goes beyond its line. There are no keywords, and a comment mark
+// counts at a line's start only.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "foundation/input_file.h"
+
+namespace terrain {
+
+/// Splits one line from left to right, in time linear in its length.
+class DelimitedLine {
+ public:
+  /// The line is changed where a cell has doubled quotes.
+  explicit DelimitedLine(std::string& line) : line_(line) {}
+  /// The text of the next cell, good until the line changes. False, with a blank text, behind the last
+  /// cell. A blank line has none.
+  bool next(std::string_view& cell);
+
+ private:
+  [[nodiscard]] std::size_t find(char c, std::size_t from) const;
+  [[nodiscard]] std::size_t closingQuote(std::size_t opening) const;
+  [[nodiscard]] std::size_t unquotedEnd() const;
+  std::string_view undoubled(std::size_t from, std::size_t to);
+
+  std::string& line_;
+  std::size_t at_ = 0;
+  bool behindDelimiter_ = false;
+  bool done_ = false;
+};
+
+/// True for blank lines and for comments, lines that begin with "#".
+[[nodiscard]] bool isSkippedLine(std::string_view line);
+
+/// Adds a cell to a line that is being written: left-adjusted and trimmed, and quoted only where it
+/// would not be read back otherwise: with a delimiter or a quote in it, a tab or NUL character at its
+/// start or end, or, as the first cell, "#" at its start. The text holds no line ends.
+void appendCell(std::string& line, std::string_view text, bool firstCell);
+
+/// A number as columns hold it: an optional sign, digits with at most one point among or around them,
+/// and optionally "E" or "e" with a whole exponent. Signs and digits of any other form ("1-2",
+/// "12.05.2020") are text.
+[[nodiscard]] bool isDelimitedNumber(std::string_view text);
+
+/// Infers type, width and decimals of one column from its values. Numbers hold the characters
+/// "-+E1234567890." alone; whether they stood in quotes makes no difference. A column with a value that
+/// is no such number is text; else one with a point in a value is real: float64 if any of its numbers
+/// has more than 8 characters or is beyond float32, else float32; else it is integer, of 64 bits if a
+/// value needs them.
+class ColumnSurvey {
+ public:
+  /// Blank cells count for nothing.
+  void note(std::string_view cell);
+  [[nodiscard]] ColumnFormat format() const;
+  /// Characters of all values together, each cut at the length that a column holds.
+  [[nodiscard]] std::size_t characters() const { return characters_; }
+
+ private:
+  enum class Kind { none, integer, real, text };
+  [[nodiscard]] Kind kindWith(std::string_view value);
+
+  Kind kind_ = Kind::none;
+  bool wide_ = false;  // a value asks for float64
+  std::size_t length_ = 0;
+  std::size_t decimals_ = 0;
+  std::size_t characters_ = 0;
+  int64_t smallest_ = 0;
+  int64_t largest_ = 0;
+};
+
+}  // namespace terrain

@@ -1,0 +1,145 @@
+#pragma once
+// Line tables: a data table with one line a record. A line holds its vertices in one list, the starts
+// of its parts and, when it was read against a grid, the cell of each vertex. Reads the shapefile
+// types PolyLine, PolyLineZ and PolyLineM (without its measures), writes PolyLine and PolyLineZ.
+//
+// Records, vertices and parts count from 1. -9999 stands for what is not there.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "foundation/input_file.h"
+#include "grid/header.h"
+#include "table/data_table.h"
+#include "table/geometry.h"
+
+namespace terrain {
+
+class R4Grid_type;
+
+struct LineWriteOptions {
+  std::optional<int32_t> nodataOut{};  ///< written in the table for negative multiples of 9
+  bool isFlag = false;   ///< only lines whose flag is set; else the flags are set by what is written
+  bool reverse = false;  ///< vertices and parts last to first
+  const InputFileType* prjFile = nullptr;  ///< replaces `prj`
+  bool zForm = false;                      ///< PolyLineZ; the next three count only there
+  int32_t xyDecimals = 0;                  ///< above 0: coordinates are rounded, halves away from zero
+  int32_t zDecimals = 0;
+  bool allFields = false;              ///< all columns, whatever their flags
+  std::optional<CalendarDate> date{};  ///< of writing, in the table's header; absent: today
+};
+
+/// Outputs of `VertexInfo`; null for those not wanted.
+struct VertexInfoOut {
+  int32_t* col = nullptr;
+  int32_t* row = nullptr;
+  double* x = nullptr;
+  double* y = nullptr;
+  double* xAlt = nullptr;
+  double* yAlt = nullptr;
+  float* z = nullptr;
+};
+
+/// Cells at both ends of a line.
+struct SegmentEndCells {
+  int32_t lastCol = -1, lastRow = -1, firstCol = -1, firstRow = -1;
+};
+
+class LineVectorType : public DataTableType {
+ public:
+  int32_t ncols = 0, nrows = 0;  ///< reference of the grid, or mask, that the lines were read against
+  double xmin = 0, xmax = 0, ymin = 0, ymax = 0, cellsize = 0;
+  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
+  char units = 'm';
+  std::vector<SegmentType> segment{};  ///< record n stands at n - 1
+  InputFileType prj{};                 ///< the projection text, written back unchanged
+
+  /// Once: extents and vertices times the float32 0.3048.
+  void ConvertToMeters();
+  /// Makes `segment`, of `numRecords` segments or n; a table without columns takes n records.
+  int initializeSegments(std::optional<int64_t> n = std::nullopt);
+  /// Room for n cells in a segment, each -9999.
+  int initializeSegment(int64_t irec, int32_t n);
+  /// Fills a segment that has no vertices yet. Arrays of one size.
+  int setSegmentXY(int64_t irec, std::span<const double> x, std::span<const double> y,
+                   std::optional<std::span<const double>> xAlt = std::nullopt,
+                   std::optional<std::span<const double>> yAlt = std::nullopt);
+  /// Stores a link; a list that is too short grows, new entries are -9999.
+  int SetSegmentLinkA(int64_t irec, int64_t value, int32_t index = 1);
+  int SetSegmentLinkB(int64_t irec, int64_t value, int32_t index = 1);
+  int setColRow(int64_t irec, int32_t index, int32_t col, int32_t row);
+  int SetVertexXY(int64_t irec, int32_t index, double x, double y);
+  /// The first call on a line gives all its vertices the elevation -9999.0.
+  int setVertexZ(int64_t irec, int32_t index, float z);
+
+  /// Sum in float64 of the planar distances between consecutive vertices, from part to part too.
+  /// -9999.0 for a bad record.
+  [[nodiscard]] double SegmentLength(int64_t irec) const;
+  /// The same with z; between two vertices of which one has no elevation the distance is planar.
+  [[nodiscard]] double SegmentLength3D(int64_t irec) const;
+  [[nodiscard]] int32_t NumVertices(int64_t irec) const;  ///< -9999 without vertices
+  [[nodiscard]] int32_t NumParts(int64_t irec) const;     ///< -9999 for a bad record
+  [[nodiscard]] int32_t PartStart(int64_t irec, int32_t part) const;
+  /// Copies of the vertices; empty for a bad record or a line without vertices.
+  int Vertices(int64_t irec, std::vector<double>& x, std::vector<double>& y,
+               const VerticesOptions& options = {});
+  int ColsRows(int64_t irec, std::vector<int32_t>& cols, std::vector<int32_t>& rows);
+  /// Second positions, one for each vertex.
+  int SetVerticesAlt(int64_t irec, std::span<const double> xAlt, std::span<const double> yAlt);
+  [[nodiscard]] int64_t FirstLinkA(int64_t irec) const;
+  [[nodiscard]] int64_t FirstLinkB(int64_t irec) const;
+  /// -9999.0 for both outputs, and -1, where there is no vertex.
+  int LastVertex(int64_t irec, double& x, double& y);
+  /// Writes the lines that have vertices and, with an ID field, an ID above 0; in ascending order of
+  /// the IDs unless `isFlag`. In the Z form a missing elevation is -9999.0.
+  int WriteShapefile(std::string_view path, const LineWriteOptions& options = {});
+  /// One flag or, without a record, all of them.
+  void SetSegmentFlag(std::optional<int64_t> irec = std::nullopt, bool value = false);
+  [[nodiscard]] bool SegmentFlag(int64_t irec) const;
+  /// Gives the fields of `other` the names and output names of the fields of the same number.
+  void CopyFieldNames(DataTableType& other) const;
+  /// Copies each field's value to the field of the same number of another table's record.
+  int CopyRecord(int64_t irec, DataTableType& other, int64_t otherRecord);
+  [[nodiscard]] SegmentEndCells SegmentEnds(int64_t irec) const;
+  [[nodiscard]] int32_t VertexCount(int64_t irec) const;  ///< -1 without vertices
+  /// Leaves alone the outputs that the line has no value for.
+  void VertexInfo(int64_t irec, int32_t index, const VertexInfoOut& out) const;
+  /// Releases the segments and the columns.
+  void DestroySegments();
+
+  [[nodiscard]] bool hasRecordFlags() const override { return true; }
+  [[nodiscard]] bool* recordFlag(int64_t irec) override {
+    SegmentType* at = segmentAt(irec);
+    return at == nullptr ? nullptr : &at->flag;
+  }
+  /// The record, or null for a number outside 1 to the number of segments.
+  [[nodiscard]] SegmentType* segmentAt(int64_t irec) {
+    return irec >= 1 && irec <= static_cast<int64_t>(segment.size())
+               ? &segment[static_cast<std::size_t>(irec) - 1]
+               : nullptr;
+  }
+  [[nodiscard]] const SegmentType* segmentAt(int64_t irec) const {
+    return irec >= 1 && irec <= static_cast<int64_t>(segment.size())
+               ? &segment[static_cast<std::size_t>(irec) - 1]
+               : nullptr;
+  }
+};
+
+struct LineReadOptions {
+  const Grid_Header* grid = nullptr;  ///< vertices outside it are dropped
+  R4Grid_type* mask = nullptr;        ///< vertices outside it or on its nodata are dropped
+  std::optional<std::string_view> IDfieldName{};
+  double xOffset = 0;  ///< added in the file's units
+  double yOffset = 0;
+  int32_t xyDecimals = 0;  ///< above 0: rounded, halves away from zero
+  int32_t zDecimals = 0;
+};
+/// Reads the shapefile with the stem `path` into a table that loses what it held. Against a grid lines
+/// are clipped vertex by vertex; one with fewer than 2 vertices left is empty and keeps its row. A
+/// table of no records is no fault, one of null shapes only is.
+int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const LineReadOptions& options = {});
+
+}  // namespace terrain

@@ -1,0 +1,123 @@
+#pragma once
+// Polygon tables: a data table with one polygon a record. A polygon is one list of vertices; its rings,
+// outer ones, islands and holes alike, are marked by their starts. Reads the shapefile types Polygon,
+// PolygonZ and PolygonM with their measures, writes Polygon and PolygonZ.
+//
+// Records and vertices count from 1. Setters store -1 in `status` for what is not there, without a word.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "foundation/input_file.h"
+#include "grid/header.h"
+#include "table/data_table.h"
+#include "table/geometry.h"
+
+namespace terrain {
+
+struct PolygonWriteOptions {
+  bool isFlag = false;  ///< only polygons whose flag is set; else the flags are set by what is written
+  std::optional<int32_t> nodataOut{};  ///< written in the table for negative multiples of 9
+  bool allFields = false;              ///< all columns, whatever their flags; in the Z form only
+  std::optional<CalendarDate> date{};  ///< of writing, in the table's header; absent: today
+};
+
+/// Outputs of `PolygonVertices` beside x and y.
+struct PolygonVerticesOptions {
+  std::vector<double>* z = nullptr;
+  bool closed = false;  ///< the list is the whole one, closing vertices included, either way
+};
+
+/// What `setPolyVertices` replaces beside x and y. Arrays that are absent stay where the number of
+/// vertices stays, and go where it changes: the polygon is then one ring.
+struct PolygonArrays {
+  std::optional<std::span<const int32_t>> ring{};  ///< first vertex of each ring, from 0
+  std::optional<std::span<const double>> z{};
+  std::optional<std::span<const double>> m{};
+};
+
+/// Where `SetReferencePoint` puts the point; absent: the mean of the vertices.
+struct ReferencePointOptions {
+  std::optional<double> x{};
+  std::optional<double> y{};
+  bool relative = false;  ///< also `dx` and `dy`, the vertices seen from the point
+};
+
+class PolyVectorType : public DataTableType {
+ public:
+  std::vector<PolygonType> polygon{};  ///< record n stands at n - 1
+  InputFileType prj{};                 ///< the projection text, written back unchanged
+  char units = 'm';
+  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
+  /// Reference of the grid that the polygons were read with; without one, the extents of the file.
+  double xmin = 0, xmax = 0, ymin = 0, ymax = 0, cellsize = 0;
+  int32_t ncols = 0, nrows = 0;
+
+  /// Releases the polygons; the columns stay.
+  void DestroyPolygons();
+  /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
+  void PolygonBounds(int64_t irec, double& west, double& east, double& south, double& north) const;
+  int PolygonVertices(int64_t irec, std::vector<double>& x, std::vector<double>& y,
+                      const PolygonVerticesOptions& options = {});
+  int Polyz(int64_t irec, std::vector<double>& z);
+  /// First vertex of each ring, from 1.
+  int PolyParts(int64_t irec, std::vector<int32_t>& starts);
+  int SetPolygonValue(int64_t irec, float value);
+  [[nodiscard]] float PolygonValue(int64_t irec) const;  ///< -9999.0 for a bad record
+  /// The mean leaves out the last vertex, which closes the ring; a lone vertex is its own mean.
+  int SetReferencePoint(int64_t irec, const ReferencePointOptions& options = {});
+  /// On every record; those without vertices have no mean and are passed over.
+  int SetAllReferencePoints(bool relative = false);
+  /// Writes the polygons that have vertices and, with an ID field, an ID above 0, in ascending order of
+  /// the IDs. Elevations and measures are left out.
+  int WritePolygonShapefile(std::string_view path, const PolygonWriteOptions& options = {});
+  /// The same with elevations, -9999.0 where a polygon has none, and, if any polygon written has
+  /// measures, with measures, -1e39 where one has none.
+  int WritePolygonZShapefile(std::string_view path, const PolygonWriteOptions& options = {});
+  /// Replaces the vertices. The first call makes `polygon`, of default records.
+  int setPolyVertices(int64_t irec, std::span<const double> x, std::span<const double> y,
+                      const PolygonArrays& others = {});
+  /// One elevation a vertex.
+  int SetPolygonZ(int64_t irec, std::span<const double> z);
+  int SetPolyVertex(int64_t irec, int32_t index, double x, double y);
+  /// The first call on a polygon gives all its vertices the elevation -9999.0.
+  int SetPolyVertexZ(int64_t irec, int32_t index, double z);
+
+  [[nodiscard]] bool hasRecordFlags() const override { return true; }
+  [[nodiscard]] bool* recordFlag(int64_t irec) override {
+    PolygonType* at = polygonAt(irec);
+    return at == nullptr ? nullptr : &at->flag;
+  }
+  /// The record, or null for a number outside 1 to the number of polygons.
+  [[nodiscard]] PolygonType* polygonAt(int64_t irec) {
+    return irec >= 1 && irec <= static_cast<int64_t>(polygon.size())
+               ? &polygon[static_cast<std::size_t>(irec) - 1]
+               : nullptr;
+  }
+  [[nodiscard]] const PolygonType* polygonAt(int64_t irec) const {
+    return irec >= 1 && irec <= static_cast<int64_t>(polygon.size())
+               ? &polygon[static_cast<std::size_t>(irec) - 1]
+               : nullptr;
+  }
+
+ private:
+  int write(std::string_view routine, std::string_view path, const PolygonWriteOptions& options, bool zForm);
+};
+
+struct PolygonReadOptions {
+  std::optional<std::string_view> IDfieldName{};
+  const Grid_Header* grid = nullptr;  ///< reference and units; nothing is clipped
+  double xOffset = 0;                 ///< added behind the conversion from feet
+  double yOffset = 0;
+  int32_t xyDecimals = 0;  ///< above 0: rounded, halves away from zero
+  int32_t zDecimals = 0;
+};
+/// Reads the shapefile with the stem `path` into a table that loses what it held. A null shape gives a
+/// polygon without vertices.
+int ReadPolygonShapefile(PolyVectorType& table, std::string_view path,
+                         const PolygonReadOptions& options = {});
+
+}  // namespace terrain

@@ -1,0 +1,276 @@
+#include "table/shapefile.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "foundation/free_format.h"
+#include "foundation/memory.h"
+#include "foundation/messages.h"
+#include "foundation/platform.h"
+#include "foundation/sorting.h"
+#include "foundation/text.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr int32_t kFileCode = 9994;
+constexpr int32_t kVersion = 1000;
+constexpr std::uint64_t kIndexEntryBytes = 8;
+constexpr std::uint64_t kLengthOffset = 24;
+constexpr std::uint64_t kVersionOffset = 28;
+constexpr std::uint64_t kBoxOffset = 36;
+
+std::string fileOf(std::string_view path, std::string_view extension) {
+  return std::string(trimmed(path)) + std::string(extension);
+}
+
+std::string counted(int64_t count, std::string_view what) {
+  return freeText(count) + ' ' + std::string(what);
+}
+
+void writeHeader(ByteWriter& out, Shape type) {
+  out.big(kFileCode);
+  out.fill(std::byte{0}, kVersionOffset - sizeof kFileCode);
+  out.little(kVersion);
+  out.little(static_cast<int32_t>(type));
+  out.fill(std::byte{0}, kShapeHeaderBytes - kBoxOffset);
+}
+
+/// The header's numbers that are known only at the end.
+void settleHeader(ByteWriter& out, const Box& box, const Range& z, const Range& m) {
+  out.patchBig(kLengthOffset, static_cast<int32_t>(out.position() / 2));
+  std::uint64_t at = kBoxOffset;
+  for (const double value : {box.x.low, box.y.low, box.x.high, box.y.high, z.low, z.high, m.low, m.high}) {
+    out.patchLittle(at, value);
+    at += sizeof value;
+  }
+}
+
+IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name) {
+  IoCode code = file.open(name, platform::Open::replace);
+  if (code != kIoOk) return code;
+  code = image.finish();
+  const IoCode closing = file.close();
+  return code != kIoOk ? code : closing;
+}
+
+}  // namespace
+
+// ---- reading ----
+
+ShapefileReader::ShapefileReader(std::string_view routine, std::string_view path)
+    : routine_(routine), name_(fileOf(path, ".shp")) {}
+
+int ShapefileReader::fault(std::string_view what, int64_t record) const {
+  std::string line(what);
+  if (record > 0) line = "Record " + freeText(record) + ": " + line;
+  return reportError({.routine = routine_, .code = kOwnWords, .file = name_, .message1 = line});
+}
+
+int ShapefileReader::load() {
+  const IoCode code = readWholeFile(name_, bytes_);
+  if (code == ByteWriter::kNoMemory)
+    return reportError(
+        {.routine = routine_, .code = kCannotAllocate, .file = name_, .text = "shapefile component files"});
+  if (code == kIoPastEnd || code >= kIoHost)
+    return reportError({.routine = routine_, .code = kReadError, .file = name_, .message1 = describe(code)});
+  if (code != kIoOk)
+    return reportError(
+        {.routine = routine_, .code = kCannotOpenToRead, .file = name_, .message1 = describe(code)});
+
+  ByteReader in{bytes_};
+  const auto fileCode = in.big<int32_t>();
+  in.seek(kLengthOffset);
+  const auto words = in.big<int32_t>();
+  in.skip(sizeof kVersion);
+  typeCode_ = in.little<int32_t>();
+  box_.x.low = in.little<double>();
+  box_.y.low = in.little<double>();
+  box_.x.high = in.little<double>();
+  box_.y.high = in.little<double>();
+  in.seek(kShapeHeaderBytes);
+  if (!in.ok()) return fault("The file is too short for its header");
+  if (fileCode != kFileCode) return fault("Not a shapefile: the file code is " + freeText(fileCode));
+  declaredBytes_ = words < 0 ? 0 : 2 * static_cast<std::uint64_t>(words);
+  return kSuccess;
+}
+
+int ShapefileReader::checkRecords(int64_t tableRecords) {
+  if (declaredBytes_ < kShapeHeaderBytes || declaredBytes_ > bytes_.size())
+    return fault("File size discrepency: the header says " + freeText(static_cast<int64_t>(declaredBytes_)) +
+                 " bytes, the file has " + freeText(static_cast<int64_t>(bytes_.size())));
+  const auto records = std::span<const std::byte>(bytes_).subspan(
+      kShapeHeaderBytes, static_cast<std::size_t>(declaredBytes_ - kShapeHeaderBytes));
+  in_ = ByteReader(records);
+  ByteReader walk(records);
+  int64_t count = 0;
+  while (walk.remaining() > 0) {
+    const auto number = walk.big<int32_t>();
+    const auto words = walk.big<int32_t>();
+    ++count;
+    if (!walk.ok()) return fault("The file ends within the record's header", count);
+    if (number != count)
+      return reportError(
+          {.routine = routine_,
+           .code = kOwnWords,
+           .file = name_,
+           .message1 = "Error reading shapefile records",
+           .message2 = "Record number mismatch: thisRecNum = " + rightJustified(freeText(number), 8) +
+                       ", recNum = " + rightJustified(freeText(count), 8)});
+    if (words < 2) return fault("The content length is " + counted(words, "words"), count);
+    if (!walk.skip(2 * static_cast<std::uint64_t>(words)))
+      return fault("The content length, " + counted(words, "words") + ", reaches beyond the end of the file",
+                   count);
+  }
+  if (count != tableRecords)
+    return fault("The file has " + counted(count, "records") + ", its table has " + freeText(tableRecords));
+  return kSuccess;
+}
+
+int ShapefileReader::next(ShapeRecord& record) {
+  record.number = ++lastRecord_;
+  in_.skip(sizeof(int32_t));
+  const auto words = in_.big<int32_t>();
+  record.content = in_.part(2 * static_cast<std::uint64_t>(words));
+  const auto code = record.content.little<int32_t>();
+  if (!record.content.ok()) return fault("The record is not in the file", record.number);
+  record.type = words == 2 ? Shape::null : static_cast<Shape>(code);
+  if (record.type != Shape::null && code != typeCode_)
+    return fault("Shape type " + freeText(code) + " in a file of type " + freeText(typeCode_), record.number);
+  return kSuccess;
+}
+
+int64_t NumRecordsInShapefile(std::string_view path) {
+  constexpr std::string_view tag = "NumRecordsInShapefile in DataTableModule";
+  const std::string name = fileOf(path, ".shx");
+  platform::File index;
+  IoCode code = index.open(name, platform::Open::read);
+  if (code != kIoOk)
+    return reportError({.routine = tag, .code = kCannotOpenToRead, .file = name, .message1 = describe(code)});
+  const std::uint64_t size = index.size();
+  std::array<std::byte, sizeof(int32_t)> lengthBytes{};
+  std::array<std::byte, kIndexEntryBytes> lastBytes{};
+  code = index.readAt(kLengthOffset, lengthBytes);
+  if (code == kIoOk && size > kShapeHeaderBytes) code = index.readAt(size - kIndexEntryBytes, lastBytes);
+  if (code != kIoOk)
+    return reportError({.routine = tag, .code = kReadError, .file = name, .message1 = describe(code)});
+  const int64_t words = ByteReader(lengthBytes).big<int32_t>();
+
+  platform::File main;
+  const std::string mainName = fileOf(path, ".shp");
+  const bool hasMain = main.open(mainName, platform::Open::read) == kIoOk;
+  ByteReader last(lastBytes);
+  const auto lastOffset = static_cast<int64_t>(last.big<int32_t>());
+  const auto lastLength = static_cast<int64_t>(last.big<int32_t>());
+  const int64_t end =
+      size > kShapeHeaderBytes ? 2 * (lastOffset + 4 + lastLength) : int64_t{kShapeHeaderBytes};
+  const bool whole = size >= kShapeHeaderBytes && (size - kShapeHeaderBytes) % kIndexEntryBytes == 0 &&
+                     2 * words == static_cast<int64_t>(size);
+  if (whole && (!hasMain || end == static_cast<int64_t>(main.size()))) return (words - 50) / 4;
+  if (!hasMain)
+    return reportError(
+        {.routine = tag, .code = kOwnWords, .file = name, .message1 = "File size discrepency"});
+
+  // Only the headers of the records are read.
+  int64_t count = 0;
+  std::uint64_t at = kShapeHeaderBytes;
+  while (at < main.size()) {
+    std::array<std::byte, kShapeRecordHeaderBytes> bytes{};
+    code = main.readAt(at, bytes);
+    ByteReader header(bytes);
+    const auto number = header.big<int32_t>();
+    const auto length = header.big<int32_t>();
+    if (code == kIoOk && (number != count + 1 || length < 2)) code = kIoPastEnd;
+    at += kShapeRecordHeaderBytes + 2 * static_cast<std::uint64_t>(std::max(length, 0));
+    if (code != kIoOk || at > main.size())
+      return reportError({.routine = tag,
+                          .code = kReadError,
+                          .file = mainName,
+                          .message1 = "Record " + freeText(count + 1) + " does not lie within the file"});
+    ++count;
+  }
+  return count;
+}
+
+// ---- writing ----
+
+ShapefileWriter::ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records)
+    : main_(mainFile_, static_cast<std::size_t>(mainBytes)),
+      index_(indexFile_, static_cast<std::size_t>(kShapeHeaderBytes + kIndexEntryBytes * records)),
+      type_(type) {
+  if (!ok()) return;
+  writeHeader(main_, type);
+  writeHeader(index_, type);
+}
+
+ByteWriter& ShapefileWriter::beginRecord(uint64_t contentBytes) {
+  const auto words = static_cast<int32_t>(contentBytes / 2);
+  index_.big(static_cast<int32_t>(main_.position() / 2));
+  index_.big(words);
+  main_.big(++records_);
+  main_.big(words);
+  main_.little(static_cast<int32_t>(type_));
+  return main_;
+}
+
+int ShapefileWriter::save(std::string_view routine, std::string_view path, const Box& box, const Range& z,
+                          const Range& m) {
+  settleHeader(main_, box, z, m);
+  settleHeader(index_, box, z, m);
+  const std::string name = fileOf(path, ".shp");
+  IoCode code = writeImage(mainFile_, main_, name);
+  if (code != kIoOk)
+    return reportError({.routine = routine,
+                        .code = kOwnWords,
+                        .message1 = "Failed to write file " + name,
+                        .message2 = describe(code)});
+  const std::string indexName = fileOf(path, ".shx");
+  code = writeImage(indexFile_, index_, indexName);
+  if (code != kIoOk) {
+    putConsoleLine("Error code: " + freeText(code));
+    return reportError(
+        {.routine = routine, .code = kCannotOpenToWrite, .file = indexName, .message1 = describe(code)});
+  }
+  return kSuccess;
+}
+
+// ---- projection ----
+
+void readProjection(std::string_view path, InputFileType& prj) {
+  prj = InputFileType{};
+  const std::string name = fileOf(path, ".prj");
+  if (platform::fileExists(name)) prj = NewInputFile(name, {.lineLength = std::string::npos});
+}
+
+void writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
+  if (prj.LineCount() < 1) return;
+  InputFileType text = prj.Copy();
+  if (text.writeAscii(fileOf(path, ".prj")) != kSuccess)
+    reportError({.routine = routine,
+                 .code = kOwnWords,
+                 .message1 = "Error writing projection file for " + std::string(trimmed(path))});
+}
+
+// ---- numbers ----
+
+double roundedTo(double value, int32_t decimals) {
+  if (decimals <= 0) return value;
+  const double power = std::pow(10.0, decimals);
+  const double scaled = value * power;
+  return std::isfinite(scaled) ? std::round(scaled) / power : value;
+}
+
+int orderByID(std::vector<int64_t>& records, std::span<const int64_t> ids) {
+  std::vector<int32_t> order;
+  std::vector<int64_t> sorted;
+  if (!tryAllocate(order, records.size()) || !tryAllocate(sorted, records.size()) ||
+      mergeRank(ids, order) != kSuccess)
+    return kFailure;
+  for (std::size_t i = 0; i < order.size(); ++i) sorted[i] = records[static_cast<std::size_t>(order[i]) - 1];
+  records.swap(sorted);
+  return kSuccess;
+}
+
+}  // namespace terrain

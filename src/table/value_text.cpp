@@ -1,0 +1,69 @@
+#include "table/value_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace terrain {
+
+void ValueText::set(int64_t value) {
+  const char* const end = std::to_chars(text_.data(), text_.data() + text_.size(), value).ptr;
+  size_ = wholeLength_ = static_cast<std::size_t>(end - text_.data());
+  substituted_ = false;
+  isNumber_ = true;
+}
+
+/// The value with `decimals` digits, or fewer where that makes it fit. False if the whole part does not.
+bool ValueText::fit(double value, int32_t decimals) {
+  for (;;) {
+    char* end =
+        std::to_chars(text_.data(), text_.data() + text_.size(), value, std::chars_format::fixed, decimals).ptr;
+    size_ = static_cast<std::size_t>(end - text_.data());
+    const auto behind = static_cast<std::size_t>(decimals > 0 ? decimals + 1 : 0);
+    wholeLength_ = size_ - behind;
+    if (decimals == 0) text_[size_++] = '.';
+    if (size_ <= kValueWidth) return true;
+    const std::size_t sign = text_[0] == '-' ? 1 : 0;
+    if (wholeLength_ == sign + 1 && text_[sign] == '0' && size_ == kValueWidth + 1) {  // ".5" for "0.5"
+      std::memmove(text_.data() + sign, text_.data() + sign + 1, size_ - sign - 1);
+      --size_;
+      return true;
+    }
+    if (wholeLength_ > kValueWidth) return false;
+    if (decimals == 0 || wholeLength_ == kValueWidth) {  // no room for the point
+      if (decimals == 0) {
+        size_ = kValueWidth;
+        return true;
+      }
+      decimals = 0;
+    } else {  // rounding to fewer digits can add one before the point: then once more
+      decimals = static_cast<int32_t>(kValueWidth - wholeLength_ - 1);
+    }
+  }
+}
+
+void ValueText::setReal(double value, int32_t decimals) {
+  substituted_ = false;
+  isNumber_ = std::isfinite(value);
+  if (!isNumber_) {
+    const std::string_view word = std::isnan(value) ? "NaN" : value > 0 ? "Infinity" : "-Infinity";
+    std::copy(word.begin(), word.end(), text_.begin());
+    size_ = wholeLength_ = word.size();
+    return;
+  }
+  decimals = std::clamp(decimals, 0, 20);
+  if (fit(value, decimals)) return;
+  const std::size_t wanted = wholeLength_;
+  const int power = std::min(static_cast<int>(kValueWidth) - decimals - 1, 4);
+  fit(static_cast<double>(static_cast<float>(-0.9999 * std::pow(10.0, power))), decimals);
+  wholeLength_ = wanted;
+  substituted_ = true;
+}
+
+bool countsAsNodata(int32_t value) { return value < 0 && value % 9 == 0; }
+bool countsAsNodata(int64_t value) { return value < 0 && value % 9 == 0; }
+bool countsAsNodata(float value) { return value < 0 && std::fmod(-value, 9.0F) == 0.0F; }
+bool countsAsNodata(double value) { return value < 0 && std::fmod(-value, 9.0) == 0.0; }
+
+}  // namespace terrain

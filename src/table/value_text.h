@@ -1,0 +1,52 @@
+#pragma once
+// Values of numeric columns as text in a work field of 25 characters: the one form behind DBF files
+// and delimited text.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace terrain {
+
+inline constexpr std::size_t kValueWidth = 25;
+
+/// The text of one value, left-adjusted; made anew by each `set`.
+class ValueText {
+ public:
+  void set(int32_t value) { set(static_cast<int64_t>(value)); }
+  void set(int64_t value);
+  /// Fixed-point with `decimals` digits behind the point, 0 to 20; others are taken as the nearer of
+  /// the two. Where 25 characters do not hold it, a zero before the point goes first and then
+  /// decimals; where they do not hold the whole part, the text is the substitute, -9999 in as many
+  /// decimals as asked for that leave it room.
+  void set(float value, int32_t decimals) { setReal(static_cast<double>(value), decimals); }
+  void set(double value, int32_t decimals) { setReal(value, decimals); }
+
+  [[nodiscard]] std::string_view text() const { return {text_.data(), size_}; }
+  /// Characters before the point that the value itself needs, its sign included; `text` holds them
+  /// unless `substituted`.
+  [[nodiscard]] std::size_t wholeLength() const { return wholeLength_; }
+  [[nodiscard]] bool substituted() const { return substituted_; }
+  /// False for NaN and the infinities, whose text is a word.
+  [[nodiscard]] bool isNumber() const { return isNumber_; }
+
+ private:
+  void setReal(double value, int32_t decimals);
+  bool fit(double value, int32_t decimals);
+
+  std::array<char, 352> text_;  // 309 digits before the point, a sign, a point, 20 digits behind it
+  std::size_t size_ = 0;
+  std::size_t wholeLength_ = 0;
+  bool substituted_ = false;
+  bool isNumber_ = true;
+};
+
+/// True for a negative value whose magnitude is a whole multiple of 9 (-9, -18, -9999): what counts
+/// as nodata where another nodata value is asked for on output.
+[[nodiscard]] bool countsAsNodata(int32_t value);
+[[nodiscard]] bool countsAsNodata(int64_t value);
+[[nodiscard]] bool countsAsNodata(float value);
+[[nodiscard]] bool countsAsNodata(double value);
+
+}  // namespace terrain

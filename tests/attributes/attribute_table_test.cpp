@@ -1,0 +1,130 @@
+#include "attributes/attribute_table.h"
+
+#include "../table/table_support.h"
+
+namespace terrain {
+namespace {
+
+using terrain::testing::Messages;
+
+AttributeType filled(std::vector<std::string> arguments, int expected = 0) {
+  AttributeType attribute;
+  attribute.arguments = std::move(arguments);
+  bool wantsNodes = false;
+  EXPECT_EQ(fillFromArguments(attribute, wantsNodes), expected);
+  EXPECT_EQ(wantsNodes, expected == 0 && attribute.shpFlag);
+  return attribute;
+}
+
+TEST(AttributeTable, ArgumentsSetTheirMembers) {
+  const AttributeType made = filled({"LEN = 9", "DecCnt=2", "Type = REAL8", "NO DATA = -1.5", "OUT FIELD = FLOW",
+                                     "OUTFLAG = .TRUE.", "OUTNODE", "NO NEGATIVES = yes", "POSITIVE ONLY = 1", "SOMETHING"});
+  EXPECT_EQ(made.length, 9);
+  EXPECT_EQ(made.decimals, 2);
+  EXPECT_EQ(made.dataType.padded(), "R8");
+  EXPECT_EQ(made.nodata, -1.5F);
+  EXPECT_EQ(made.outName.trimmed(), "FLOW");
+  EXPECT_TRUE(made.outFlag && made.shpFlag && made.nodeFlag && made.noNegatives);
+  EXPECT_FALSE(made.positiveOnly) << "1 is not a word for true";
+  EXPECT_FALSE(made.csvFlag);
+
+  EXPECT_EQ(filled({"TYPE = char"}).dataType.padded(), "C ");
+  EXPECT_EQ(filled({"TYPE = WORD"}).dataType.padded(), "R4");
+}
+
+TEST(AttributeTable, NodeOutputNeedsTheOutputFlagInAnyOrder) {
+  EXPECT_FALSE(filled({"OUTNODE", "OUTREACH"}).shpFlag);
+  EXPECT_FALSE(filled({"OUTNODE", "OUTREACH"}).csvFlag);
+  EXPECT_TRUE(filled({"OUTNODE", "OUTFLAG"}).nodeFlag);
+  EXPECT_TRUE(filled({"OUTFLAG", "OUTNODE"}).nodeFlag);
+  EXPECT_FALSE(filled({"OUTFLAG = no", "OUTNODE"}).nodeFlag);
+}
+
+TEST(AttributeTable, NumbersThatDoNotReadAreReported) {
+  const struct {
+    const char* argument;
+    const char* message;
+  } cases[] = {{"length = long", "Error reading field length"},
+               {"deccnt = 2.5", "Error reading field decCnt"},
+               {"nodata = none", "Error reading field nodata"}};
+  for (const auto& c : cases) {
+    Messages seen;
+    filled({c.argument}, -1);
+    EXPECT_EQ(seen.text(), std::string(" ERROR: ReadList in Utilities\n ") + c.message + "\n");
+  }
+}
+
+class Equation : public ::testing::Test {
+ protected:
+  int read(std::vector<std::string> lines) {
+    InputFileType input;
+    input.lines = std::move(lines);
+    made = {};
+    made.name = "WIDTH";
+    made.arguments = {"EQUATION"};
+    return readEquation(input, made);
+  }
+  AttributeType made;
+};
+
+TEST_F(Equation, KeepsTermsAndFieldsInOrder) {
+  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1", "TERM: FIELD = AREA, COEF = 3, EXPONENT = 0.5, ATTRIBUTE = PRECIP, BASE = 10",
+                  "TERM: FIELD = SLOPE", "END EQUATION:"}),
+            0);
+  EXPECT_EQ(made.equation.intercept, 2.5F);
+  ASSERT_EQ(made.equation.term.size(), 2U);
+  const auto& fields = made.equation.term[0].field;
+  ASSERT_EQ(fields.size(), 2U);
+  EXPECT_EQ(fields[0].name.trimmed(), "AREA");
+  EXPECT_EQ(fields[0].coef, 3.0F);
+  EXPECT_EQ(fields[0].exponent, 0.5F);
+  EXPECT_EQ(fields[1].coef, 1.0F);
+  EXPECT_EQ(fields[1].base, 10);
+  EXPECT_EQ(made.equation.term[1].field[0].exponent, 1.0F);
+}
+
+TEST_F(Equation, FaultsAreReported) {
+  const struct {
+    std::vector<std::string> lines;
+    const char* message;
+  } cases[] = {{{"TERM: FIELD = A"}, "Error reading EQUATION inputs"},
+               {{"INTERCEPT: x", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
+               {{"INTERCEPT:", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
+               {{"TERM: FIELD = AREA, COEFFICIENT = q", "END EQUATION:"}, "Error reading COEF value for AREA"},
+               {{"TERM: FIELD = AREA, BASE = 1.5", "END EQUATION:"}, "Error reading BASE value for AREA"},
+               {{"TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
+  for (const auto& c : cases) {
+    Messages seen;
+    EXPECT_EQ(read(c.lines), -1) << c.message;
+    EXPECT_TRUE(seen.has(c.message)) << seen.text();
+  }
+}
+
+TEST(AttributeTable, ListsAreChecked) {
+  std::vector<AttributeType> list(3);
+  list[0].name = "MEAN ANNUAL FLOW";
+  list[0].outName = "FLOW";
+  list[1].name = "DEPTH";
+  list[1].arguments = {"EQUATION = yes"};
+  list[1].equation.term.resize(1);
+  list[1].equation.term[0].field.resize(2);
+  list[1].equation.term[0].field[0].name = "FLOW";
+  list[1].equation.term[0].field[1].name = "LOST";
+  list[2].name = "MEAN AZIMUTH";
+  list[2].arguments = {"SIN FIELD = DEPTH", "COS FIELD = ANNUAL"};
+  Messages seen;
+  EXPECT_EQ(checkEquations(list), -1);
+  EXPECT_EQ(seen.text(), " Cannot find required field for equation\n   Field name: LOST\n");
+  EXPECT_EQ(checkAzimuths(list), 0);
+  list[2].arguments = {"SIN FIELD = DEPTH", "COS FIELD ="};
+  seen.clear();
+  EXPECT_EQ(checkAzimuths(list), -1);
+  EXPECT_EQ(seen.text(), " Missing SIN or COS FIELD for MEAN AZIMUTH\n");
+  seen.clear();
+  list[0].name = "MEAN ANNUAL PRECIPITATION";
+  warnMissingArguments(list);
+  EXPECT_EQ(seen.text(), " WARNING: MEAN ANNUAL PRECIP may need a precip raster\n");
+}
+
+}  // namespace
+}  // namespace terrain

@@ -1,0 +1,200 @@
+#include "table/data_table.h"
+
+#include <cmath>
+#include <limits>
+
+#include "table_support.h"
+
+namespace terrain {
+namespace {
+
+using terrain::testing::attribute;
+using terrain::testing::Messages;
+
+/// Three records of every type, in the order I4, I8, R4, R8, text.
+class Table : public ::testing::Test {
+ protected:
+  Table() {
+    const AttributeType list[] = {attribute("i", "I4"), attribute("l", "I8"), attribute("f", "R4"), attribute("d", "R8"),
+                                  attribute("c", "C ")};
+    EXPECT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 3}), 0);
+  }
+  Messages seen;
+  DataTableType table;
+};
+
+TEST_F(Table, RealsReadAsIntegersOnlyWhenWholeOrNegative) {
+  const struct {
+    double value;
+    bool reads;
+    int64_t whole;
+  } cases[] = {{2.0, true, 2},   {2.5, false, -9999},  {-2.5, true, -2},    {2.0 + 5e-9, true, 2}, {2.0 + 2e-8, false, -9999},
+               {1e10, true, 10000000000}, {1e19, false, -9999}, {std::nan(""), false, -9999},
+               {-std::numeric_limits<double>::infinity(), false, -9999}, {-9.3e18, false, -9999}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.value);
+    table.WriteR8Value(4, 1, c.value);
+    int64_t whole = 0;
+    EXPECT_EQ(table.ReadI8Value(4, 1, whole), c.reads ? 0 : -1);
+    EXPECT_EQ(whole, c.whole);
+    int32_t narrow = 0;
+    EXPECT_EQ(table.ReadI4Value(4, 1, narrow), c.reads && std::abs(c.value) < 2e9 ? 0 : -1);
+    EXPECT_EQ(table.status == 0, narrow != -9999);
+  }
+  EXPECT_TRUE(seen.has("Incorrect data type"));
+  table.WriteR4Value(3, 1, -2147483648.0F);
+  int32_t lowest = 0;
+  EXPECT_EQ(table.ReadI4Value(3, 1, lowest), 0);
+  EXPECT_EQ(lowest, std::numeric_limits<int32_t>::min());
+  table.WriteR4Value(3, 1, 2147483648.0F);
+  EXPECT_EQ(table.ReadI4Value(3, 1, lowest), -1);
+}
+
+TEST_F(Table, IdentifiersBeyondTheRangeAreRefused) {
+  table.WriteI8Value(2, 1, int64_t{1} << 32);
+  ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
+  EXPECT_EQ(table.RecordID(1), -9999);
+  EXPECT_EQ(table.WriteI8Value(1, 1, int64_t{1} << 31), -1);
+  EXPECT_EQ(table.field[0]->I4[0], -9999);
+  EXPECT_EQ(table.WriteR8Value(3, 1, 1e39), -1) << "a finite value does not turn infinite";
+  EXPECT_EQ(table.WriteR8Value(3, 1, std::numeric_limits<double>::infinity()), 0);
+  seen.clear();
+  EXPECT_EQ(table.SetIDfield(), -1);
+  EXPECT_EQ(seen.text(), " ERROR: SetIDfield in DataTableModule\n Cannot locate field\n");
+}
+
+TEST_F(Table, TextReadsAsIntegers) {
+  int32_t value = 0;
+  table.WriteCharValue(5, 1, "  12");
+  EXPECT_EQ(table.ReadI4Value(5, 1, value), 0);
+  EXPECT_EQ(value, 12);
+  table.WriteCharValue(5, 1, "twelve");
+  int64_t wide = 0;
+  EXPECT_EQ(table.ReadI8Value(5, 1, wide), -1);
+  EXPECT_EQ(wide, -9999);
+  EXPECT_TRUE(seen.has("Error reading string twelve"));
+  float real = 0;
+  seen.clear();
+  EXPECT_EQ(table.ReadR4Value(5, 1, real), -1);
+  EXPECT_EQ(real, -9999.0F);
+  EXPECT_TRUE(seen.has("Incorrect data type C"));
+}
+
+TEST_F(Table, WritesConvertByTheirOwnRules) {
+  EXPECT_EQ(table.WriteR8Value(1, 1, 2.5), 0);
+  EXPECT_EQ(table.WriteR8Value(1, 2, -2.5), 0);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{3, -3, -9999})) << "halves away from zero";
+  EXPECT_EQ(table.WriteR4Value(1, 3, 2.5F), -1);
+  EXPECT_EQ(table.WriteR4Value(2, 3, 7.0F), 0);
+  EXPECT_EQ(table.field[1]->I8[2], 7);
+  EXPECT_EQ(table.WriteI4Value(5, 1, 1), -1);
+  EXPECT_EQ(table.WriteCharValue(1, 1, "x"), -1);
+  seen.clear();
+  EXPECT_EQ(table.WriteR4Value(9, 1, 1.0F), -1);
+  EXPECT_TRUE(seen.has("Field number out of range\n Requested field number: 9"));
+  float real = 0;
+  EXPECT_EQ(table.ReadR4Value(3, 4, real), -1);
+  EXPECT_TRUE(seen.has("Record number out of range\n irec =       4\n numRecords = 3"));
+}
+
+TEST_F(Table, WholeColumnsDoNotConvert) {
+  std::vector<float> reals;
+  EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = " f "}), 0);
+  EXPECT_EQ(reals, std::vector<float>(3, -9999.0F));
+  EXPECT_EQ(table.ReadR4Field(reals, {.fieldNum = 4}), -1);
+  EXPECT_TRUE(seen.has("Field d does not match data vector type (REAL4)"));
+  EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = "F"}), -1);
+  EXPECT_EQ(table.ReadR4Field(reals, {}), -1);
+  const std::vector<int32_t> two{1, 2};
+  seen.clear();
+  EXPECT_EQ(table.WriteI4Field(two, 1), -1);
+  EXPECT_EQ(seen.text(), " ERROR: WriteI4Field in DataTableModul\n Input data array is incorrect length\n");
+  EXPECT_EQ(table.WriteCharField(std::vector<std::string>{"a", std::string(300, 'b'), ""}, 5), 0);
+  EXPECT_EQ(table.field[4]->Char[1].size(), 256U);
+
+  DataTableType empty;
+  const AttributeType list[] = {attribute("i", "I4")};
+  ASSERT_EQ(NewDataTable(empty, {.attributeList = list}), 0);
+  EXPECT_EQ(empty.WriteI4Field({}, 1), 0);
+}
+
+TEST_F(Table, ExtremesPassOverNodata) {
+  EXPECT_EQ(table.Minimum({.fieldNum = 3}), std::numeric_limits<double>::max());
+  EXPECT_EQ(table.Maximum({.fieldNum = 3}), -9999.0);
+  table.field[2]->R4 = {5.0F, -9999.0F, -2.0F};
+  EXPECT_EQ(table.Minimum({.fieldName = "f"}), -2.0);
+  EXPECT_EQ(table.Maximum({.fieldName = "f", .nodata = 5.0F}), -9999.0);
+  table.Minimum({.fieldNum = 1, .fieldName = "i"});
+  table.Minimum({.fieldNum = 5});
+  EXPECT_TRUE(seen.has("Cannot have both fieldNum and fieldName arguments") && seen.has("Unknown data type C"));
+}
+
+TEST_F(Table, ReplacementWorksOnTenCharacters) {
+  ASSERT_EQ(table.Rename(2, "ABCDEFGHIJ"), 0);
+  ASSERT_EQ(table.SetIDfield({.fieldNum = 3}), 0);
+  const AttributeType list[] = {attribute("ABCDEFGHIJKL", "R8")};
+  ASSERT_EQ(table.AddField(list, {.fill = 4, .replace = true}), 0);
+  EXPECT_EQ(table.nfields, 5);
+  EXPECT_EQ(table.FieldName(5), "ABCDEFGHIJKL");
+  EXPECT_EQ(table.field[4]->R8, std::vector<double>(3, 4.0));
+  EXPECT_EQ(table.IDfield, 2) << "the ID stays with its column";
+  const AttributeType nameless[] = {AttributeType{}};
+  EXPECT_EQ(table.AddField(nameless, {.replace = true}), -1);
+  EXPECT_EQ(table.nfields, 5);
+}
+
+TEST_F(Table, DuplicateNamesAreNumbered) {
+  table.SetOutName(1, "AB");
+  table.SetOutName(3, "AB");
+  EXPECT_EQ(table.duplicateCheck(), 0);
+  EXPECT_EQ(table.FieldOutNames(), (std::vector<std::string>{"AB1", "l", "AB2", "d", "c"}));
+  EXPECT_EQ(seen.text(), " Duplicate field name: AB\n   Renamed to AB1 and AB2\n");
+  EXPECT_EQ(table.FieldNumber("AB2"), 3);
+  seen.clear();
+  EXPECT_EQ(table.duplicateCheck(), 0);
+  EXPECT_EQ(seen.text(), "");
+  table.SetOutName(2, "AB1");
+  EXPECT_EQ(table.duplicateCheck(), -1);
+}
+
+TEST_F(Table, AppliedListStandsBehindTheOldFields) {
+  std::vector<AttributeType> list{attribute("f", "I4"), attribute("new", "C ")};
+  std::vector<AttributeReference> references{{.first = 2, .second = 0, .list = {1, -1}}};
+  ASSERT_EQ(table.ApplyAttributeList(list, {.references = references, .outValue = false}), 0);
+  EXPECT_EQ(table.FieldName(3), "f1");
+  EXPECT_EQ(references[0].first, 7);
+  EXPECT_EQ(references[0].list, (std::vector<int32_t>{6, -1}));
+  ASSERT_EQ(list.size(), 7U);
+  EXPECT_FALSE(list[0].outFlag);
+  EXPECT_TRUE(list[5].outFlag);
+}
+
+TEST_F(Table, RecordsAreKeptDroppedAndRepeated) {
+  table.WriteI4Field(std::vector<int32_t>{10, 20, 30}, 1);
+  table.WriteCharField(std::vector<std::string>{"a", "bb", "ccc"}, 5);
+  const std::vector<int64_t> bad{1, 4};
+  EXPECT_EQ(table.takeRecords(bad), -1);
+  ASSERT_EQ(table.takeRecords(std::vector<int64_t>{3, 1, 1, 2}), 0);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{30, 10, 10, 20}));
+  ASSERT_EQ(table.takeRecords(std::vector<int64_t>{1, 3, 4}), 0);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{30, 10, 20}));
+  EXPECT_EQ(table.field[4]->Char[0], "ccc");
+  EXPECT_EQ(table.field[4]->Char[2], "bb");
+  EXPECT_EQ(table.WriteCharValue(5, 2, "longer than before"), 0);
+  EXPECT_EQ(table.field[4]->Char[0], "ccc");
+  EXPECT_EQ(table.setRecordFlag(1, true), -1);
+}
+
+TEST(TextColumn, MemoryFollowsTheTextThroughManyChanges) {
+  TextColumn column;
+  ASSERT_TRUE(column.assign(100));
+  for (std::size_t round = 0; round < 2000; ++round)
+    ASSERT_TRUE(column.set(round % 100, std::string(round % 250, static_cast<char>('a' + round % 26)) + "|"));
+  for (std::size_t record = 0; record < 100; ++record) {
+    const std::size_t round = 1900 + record;
+    EXPECT_EQ(column[record], std::string(round % 250, static_cast<char>('a' + round % 26)) + "|");
+  }
+}
+
+}  // namespace
+}  // namespace terrain

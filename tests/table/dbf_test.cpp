@@ -1,0 +1,316 @@
+#include "table/dbf.h"
+
+#include <cmath>
+#include <limits>
+
+#include "table_support.h"
+
+namespace terrain {
+namespace {
+
+using terrain::testing::attribute;
+using terrain::testing::Messages;
+using terrain::testing::RawDbfField;
+using terrain::testing::rawDbf;
+using terrain::testing::readBytes;
+using terrain::testing::Scratch;
+using terrain::testing::writeBytes;
+
+class Dbf : public ::testing::Test {
+ protected:
+  int read(DataTableType& table, const std::string& bytes, bool headerOnly = false) {
+    const std::string name = scratch.path("in.dbf");
+    writeBytes(name, bytes);
+    return NewDataTable(table, {.filePath = name, .headerOnly = headerOnly});
+  }
+  /// The bytes of the file that a table makes; blank if it is not written.
+  std::string written(DataTableType& table, DbfWriteOptions options = {}) {
+    options.date = CalendarDate{2001, 2, 3};
+    if (table.writeDBFfile(scratch.path("out"), options) != 0) return {};
+    return readBytes(scratch.path("out.dbf"));
+  }
+  /// The one record of a table of one real or integer field.
+  std::string cell(double value, std::string_view type, int32_t length, int32_t decimals,
+                   std::optional<int32_t> nodataOut = std::nullopt) {
+    DataTableType table;
+    const AttributeType list[] = {attribute("V", type, length, decimals)};
+    EXPECT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+    table.field[0]->outLength = length;
+    EXPECT_EQ(table.WriteR8Value(1, 1, value), 0);
+    const std::string bytes = written(table, {.nodataOut = nodataOut});
+    return bytes.empty() ? "failed" : bytes.substr(66, static_cast<std::size_t>(length));
+  }
+  Scratch scratch;
+};
+
+TEST_F(Dbf, TypesFollowLetterLengthAndDecimals) {
+  Messages seen;
+  DataTableType table;
+  const std::vector<RawDbfField> fields{{"A", 'F', 8, 2}, {"B", 'O', 9}, {"C", 'N', 9}, {"D", 'N', 10}, {"E", 'N', 8, 2},
+                                        {"F", 'N', 9, 2}, {"G", 'D', 8}, {"H", 'L', 1},  {"I", 'C', 4}};
+  const std::string record = std::string(" ") + "1.5     " + "2.5      " + "12       " + "3456789012" + "3.25    " +
+                             "45.50    " + "20010203" + "T" + "abcd";
+  ASSERT_EQ(read(table, rawDbf(fields, {record})), 0) << seen.text();
+  std::string types;
+  for (int32_t f = 1; f <= table.nfields; ++f) types += table.fieldAt(f)->dataType.padded();
+  EXPECT_EQ(types, "R4R8I4I8R4R8C L C ");
+  EXPECT_TRUE(seen.has("Unknown data type L"));
+  int64_t whole = 0;
+  EXPECT_EQ(table.ReadI8Value(4, 1, whole), 0);
+  EXPECT_EQ(whole, 3456789012);
+  std::string text;
+  EXPECT_EQ(table.ReadCharValue(9, 1, text), 0);
+  EXPECT_EQ(text, "abcd") << "the column of unknown type keeps its place";
+  EXPECT_TRUE(table.fieldAt(1)->outFlag && table.fieldAt(1)->shpFlag && table.fieldAt(1)->csvFlag);
+  const std::string bytes = written(table);
+  EXPECT_EQ(static_cast<unsigned char>(bytes[8]) + 256 * bytes[9], 33 + 8 * 32) << "and is not written";
+}
+
+TEST_F(Dbf, NumbersReadAsTheyStand) {
+  const struct {
+    const char* text;  // of an integer and of a real field, 8 characters
+    int32_t whole;
+    double real;
+    bool bad;
+  } cases[] = {{"      12", 12, 12, false},        {"12      ", 12, 12, false},      {"        ", -9999, -9999, false},
+               {"********", -9999, -9999, false},  {"5.      ", 5, 5, false},        {"5.00    ", 5, 5, false},
+               {"1,5     ", -9999, -9999, true},   {"1/2     ", -9999, -9999, true}, {"1e3     ", 1000, 1000, false},
+               {"2*      ", -9999, -9999, false},  {"+7      ", 7, 7, false},        {"abc     ", -9999, -9999, true},
+               {"12 abc  ", 12, 12, false},        {"-0.      ", 0, 0, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    Messages seen;
+    DataTableType table;
+    const std::string text = std::string(c.text).substr(0, 8);
+    ASSERT_EQ(read(table, rawDbf({{"I", 'N', 8}, {"R", 'F', 8, 2}}, {" " + text + text})), 0);
+    EXPECT_EQ(table.field[0]->I4[0], c.whole);
+    EXPECT_EQ(static_cast<double>(table.field[1]->R4[0]), c.real);
+    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, I: " ), c.bad);
+    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, R: " ), c.bad);
+  }
+  Messages seen;
+  DataTableType table;
+  const std::string nul(8, '\0');
+  ASSERT_EQ(read(table, rawDbf({{"I", 'N', 8}}, {" " + nul, " x       ", " 2.5     ", std::string(" 3\0\0\0\0\0\0\0", 9)})), 0);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{-9999, -9999, -9999, 3}));
+  EXPECT_EQ(seen.text(), " NonFatal ERROR dbf record 2, I: x\n   Records with unreadable numbers in I: 2\n");
+}
+
+TEST_F(Dbf, LongTextKeepsLaterColumnsInPlace) {
+  Messages seen;
+  DataTableType table;
+  const std::string longText(300, 'x');
+  ASSERT_EQ(read(table, rawDbf({{"T", 'C', 300}, {"N", 'N', 4}}, {" " + longText + "  42"})), 0) << seen.text();
+  EXPECT_EQ(table.field[0]->Char[0], std::string(256, 'x'));
+  EXPECT_EQ(table.field[1]->I4[0], 42);
+  // A width of 44 whose decimal byte is used for something else: the byte alone counts.
+  std::string odd = rawDbf({{"T", 'C', 44}, {"N", 'N', 4}}, {" " + std::string(44, 'y') + "  43"});
+  odd[32 + 17] = 1;
+  ASSERT_EQ(read(table, odd), 0) << seen.text();
+  EXPECT_EQ(table.field[0]->Char[0], std::string(44, 'y'));
+  EXPECT_EQ(table.field[1]->I4[0], 43);
+  // And round again through a file of ours, with every byte of the text as it was.
+  const std::string mixed = std::string(" \xC3\xA4 b\0c\t", 8) + std::string(192, 'z');
+  ASSERT_EQ(read(table, rawDbf({{"T", 'C', 200}, {"N", 'N', 4}}, {" " + mixed + "  44"})), 0);
+  const std::string bytes = written(table);
+  EXPECT_EQ(bytes.substr(33 + 64 + 1, 200), mixed);
+}
+
+TEST_F(Dbf, CountZeroComesFromTheFileUnlessItEnds) {
+  Messages seen;
+  DataTableType table;
+  ASSERT_EQ(read(table, rawDbf({{"N", 'N', 4}}, {"    1", "    2"}, 0)), 0);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{1, 2}));
+  ASSERT_EQ(read(table, rawDbf({{"N", 'N', 1}}, {}, 0) + std::string(4, '\0')), 0);
+  EXPECT_EQ(table.numRecords, 0) << "padding behind the end mark holds no records";
+  EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has no records"));
+}
+
+TEST_F(Dbf, EveryCutAndEveryLieIsAnErrorOrAWholeTable) {
+  Messages seen;
+  const std::string good =
+      rawDbf({{"NAME", 'C', 3}, {"N", 'N', 4}, {"R", 'N', 12, 3}}, {" abc   1     1.500  ", " def   2     2.500  "});
+  const std::size_t complete = good.size() - 1;  // the end mark may be missing
+  for (std::size_t length = 0; length <= good.size(); ++length) {
+    DataTableType table;
+    EXPECT_EQ(read(table, good.substr(0, length)), length >= complete ? 0 : -1) << length;
+    EXPECT_EQ(table.status, length >= complete ? 0 : -1);
+    EXPECT_EQ(table.nfields, length >= complete ? 3 : 0);
+  }
+  const auto lie = [&](std::size_t offset, std::vector<int> bytes) {
+    std::string bad = good;
+    for (std::size_t i = 0; i < bytes.size(); ++i) bad[offset + i] = static_cast<char>(bytes[i]);
+    DataTableType table;
+    seen.clear();
+    return read(table, bad);
+  };
+  EXPECT_EQ(lie(4, {3, 0, 0, 0}), -1);
+  EXPECT_TRUE(seen.has("dbf record count 3 exceeds the file's 2"));
+  EXPECT_TRUE(seen.has("FILE: ") && seen.has("in.dbf"));
+  EXPECT_EQ(lie(4, {255, 255, 255, 255}), -1);
+  EXPECT_EQ(lie(8, {255, 255}), -1);
+  EXPECT_TRUE(seen.has("dbf header length 65535 does not fit the file"));
+  EXPECT_EQ(lie(8, {0, 0}), -1);
+  EXPECT_EQ(lie(10, {19, 0}), -1);
+  EXPECT_TRUE(seen.has("dbf record length 19 is below its fields"));
+  EXPECT_EQ(lie(10, {0, 0}), -1);
+  EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has zero record length"));
+  EXPECT_EQ(lie(32 + 16, {255}), -1);
+  EXPECT_EQ(lie(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length says";
+  // Every byte of the header set to each of some values: never more than an error.
+  for (std::size_t at = 0; at < 33 + 96; ++at)
+    for (const int value : {0, 1, 13, 26, 127, 128, 255}) lie(at, {value});
+}
+
+TEST_F(Dbf, HeaderOnlyLeavesTheFileOpenWithoutValues) {
+  Messages seen;
+  const std::string good = rawDbf({{"N", 'N', 4}}, {"    1", "    2"});
+  int32_t value = 0;
+  {
+    DataTableType table;
+    ASSERT_EQ(read(table, good, true), 0);
+    EXPECT_EQ(table.numRecords, 2);
+    EXPECT_GT(table.dbfUnit, 0);
+    EXPECT_EQ(table.dbfPosition, 66);
+    EXPECT_TRUE(table.field[0]->I4.empty());
+    EXPECT_EQ(table.ReadI4Value(1, 1, value), -1);
+    EXPECT_EQ(table.writeDBFfile(scratch.path("out")), -1);
+    ASSERT_EQ(read(table, good, true), 0) << "a second file takes the place of the first";
+  }
+  DataTableType table;
+  for (std::size_t length = 0; length < good.size() - 1; ++length)
+    EXPECT_EQ(read(table, good.substr(0, length), true), -1) << length;
+}
+
+TEST_F(Dbf, RealsAreWrittenInTheirFields) {
+  Messages seen;
+  EXPECT_EQ(cell(1.5, "R8", 10, 2), "1.50      ");
+  EXPECT_EQ(cell(5, "R8", 10, 0), "5.        ");
+  EXPECT_EQ(cell(-0.5, "R8", 10, 3), "-0.500    ");
+  EXPECT_EQ(cell(1234567.125, "R8", 9, 3), "1234567.1") << "decimals are cut";
+  EXPECT_EQ(cell(1234567.125, "R8", 7, 3), "1234567");
+  EXPECT_EQ(cell(1234567.125, "R8", 6, 3), "failed") << "a whole part never is";
+  EXPECT_TRUE(seen.has("Record 1: value does not fit field V: 1234567.12500000"));
+  EXPECT_EQ(cell(123456, "I4", 5, 0), "failed");
+  // 15 decimals and 10 digits do not fit 25 characters with the point: a decimal goes, not the value.
+  EXPECT_EQ(cell(1234567890.25, "R8", 30, 15), "1234567890.25000000000000     ");
+  EXPECT_EQ(cell(1e24, "R8", 30, 3), "999999999999999983222784.     ");
+  EXPECT_EQ(cell(1e28, "R8", 30, 3), "-9999.000                     ");
+  EXPECT_EQ(cell(std::nan(""), "R8", 6, 2), "******");
+  EXPECT_TRUE(seen.has("Values of V that are no numbers, written as missing: 1"));
+}
+
+TEST_F(Dbf, NegativeMultiplesOfNineAreNodata) {
+  const auto show = [&](double value, std::string_view type) {
+    const std::string text = cell(value, type, 10, 2, -1);
+    return std::string(trimmed(text));
+  };
+  for (const double nodata : {-9.0, -18.0, -9999.0}) {
+    EXPECT_EQ(show(nodata, "R8"), "-1.00");
+    EXPECT_EQ(show(nodata, "R4"), "-1.00");
+    EXPECT_EQ(show(nodata, "I4"), "-1");
+    EXPECT_EQ(show(nodata, "I8"), "-1");
+  }
+  EXPECT_EQ(show(-9998.0, "R4"), "-9998.00");
+  EXPECT_EQ(show(-9.5, "R8"), "-9.50");
+  EXPECT_EQ(show(0, "R8"), "0.00");
+  EXPECT_EQ(show(9, "I4"), "9");
+  EXPECT_EQ(std::string(trimmed(cell(-9999, "R8", 10, 2))), "-9999.00") << "only where asked for";
+}
+
+TEST_F(Dbf, HeaderAndPaddingAreAsTold) {
+  Messages seen;
+  DataTableType table;
+  const AttributeType list[] = {attribute("MEAN FLOW", "R4", 8, 2), attribute("a very long name", "C ", 3)};
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 2}), 0);
+  table.SetOutName(1, "");
+  const std::string bytes = written(table);
+  // 33 + 2 * 32, two records of 1 + 8 + 5 bytes (the least length is decimals + 5), the end mark.
+  ASSERT_EQ(bytes.size(), 126U + 126U % 4);
+  EXPECT_EQ(bytes.substr(0, 12), std::string("\3\x65\2\3\2\0\0\0\x61\0\x0E\0", 12));
+  EXPECT_EQ(bytes.substr(32, 18), std::string("MEAN_FLOW\0\0N\0\0\0\0\x08\x02", 18));
+  EXPECT_EQ(bytes.substr(64, 18), std::string("a_very_lon\0C\0\0\0\0\x05\0", 18));
+  EXPECT_EQ(bytes.substr(96, 15), "\r -9999.00     ");
+  EXPECT_EQ(bytes.substr(125), std::string("\x1A\0\0", 3));
+}
+
+TEST_F(Dbf, NamesEqualInTenCharactersAreMadeUnique) {
+  Messages seen;
+  DataTableType table;
+  const AttributeType list[] = {attribute("MEAN_ANNUAL_FLOW", "I4"), attribute("MEAN_ANNUAL_RAIN", "I4"),
+                                attribute("MEAN_ANN_1", "I4"), attribute("MEAN_ANNUAL_SNOW", "I4")};
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+  ASSERT_FALSE(written(table).empty());
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(back.FieldOutNames(), (std::vector<std::string>{"MEAN_ANNUA", "MEAN_ANN_2", "MEAN_ANN_1", "MEAN_ANN_3"}));
+  EXPECT_TRUE(seen.has("Field MEAN_ANNUAL_RAIN is written to the dbf file as MEAN_ANN_2"));
+}
+
+TEST_F(Dbf, RecordListGivesRecordsAndOrder) {
+  Messages seen;
+  DataTableType table;
+  const AttributeType list[] = {attribute("ID", "I4"), attribute("X", "I4"), attribute("Y", "I4")};
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 4}), 0);
+  for (int32_t r = 1; r <= 4; ++r) table.WriteI4Value(1, r, 10 * r);
+  ASSERT_EQ(table.SetIDfield({.fieldName = "ID"}), 0);
+  table.SetOutFlags(false);
+  table.SetOutFlag(true, {.fieldName = "X", .shpFlag = false});
+  table.SetOutFlag(true, {.fieldName = "Y"});
+  const std::vector<int64_t> order{4, 2, 2};
+  ASSERT_FALSE(written(table, {.shpOnly = true, .recIndex = order}).empty());
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(back.FieldOutNames(), (std::vector<std::string>{"ID", "Y"})) << "the ID field is always written";
+  EXPECT_EQ(back.field[0]->I8, (std::vector<int64_t>{40, 20, 20})) << "a length of 12 makes 64 bits";
+  ASSERT_FALSE(written(table, {.recIndex = std::span<const int64_t>()}).empty());
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(back.numRecords, 0);
+  const std::string before = readBytes(scratch.path("out.dbf"));
+  const std::vector<int64_t> wrong{1, 5};
+  EXPECT_TRUE(written(table, {.recIndex = wrong}).empty());
+  EXPECT_TRUE(written(table, {.isFlag = true, .recIndex = order}).empty());
+  EXPECT_TRUE(seen.has("Incompatible arguments: isFlag = TRUE and recIndex"));
+  EXPECT_TRUE(written(table, {.isFlag = true}).empty());
+  EXPECT_TRUE(seen.has("Unknown shapefile type"));
+  EXPECT_EQ(readBytes(scratch.path("out.dbf")), before) << "a refused table leaves the old file";
+}
+
+TEST_F(Dbf, NothingLongerThanSixteenBitsIsWritten) {
+  Messages seen;
+  DataTableType table;
+  std::vector<AttributeType> list(2048, attribute("F", "I4", 5));
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+  EXPECT_TRUE(written(table).empty());
+  EXPECT_TRUE(seen.has("Too many fields for a dbf file: 2048"));
+  list.assign(2, attribute("F", "C ", 32767));
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+  EXPECT_EQ(written(table).size(), 33U + 64U + 65535U + 1U + 1U);
+  table.field[0]->outLength = 32768;
+  EXPECT_TRUE(written(table).empty());
+  EXPECT_TRUE(seen.has("Fields are too long for a dbf file: 65536"));
+}
+
+TEST_F(Dbf, CodePageTravelsAlong) {
+  writeBytes(scratch.path("in.cpg"), "UTF-8\r\n");
+  DataTableType table;
+  ASSERT_EQ(read(table, rawDbf({{"N", 'N', 4}}, {"    1"})), 0);
+  ASSERT_FALSE(written(table).empty());
+  EXPECT_EQ(readBytes(scratch.path("out.cpg")), "UTF-8\r\n");
+}
+
+TEST_F(Dbf, UnwritableFileIsReported) {
+  Messages seen;
+  DataTableType table;
+  const AttributeType list[] = {attribute("N", "I4")};
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+  EXPECT_EQ(table.writeDBFfile(scratch.path("no/such/out")), -1);
+  EXPECT_EQ(table.status, -1);
+  EXPECT_TRUE(seen.has("Error opening dbf file"));
+  EXPECT_EQ(NewDataTable(table, {.filePath = scratch.path("none.dbf")}), -1);
+  EXPECT_EQ(NewDataTable(table, {.filePath = "table.txt"}), -1);
+  EXPECT_TRUE(seen.has("Unknown file type: txt"));
+}
+
+}  // namespace
+}  // namespace terrain

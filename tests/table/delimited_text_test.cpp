@@ -1,0 +1,440 @@
+// Delimited text: how lines split, which types columns get, tables read and written, and the files of
+// others.
+
+#include "table/delimited_text.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <limits>
+#include <random>
+
+#include "table_support.h"
+
+namespace terrain {
+namespace {
+
+using terrain::testing::attribute;
+using terrain::testing::Messages;
+using terrain::testing::readBytes;
+using terrain::testing::Scratch;
+using terrain::testing::writeBytes;
+
+/// The cells of a line, each followed by "|".
+std::string cellsOf(std::string line) {
+  std::string shown;
+  DelimitedLine cells(line);
+  for (std::string_view cell; cells.next(cell);) shown += std::string(cell) + "|";
+  return shown;
+}
+
+TEST(DelimitedLine, SplitsAtDelimitersOutsideQuotes) {
+  const std::array<std::string, 2> cases[] = {
+      {"", ""},
+      {" \t ", ""},
+      {"a", "a|"},
+      {" a , b\t,\tc d ", "a|b|c d|"},
+      {"a,", "a||"},
+      {",", "||"},
+      {"a,,b", "a||b|"},
+      {"12:30, C# , #3,x#", "12:30|C#|#3|x#|"},
+      {R"("a,b", c)", "a,b|c|"},
+      {R"(  "a,b"  ,"")", "a,b||"},
+      {R"("say ""hi"", you","""",x)", R"(say "hi", you|"|x|)"},
+      {R"(" a "," ")", " a | |"},
+      {R"("a,b" c,d)", R"("a,b" c|d|)"},
+      {R"(x"a,b"y,d)", R"(x"a,b"y|d|)"},
+      {R"("a,b)", R"("a|b|)"},
+      {R"(5" pipe,b)", R"(5" pipe|b|)"},
+      {R"("a,"",b)", R"("a||b|)"},
+      {std::string("\0a\0,b\0", 6), "a|b|"},
+  };
+  for (const auto& [line, cells] : cases) EXPECT_EQ(cellsOf(line), cells) << line;
+}
+
+// Quotes that never close must not be searched for again and again.
+TEST(DelimitedLine, IsLinearInHostileLines) {
+  std::string line = "\"";
+  for (int i = 0; i < 400000; ++i) line += ",\"\"\"\"";
+  std::size_t count = 0;
+  DelimitedLine cells(line);
+  for (std::string_view cell; cells.next(cell);) ++count;
+  EXPECT_EQ(count, 400001U);
+  EXPECT_EQ(cellsOf(std::string(200000, '"') + ",a"), std::string(99999, '"') + "|a|");
+}
+
+TEST(DelimitedNumber, HasOneForm) {
+  for (const char* number : {"0", "-1", "+12", "1.", ".5", "-.5", "1.5E3", "1E-3", "1.5e+10", "007"})
+    EXPECT_TRUE(isDelimitedNumber(number)) << number;
+  for (const char* text :
+       {"", "-", ".", "E5", "1-2", "1.5-3", "1.2.3", "1E", "1E+", "--1", "1 2", "1d3", "nan", "0x1", "1E2.5"})
+    EXPECT_FALSE(isDelimitedNumber(text)) << text;
+}
+
+/// Type, length and decimals of a column with these values.
+std::string formatOf(const std::vector<std::string>& values) {
+  ColumnSurvey survey;
+  for (const std::string& value : values) {
+    std::string line = value;
+    std::string_view cell;
+    DelimitedLine(line).next(cell);
+    survey.note(cell);
+  }
+  const ColumnFormat format = survey.format();
+  return format.dataType + std::to_string(format.length) + "." + std::to_string(format.decCnt);
+}
+
+TEST(ColumnSurvey, TypesFollowTheValues) {
+  const struct {
+    std::vector<std::string> values;
+    const char* format;
+  } cases[] = {
+      {{}, "U 0.0"},
+      {{"", "\"\"", "\"  \""}, "U 0.0"},
+      {{"12", "3.5"}, "R43.1"},
+      {{"3.5", "12"}, "R43.1"},
+      {{"12", "word", "3"}, "C 4.0"},
+      {{"3.25", "word"}, "C 4.2"},
+      {{"1.2345678", "2.5"}, "R89.7"},  // once a value asked for it
+      {{"2.5", "1.2345678"}, "R89.7"},
+      {{"123456789", "2.5"}, "R89.1"},  // a float32 would not hold it
+      {{"2.5", "123456789"}, "R89.1"},
+      {{"1.5E+99"}, "R87.5"},
+      {{"2147483647"}, "I410.0"},
+      {{"2147483648"}, "I810.0"},
+      {{"-2147483648"}, "I411.0"},
+      {{"-2147483649", "5"}, "I811.0"},
+      {{"99999999999999999999"}, "C 20.0"},
+      {{"1-2"}, "C 3.0"},
+      {{"2.5", "1-2"}, "C 3.1"},
+      {{"12.05.2020"}, "C 10.0"},
+      {{"1.5E999"}, "C 7.0"},
+      {{"1.5e3"}, "C 5.0"},
+      {{"12", "\"13\"", "\" 145\""}, "I44.0"},
+      {{"", "5", ""}, "I41.0"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(formatOf(c.values), c.format) << ::testing::PrintToString(c.values);
+}
+
+class Csv : public ::testing::Test {
+ protected:
+  int read(const std::string& text, bool headerOnly = false) {
+    writeBytes(scratch.path("in.csv"), text);
+    return NewDataTable(table, {.filePath = scratch.path("in.csv"), .headerOnly = headerOnly});
+  }
+  /// Names, types and values of all fields, as "NAME type v v v; ".
+  [[nodiscard]] std::string shown() const { return show(table); }
+  static std::string show(const DataTableType& any) {
+    std::ostringstream out;
+    for (const auto& content : any.field) {
+      out << content->name.trimmed() << " " << content->dataType.trimmed();
+      visitColumn(*content, [&out](const auto& column) {
+        for (std::size_t r = 0; r < column.size(); ++r) out << " " << column[r];
+      });
+      out << "; ";
+    }
+    return out.str();
+  }
+  std::string written(const CsvWriteOptions& options = {}) {
+    return table.WriteCSV(scratch.path("out"), options) == 0 ? readBytes(scratch.path("out.csv")) : "failed";
+  }
+  void make(const std::vector<AttributeType>& list, int64_t numRecords) {
+    ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = numRecords}), 0);
+  }
+  Scratch scratch;
+  Messages seen;
+  DataTableType table;
+};
+
+TEST_F(Csv, ReadsColumnsOfEveryType) {
+  ASSERT_EQ(read("I,J,R,D,T\n1,3000000000,1.5,-0.123456789,word\n-2,4,2,3.5,x y\n"), 0) << seen.text();
+  EXPECT_EQ(shown(), "I I4 1 -2; J I8 3000000000 4; R R4 1.5 2; D R8 -0.123457 3.5; T C word x y; ");
+  EXPECT_EQ(table.field[3]->R8[0], -0.123456789);
+  EXPECT_EQ(table.numRecords, 2);
+  EXPECT_EQ(table.status, 0);
+  EXPECT_EQ(table.field[2]->decimals, 1);
+  EXPECT_EQ(table.field[3]->fileLength, 12);
+  EXPECT_EQ(table.field[3]->length, 14) << "decimals and 5";
+  for (const auto& content : table.field) {
+    EXPECT_TRUE(content->outFlag && content->shpFlag && content->csvFlag);
+    EXPECT_EQ(content->outName, content->name.trimmed());
+  }
+  EXPECT_EQ(seen.text(), "");
+}
+
+TEST_F(Csv, ReadsWhateverLineEndsMarksCommentsAndQuotes) {
+  ASSERT_EQ(read("\xEF\xBB\xBF# made by hand\r\n\r\n \"Site, no.\" ,Time\r\n  # between\r\n\"a \"\"b\"\", "
+                 "c\", 12:30 \r\n"
+                 "\t\r\nNo #5 = C#,7:00#x"),
+            0)
+      << seen.text();
+  EXPECT_EQ(shown(), "Site, no. C a \"b\", c No #5 = C#; Time C 12:30 7:00#x; ");
+}
+
+TEST_F(Csv, ShortLinesAndBlankCellsAreNodata) {
+  ASSERT_EQ(read("A,B,C,D\n1,2.5,x,7\n2\n3,,,\n4,5.5,y,8,9,10\n"), 0) << seen.text();
+  EXPECT_EQ(shown(), "A I4 1 2 3 4; B R4 2.5 -9999 -9999 5.5; C C x   y; D I4 7 -9999 -9999 8; ");
+  EXPECT_TRUE(seen.has("WARNING Missing fields, line 3\n")) << seen.text();
+  EXPECT_TRUE(seen.has("WARNING Missing fields, line 5\n"));
+  EXPECT_FALSE(seen.has("line 4"));
+}
+
+TEST_F(Csv, ColumnsWithoutValuesAreLeftOut) {
+  ASSERT_EQ(read("A,B,C\n1,,x\n2, ,y\n"), 0) << seen.text();
+  EXPECT_EQ(shown(), "A I4 1 2; C C x y; ");
+  EXPECT_EQ(table.nfields, 2);
+  EXPECT_TRUE(seen.has("Unknown data type U\n")) << seen.text();
+  ASSERT_EQ(read("A,B\n"), 0);
+  EXPECT_EQ(table.nfields, 0);
+  EXPECT_EQ(table.numRecords, 0);
+}
+
+TEST_F(Csv, HeaderOnlyLeavesNodata) {
+  ASSERT_EQ(read("A,B\n1,x\n2,y\n", true), 0);
+  EXPECT_EQ(shown(), "A I4 -9999 -9999; B C  ; ");
+}
+
+TEST_F(Csv, NamesWhatIsWrongAndLeavesNoFields) {
+  const std::string path = scratch.path("in.csv");
+  const auto refused = [&](const std::string& text, std::string_view message) {
+    seen.clear();
+    EXPECT_EQ(read(text), -1);
+    EXPECT_TRUE(seen.has(message)) << seen.text();
+    EXPECT_TRUE(seen.has("NewDataTable in TabularDataModule") && seen.has(path)) << seen.text();
+    EXPECT_EQ(table.status, -1);
+    EXPECT_EQ(table.nfields, 0);
+    EXPECT_EQ(table.numRecords, 0);
+  };
+  refused("", "NewInputFile failed for " + path);
+  EXPECT_TRUE(seen.has("Input file is empty"));
+  refused("# only\n\n", "NewInputFile unable to read header line for " + path);
+  refused("A,B\n1,2\n7,x,3\n", "Error reading field B");
+  EXPECT_TRUE(seen.has("LINE: 3")) << seen.text();
+  refused("A,B\n1,2\n7,1.5,3\n", "Error reading field B");
+  refused("A,B\n1,2.5\n7,1-2,3\n", "Error reading field B");
+  refused("A,B\n1,2\n7,3000000000,3\n", "Error reading field B");
+  refused(std::string(200000, ','), "fields in the header line");
+  std::string few;  // 1001 columns, two records that fill them and 40000 that do not
+  for (int i = 0; i < 1000; ++i) few += "1,";
+  few = few + "1\n" + few + "1\n" + few + "1\n";
+  for (int i = 0; i < 40000; ++i) few += "1\n";
+  refused(few, "Most fields of the records are missing");
+  seen.clear();
+  EXPECT_EQ(NewDataTable(table, {.filePath = scratch.path("none.csv")}), -1);
+  EXPECT_TRUE(seen.has("Cannot find") && seen.has("NewInputFile failed for ")) << seen.text();
+  EXPECT_EQ(NewDataTable(table, {.filePath = "/.csv"}), -1);
+}
+
+TEST_F(Csv, LinesAreAsLongAsTheyAre) {
+  constexpr std::size_t kLong = 10'000'000;
+  ASSERT_EQ(
+      read("A,B,C\n1," + std::string(kLong, 'x') + ",2\n3,y" + std::string(kLong / 2, ',') + "\n4,z,5\n"), 0);
+  EXPECT_EQ(table.numRecords, 3);
+  EXPECT_EQ(table.field[1]->Char[0], std::string(256, 'x'));
+  EXPECT_EQ(table.field[1]->Char[2], "z");
+  EXPECT_EQ(table.field[2]->I4[0], 2);
+  EXPECT_EQ(table.field[2]->I4[1], -9999);
+  EXPECT_TRUE(seen.has("Texts of B cut at 256 characters: 1")) << seen.text();
+  std::string heading = "A";
+  for (int i = 0; i < 999; ++i) heading += ", A long name of field number " + std::to_string(i);
+  ASSERT_EQ(read(heading + "\n0" + std::string(999, ',') + "1\n"), 0);
+  EXPECT_EQ(shown(), "A I4 0; A long name of field number 998 I4 1; ");
+}
+
+// ---- writing ----
+
+TEST_F(Csv, WritesEachTypeInItsForm) {
+  make({attribute("I", "I4"), attribute("J", "I8"), attribute("R", "R4", 12, 2), attribute("D", "R8", 12, 3),
+        attribute("T", "C ")},
+       2);
+  EXPECT_EQ(written(), " I,J,R,D,T\n -9999,-9999,-9999.00,-9999.000,\n -9999,-9999,-9999.00,-9999.000,\n");
+  table.field[0]->I4 = {7, std::numeric_limits<int32_t>::min()};
+  table.field[1]->I8 = {3000000000, std::numeric_limits<int64_t>::min()};
+  table.field[2]->R4 = {1.5F, -0.125F};
+  table.field[3]->R8 = {1e21, 0.5};
+  table.WriteCharValue(5, 1, "  word ");
+  table.WriteCharValue(5, 2, "a b");
+  table.SetOutName(1, "Identity");
+  EXPECT_EQ(written(),
+            " Identity,J,R,D,T\n 7,3000000000,1.50,1000000000000000000000.00,word\n"
+            " -2147483648,-9223372036854775808,-0.12,0.500,a b\n");
+  EXPECT_EQ(table.status, 0);
+  table.field[2]->R4 = {std::numeric_limits<float>::quiet_NaN(), 1.0F};
+  table.field[3]->R8 = {1e30, -std::numeric_limits<double>::infinity()};
+  EXPECT_EQ(written(),
+            " Identity,J,R,D,T\n 7,3000000000,,-9999.000,word\n"
+            " -2147483648,-9223372036854775808,1.00,,a b\n");
+  EXPECT_TRUE(seen.has("Values of R that are no numbers, written as missing: 1")) << seen.text();
+  EXPECT_TRUE(seen.has("Values of D that are no numbers, written as missing: 1"));
+  EXPECT_TRUE(seen.has("Values of D beyond 25 characters, written as -9999: 1"));
+}
+
+TEST_F(Csv, ReplacesNodata) {
+  make({attribute("I", "I4"), attribute("J", "I8"), attribute("R", "R4", 12, 2), attribute("D", "R8", 12, 3)},
+       2);
+  table.field[0]->I4 = {-18, 18};
+  table.field[1]->I8 = {-9, -10};
+  table.field[2]->R4 = {-18.0F, -18.5F};
+  table.field[3]->R8 = {-9999.0, 0.0};
+  EXPECT_EQ(written({.nodataOut = -9999}),
+            " I,J,R,D\n -9999,-9999,-9999.000,-9999.00000000000\n 18,-10,-18.50,0.000\n");
+  EXPECT_EQ(written(), " I,J,R,D\n -18,-9,-18.00,-9999.000\n 18,-10,-18.50,0.000\n");
+}
+
+TEST_F(Csv, ChoosesFieldsAndAppendsTheExtensionOnce) {
+  make({attribute("A", "I4"), attribute("B", "I4"), attribute("C", "I4")}, 1);
+  table.SetOutFlag(false, {.fieldName = "A"});
+  table.SetOutFlag(true, {.fieldName = "B", .csvFlag = false});
+  EXPECT_EQ(written(), " B,C\n -9999,-9999\n");
+  EXPECT_EQ(written({.csvOnly = true}), " C\n -9999\n");
+  ASSERT_EQ(table.WriteCSV(scratch.path("named.csv") + "  "), 0);
+  EXPECT_EQ(readBytes(scratch.path("named.csv")), " B,C\n -9999,-9999\n");
+  EXPECT_EQ(table.WriteCSV(scratch.path("no such folder/x")), -1);
+  EXPECT_TRUE(seen.has("WriteCSV in DataTableModule") && seen.has("no such folder/x.csv")) << seen.text();
+}
+
+TEST_F(Csv, IsOrderedById) {
+  make({attribute("ID", "R8", 12, 0), attribute("T", "C ")}, 4);
+  table.field[0]->R8 = {30, 10, 20, 10};
+  for (int64_t r = 1; r <= 4; ++r) table.WriteCharValue(2, r, std::string(1, static_cast<char>('a' + r - 1)));
+  EXPECT_EQ(written(), " ID,T\n 30.,a\n 10.,b\n 20.,c\n 10.,d\n");
+  ASSERT_EQ(table.SetIDfield({.fieldName = "ID"}), 0);
+  EXPECT_EQ(written(), " ID,T\n 10.,b\n 10.,d\n 20.,c\n 30.,a\n");
+}
+
+TEST(CsvFlags, OnlyFlaggedRecordsOfTablesThatHaveFlags) {
+  class Flagged : public DataTableType {
+   public:
+    bool hasRecordFlags() const override { return true; }
+    bool* recordFlag(int64_t irec) override { return &flags[static_cast<std::size_t>(irec) - 1]; }
+    std::deque<bool> flags{false, true, true};
+  };
+  Scratch scratch;
+  const std::vector<AttributeType> list{attribute("A", "I4")};
+  Flagged flagged;
+  ASSERT_EQ(NewDataTable(flagged, {.attributeList = list, .numRecords = 3}), 0);
+  flagged.field[0]->I4 = {3, 2, 1};
+  ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
+  EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 2\n 1\n");
+  flagged.IDfield = 1;
+  ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
+  EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 1\n 2\n");
+  DataTableType plain;
+  ASSERT_EQ(NewDataTable(plain, {.attributeList = list, .numRecords = 1}), 0);
+  ASSERT_EQ(plain.WriteCSV(scratch.path("p"), {.isFlag = true}), 0);
+  EXPECT_EQ(readBytes(scratch.path("p.csv")), " A\n -9999\n");
+}
+
+TEST_F(Csv, RefusesWhatTheLineCannotHold) {
+  make({attribute("T", "C "), attribute("N", "I4")}, 2);
+  table.WriteCharValue(1, 1, std::string(46, 'x'));
+  EXPECT_NE(written(), "failed") << "46, a delimiter and -9999 are the 52 that two fields have";
+  table.WriteCharValue(1, 2, std::string(47, 'x'));
+  seen.clear();
+  EXPECT_EQ(written(), "failed");
+  EXPECT_EQ(table.status, -1);
+  EXPECT_TRUE(seen.has("Record exceeded RecordLength") && seen.has("Record 2, field N")) << seen.text();
+  EXPECT_EQ(readBytes(scratch.path("out.csv")), " T,N\n " + std::string(46, 'x') + ",-9999\n")
+      << "what came before stays";
+  table.field[1]->dataType = "Q ";
+  table.field[1]->I4.clear();
+  EXPECT_EQ(written(), "failed");
+  EXPECT_TRUE(seen.has("Unknown type Q\n")) << seen.text();
+  table.field[1]->dataType = "I4";
+  EXPECT_EQ(written(), "failed");
+  EXPECT_TRUE(seen.has("Field has no values in memory: N")) << seen.text();
+}
+
+TEST_F(Csv, QuotesWhatWouldNotBeReadBack) {
+  make({attribute("#T, \"x\"", "C ")}, 6);
+  const std::string texts[] = {"a,b", "say \"hi\"", "#5", "", "\tx", "two\r\nlines"};
+  for (std::size_t r = 0; r < 6; ++r) table.WriteCharValue(1, static_cast<int64_t>(r) + 1, texts[r]);
+  EXPECT_EQ(written(),
+            " \"#T, \"\"x\"\"\"\n \"a,b\"\n \"say \"\"hi\"\"\"\n \"#5\"\n \"\"\n \"\tx\"\n two  lines\n");
+  EXPECT_TRUE(seen.has("whose line ends are written as blanks: 1")) << seen.text();
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.csv")}), 0);
+  EXPECT_EQ(back.field[0]->name, table.field[0]->name.trimmed());
+  ASSERT_EQ(back.numRecords, 6);
+  for (std::size_t r = 0; r < 5; ++r) EXPECT_EQ(back.field[0]->Char[r], texts[r]);
+  table.field[0]->name = table.field[0]->outName = "";
+  ASSERT_NE(written(), "failed");
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.csv")}), 0);
+  EXPECT_EQ(back.numRecords, 6) << "a heading of one blank name is not a blank line";
+}
+
+TEST_F(Csv, RandomTablesGoRound) {
+  std::mt19937 random(5);
+  const std::string characters = "ab,\"#=: \t.5-'/\\";
+  make({attribute("T", "C "), attribute("I", "I4"), attribute("J", "I8"), attribute("R", "R4", 12, 20),
+        attribute("D", "R8", 12, 20), attribute("U", "C ")},
+       500);
+  for (int64_t r = 1; r <= 500; ++r) {
+    for (const int32_t field : {1, 6}) {
+      std::string text = r == 1 ? "x" : "";
+      for (std::size_t n = random() % 12; n > 0; --n) text += characters[random() % characters.size()];
+      table.WriteCharValue(field, r, leftAdjusted(text));
+    }
+    const auto at = static_cast<std::size_t>(r) - 1;
+    table.field[1]->I4[at] = static_cast<int32_t>(random());
+    table.field[2]->I8[at] = static_cast<int64_t>(uint64_t{random()} << 32 | random());
+    table.field[3]->R4[at] = std::ldexp(static_cast<float>(random() % 4096), -12);  // 20 decimals hold it
+    table.field[4]->R8[at] = std::ldexp(static_cast<double>(random() % 65536), -16) - 0.5;
+  }
+  ASSERT_NE(written(), "failed") << seen.text();
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.csv")}), 0) << seen.text();
+  EXPECT_EQ(back.field[3]->dataType, "R8") << "20 decimals ask for it";
+  for (std::size_t r = 0; r < 500; ++r)
+    ASSERT_EQ(back.field[3]->R8[r], static_cast<double>(table.field[3]->R4[r]));
+  back.field.erase(back.field.begin() + 3);
+  table.field.erase(table.field.begin() + 3);
+  EXPECT_EQ(show(back), shown());
+  EXPECT_EQ(back.field[3]->R8, table.field[3]->R8);
+}
+
+// ---- files of others ----
+
+std::string outputOf(const std::string& command) {
+  std::string text;
+  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) return text;
+  std::array<char, 4096> buffer;
+  while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe))
+    text.append(buffer.data(), got);
+  ::pclose(pipe);
+  return text;
+}
+
+TEST_F(Csv, OgrReadsOurFilesAndWeReadItsFiles) {
+  if (std::system("command -v ogr2ogr >/dev/null 2>&1") != 0) GTEST_SKIP() << "no OGR";
+  make({attribute("NR", "I4"), attribute("Name", "C "), attribute("Value", "R8", 12, 3)}, 3);
+  table.field[0]->I4 = {1, 2, 3};
+  table.field[2]->R8 = {0.125, -7.0, 12345678.5};
+  table.WriteCharValue(2, 1, "a, b");
+  table.WriteCharValue(2, 2, "say \"hi\" # 12:30");
+  ASSERT_NE(written(), "failed");
+  const std::string info =
+      outputOf("ogrinfo -ro -al -oo AUTODETECT_TYPE=YES '" + scratch.path("out.csv") + "'");
+  for (const char* part :
+       {"Feature Count: 3", "NR: Integer", "Name: String", "Value: Real", "Name (String) = a, b\n",
+        "Name (String) = say \"hi\" # 12:30\n", "Value (Real) = 0.125", "NR (Integer) = 3"})
+    EXPECT_NE(info.find(part), std::string::npos) << part << "\n" << info;
+  EXPECT_EQ(info.find("Warning"), std::string::npos) << info;
+
+  for (const char* options : {"", "-lco LINEFORMAT=CRLF -lco WRITE_BOM=YES"}) {
+    const std::string copy = scratch.path("copy.csv");
+    std::filesystem::remove(copy);
+    const std::string said =
+        outputOf("ogr2ogr -f CSV " + std::string(options) + " -oo AUTODETECT_TYPE=YES '" + copy + "' '" +
+                 scratch.path("out.csv") + "'");
+    DataTableType back;
+    ASSERT_EQ(NewDataTable(back, {.filePath = copy}), 0) << said << seen.text();
+    EXPECT_EQ(show(back), shown());
+  }
+}
+
+}  // namespace
+}  // namespace terrain

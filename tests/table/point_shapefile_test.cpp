@@ -1,0 +1,252 @@
+#include <cmath>
+#include <limits>
+
+#include "shape_support.h"
+#include "support/grids.h"
+#include "table/point_vectors.h"
+
+namespace terrain {
+namespace {
+
+using namespace terrain::testing;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+class PointShapefile : public ::testing::Test {
+ protected:
+  std::string put(Shape type, const std::vector<std::string>& contents, const Box& box = kWideBox,
+                  std::size_t rows = std::string::npos) {
+    return putShapefile(scratch.path("in"), mainFile(type, contents, box),
+                        idTable(std::min(rows, contents.size())));
+  }
+  /// A table of `n` rows with the field ID and no points yet.
+  void make(PointVectorType& table, int64_t n) {
+    const AttributeType list[] = {attribute("ID", "I4", 8)};
+    ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = n}), 0);
+    for (int64_t irec = 1; irec <= n; ++irec) table.WriteI4Value(1, irec, static_cast<int32_t>(100 * irec));
+  }
+  Scratch scratch;
+  Messages seen;
+};
+
+TEST_F(PointShapefile, EveryPointTypeReadsXAndY) {
+  for (const Shape type : {Shape::point, Shape::pointZ, Shape::pointM}) {
+    SCOPED_TRACE(static_cast<int>(type));
+    PointVectorType table;
+    ASSERT_EQ(ReadPointShapefile(table, put(type, {pointContent(type, 1.5, -2.5), pointContent(type, 3, 4)})),
+              0)
+        << seen.text();
+    ASSERT_EQ(table.point.size(), 2u);
+    double x = 0;
+    double y = 0;
+    table.PointXY(1, x, y);
+    EXPECT_EQ(x, 1.5);
+    EXPECT_EQ(y, -2.5);
+    EXPECT_EQ(idsOf(table), (std::vector<int32_t>{10, 20}));
+  }
+  EXPECT_FALSE(seen.has("dropped"));
+}
+
+TEST_F(PointShapefile, DroppedPointsTakeTheirRowsAlong) {
+  const Box box{.x = {0, 10}, .y = {0, 10}};
+  PointVectorType table;
+  const auto point = [](double x, double y) { return pointContent(Shape::point, x, y); };
+  ASSERT_EQ(ReadPointShapefile(table, put(Shape::point,
+                                          {point(11, 5), point(0, 10), nullContent(), point(kNaN, 1),
+                                           point(5, kInfinity), point(3, 3), nullContent()},
+                                          box)),
+            0)
+      << seen.text();
+  EXPECT_EQ(table.numRecords, 2);
+  EXPECT_EQ(idsOf(table), (std::vector<int32_t>{20, 60}));
+  EXPECT_EQ(table.point.at(1).x, 3);
+  EXPECT_TRUE(seen.has("dropped"));
+  EXPECT_TRUE(seen.has(": 5")) << seen.text();
+}
+
+TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
+  PointVectorType table;
+  const auto many = [](std::size_t n, double from) {
+    Outline outline;
+    for (std::size_t i = 0; i < n; ++i) outline.x.push_back(from + static_cast<double>(i));
+    outline.y.assign(n, 1.0);
+    return content(Shape::multiPoint, outline);
+  };
+  // Far more points than twice the records, and a record without any.
+  ASSERT_EQ(ReadPointShapefile(
+                table, put(Shape::multiPoint, {many(1, 5), many(0, 0), many(500, 100), nullContent()})),
+            0)
+      << seen.text();
+  EXPECT_EQ(table.numRecords, 501);
+  const std::vector<int32_t> ids = idsOf(table);
+  ASSERT_EQ(ids.size(), 501u);
+  EXPECT_EQ(ids[0], 10);
+  EXPECT_EQ(ids[1], 30);
+  EXPECT_EQ(ids[500], 30);
+  EXPECT_EQ(table.point[500].x, 599.0);
+}
+
+TEST_F(PointShapefile, FeetAreComparedBeforeTheyAreConverted) {
+  const Box box{.x = {100, 200}, .y = {100, 200}};
+  PointVectorType table;
+  ASSERT_EQ(ReadPointShapefile(table, put(Shape::point, {pointContent(Shape::point, 150, 190)}, box),
+                               {.units = 'f'}),
+            0);
+  ASSERT_EQ(table.numRecords, 1);
+  EXPECT_EQ(table.point[0].x, 150 * 0.3048);
+  EXPECT_EQ(table.point[0].y, 190 * 0.3048);
+  EXPECT_EQ(table.GridInfo().xmax, 200);
+  EXPECT_EQ(table.GridInfo().units, 'f');
+  EXPECT_FALSE(table.HasGridReference());
+
+  // The grid's units count only where none are given.
+  R4Grid_type grid = test::emptyGrid<R4Grid_type>(4, 4, {.xmin = 0, .ymin = 0, .cellsize = 20});
+  grid.units = 'f';
+  ASSERT_EQ(ReadPointShapefile(table, scratch.path("in"), {.units = 'm', .grid = &grid}), 0);
+  EXPECT_EQ(table.point[0].x, 150);
+  ASSERT_EQ(ReadPointShapefile(table, scratch.path("in"), {.grid = &grid}), 0);
+  EXPECT_TRUE(table.HasGridReference());
+  EXPECT_EQ(table.PointCol(1), 3);  // 45.72 of cells of 20
+  EXPECT_EQ(table.PointRow(1), 2);  // 57.912: row 4 begins at 0
+}
+
+TEST_F(PointShapefile, WrittenBytesAreTheFormats) {
+  PointVectorType table;
+  make(table, 3);
+  table.SetPointXY(1, -4, -8);
+  table.SetPointXY(2, -1, -2);
+  table.SetPointXY(3, -3, -9);
+  table.SetPointOffset(3, 0.5, 0.25);
+  table.SetPointFlag(2, false);
+  InputFileType prj;
+  prj.lines = {"LOCAL_CS[\"#,:\"]"};
+  ASSERT_EQ(
+      table.WritePointShapefile(scratch.path("out"), {.applyOffset = true, .isFlag = true, .prjFile = &prj}),
+      0)
+      << seen.text();
+  // Minima from the largest float64, maxima from 0.
+  const Box box{.x = {-4, 0}, .y = {-8.75, 0}};
+  EXPECT_EQ(readBytes(scratch.path("out.shp")),
+            mainFile(Shape::point,
+                     {pointContent(Shape::point, -4, -8), pointContent(Shape::point, -2.5, -8.75)}, box));
+  const std::string index = readBytes(scratch.path("out.shx"));
+  ASSERT_EQ(index.size(), 116u);
+  EXPECT_EQ(index.substr(24, 4), std::string("\0\0\0\x3A", 4));
+  EXPECT_EQ(index.substr(28, 72), readBytes(scratch.path("out.shp")).substr(28, 72));
+  EXPECT_EQ(index.substr(100), std::string("\0\0\0\x32\0\0\0\x0A\0\0\0\x40\0\0\0\x0A", 16));
+  EXPECT_EQ(readBytes(scratch.path("out.prj")), "LOCAL_CS[\"#,:\"]\n");
+  EXPECT_EQ(NumRecordsInShapefile(scratch.path("out")), 2);
+
+  PointVectorType back;
+  ASSERT_EQ(ReadPointShapefile(back, scratch.path("out")), 0) << seen.text();
+  EXPECT_EQ(idsOf(back), (std::vector<int32_t>{100, 300}));
+  EXPECT_EQ(back.prj.lines, prj.lines);
+}
+
+TEST_F(PointShapefile, NoRecordsMakeValidFiles) {
+  PointVectorType table;
+  make(table, 2);
+  table.SetPointXY(1, 1, 1);
+  table.SetAllPointFlags(false);
+  ASSERT_EQ(table.WritePointShapefile(scratch.path("out"), {.isFlag = true}), 0) << seen.text();
+  EXPECT_EQ(readBytes(scratch.path("out.shp")).size(), 100u);
+  EXPECT_EQ(NumRecordsInShapefile(scratch.path("out")), 0);
+  PointVectorType back;
+  ASSERT_EQ(ReadPointShapefile(back, scratch.path("out")), 0) << seen.text();
+  EXPECT_EQ(back.numRecords, 0);
+  EXPECT_EQ(back.NumFields(), 1);
+}
+
+TEST_F(PointShapefile, RefusesWhatTheFormatCannotHold) {
+  PointVectorType table;
+  make(table, 2);
+  EXPECT_EQ(table.WritePointShapefile(scratch.path("out")), -1) << "no points";
+  table.SetPointXY(2, kNaN, 0);
+  EXPECT_EQ(table.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("Record 2")) << seen.text();
+  EXPECT_FALSE(std::filesystem::exists(scratch.path("out.shp")));
+  table.SetPointXY(2, 0, 0);
+  EXPECT_EQ(table.WritePointShapefile(scratch.path("no/such/directory/out")), -1);
+  EXPECT_TRUE(seen.has("Failed to write file"));
+  EXPECT_EQ(table.status, -1);
+
+  seen.clear();
+  PointVectorType large;
+  large.numRecords = 3000000000;
+  EXPECT_EQ(large.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("Too many points for shapefile"));
+  large.numRecords = 76695841;  // the first count whose bytes are beyond the limit
+  seen.clear();
+  EXPECT_EQ(large.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("shpFileSize exceeds 4-byte integer limit"));
+  large.numRecords = 76695840;
+  seen.clear();
+  EXPECT_EQ(large.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_FALSE(seen.has("limit")) << "it fails for want of points, not for its size";
+}
+
+TEST_F(PointShapefile, LinksAndValues) {
+  PointVectorType table;
+  make(table, 3);
+  EXPECT_EQ(table.LinkValue(1), -9999);
+  EXPECT_EQ(table.AddLinkA(1, 2), -1) << "no points yet";
+  EXPECT_EQ(table.SetLinkValue(2, 7), 0);
+  EXPECT_EQ(table.LinkValue(1), 0);
+  EXPECT_EQ(table.LinkValue(2), 7);
+  EXPECT_EQ(table.LinkValue(4), -9999);
+  EXPECT_EQ(table.AddLinkA(1, 2), 0);
+  EXPECT_EQ(table.AddLinkA(1, 3), 0);
+  EXPECT_EQ(table.AddLinkB(1, 3), 0);
+  EXPECT_EQ(table.AddLinkA(1, 4), -1);
+  EXPECT_EQ(table.status, -1);
+  EXPECT_EQ(table.NumLinksA(1), 2);
+  EXPECT_EQ(table.NumLinksA(2), 0);
+  EXPECT_EQ(table.NumLinksA(0), -1);
+  EXPECT_EQ(table.LinkA(1), 2);
+  EXPECT_EQ(table.LinkA(1, 2), 3);
+  EXPECT_EQ(table.LinkA(1, 3), -1);
+  EXPECT_EQ(table.LinkA(1, 0), -1);
+  EXPECT_EQ(table.LinkB(1), 3);
+  EXPECT_EQ(table.LinkB(2), -1);
+  EXPECT_EQ(table.SetPointXY(0, 1, 1), -1);
+  EXPECT_TRUE(table.PointFlag(1));
+  table.SetPointFlag(9, false);
+  EXPECT_EQ(table.setRecordFlag(1, false), 0);
+  EXPECT_FALSE(table.PointFlag(1));
+  double x = 0;
+  double y = 0;
+  table.PointXY(9, x, y);
+  EXPECT_EQ(x, -9999.0);
+  table.DestroyTable();
+  EXPECT_EQ(table.NumFields(), 0);
+  EXPECT_TRUE(table.point.empty());
+}
+
+TEST_F(PointShapefile, AnIndexThatDisagreesIsNotBelieved) {
+  const std::string stem =
+      put(Shape::point, {pointContent(Shape::point, 1, 1), pointContent(Shape::point, 2, 2)});
+  PointVectorType table;
+  ASSERT_EQ(ReadPointShapefile(table, stem), 0);
+  ASSERT_EQ(table.WritePointShapefile(stem), 0);
+  const std::string index = readBytes(stem + ".shx");
+  ASSERT_EQ(NumRecordsInShapefile(stem), 2);
+  std::string lie = index;
+  lie[27] = '\x50';  // a length that is not the file's
+  writeBytes(stem + ".shx", lie);
+  EXPECT_EQ(NumRecordsInShapefile(stem), 2);
+  writeBytes(stem + ".shx", index.substr(0, 108));  // an entry short
+  EXPECT_EQ(NumRecordsInShapefile(stem), 2);
+  std::string stale = index.substr(0, 108);
+  stale[27] = '\x36';  // whole in itself, but of a shorter main file
+  writeBytes(stem + ".shx", stale);
+  EXPECT_EQ(NumRecordsInShapefile(stem), 2);
+  writeBytes(stem + ".shx", index.substr(0, 20));
+  EXPECT_EQ(NumRecordsInShapefile(stem), -1);
+  EXPECT_TRUE(seen.has("in.shx"));
+  EXPECT_EQ(NumRecordsInShapefile(scratch.path("none")), -1);
+  ASSERT_EQ(ReadPointShapefile(table, stem), 0) << "points are read without the index";
+}
+
+}  // namespace
+}  // namespace terrain

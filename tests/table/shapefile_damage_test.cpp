@@ -1,0 +1,231 @@
+// Shapefiles that are cut or that lie: each is refused with a report that names the file, or is read
+// right; nothing is read that is not there.
+
+#include <cmath>
+#include <limits>
+
+#include "shape_support.h"
+#include "table/line_vectors.h"
+#include "table/point_vectors.h"
+#include "table/polygon_vectors.h"
+
+namespace terrain {
+namespace {
+
+using namespace terrain::testing;
+
+struct Kind {
+  const char* name;
+  Shape type;
+};
+
+bool isPoint(Shape type) {
+  return type == Shape::point || type == Shape::pointZ || type == Shape::pointM || type == Shape::multiPoint;
+}
+bool isLine(Shape type) {
+  return type == Shape::polyline || type == Shape::polylineZ || type == Shape::polylineM;
+}
+
+int readAny(Shape type, const std::string& stem) {
+  if (isPoint(type)) {
+    PointVectorType table;
+    return ReadPointShapefile(table, stem);
+  }
+  if (isLine(type)) {
+    LineVectorType table;
+    return ReadPolylineShapefile(table, stem);
+  }
+  PolyVectorType table;
+  return ReadPolygonShapefile(table, stem);
+}
+
+std::string shapeOf(Shape type, double at) {
+  if (isPoint(type) && type != Shape::multiPoint) return pointContent(type, at, at);
+  Outline outline{.starts = {0, 4}, .x = {at, at, at + 1, at, 5, 6, 7, 5}, .y = {0, 1, 1, 0, 5, 6, 6, 5}};
+  const Outline copy = outline;
+  if (type == Shape::polylineZ || type == Shape::polygonZ) outline.z = copy.x;
+  if (type == Shape::polylineM || type == Shape::polygonM || type == Shape::polygonZ) outline.m = copy.y;
+  return content(type, outline);
+}
+
+class Damage : public ::testing::TestWithParam<Kind> {
+ protected:
+  Damage() {
+    type = GetParam().type;
+    good = mainFile(type, {shapeOf(type, 1), nullContent(), shapeOf(type, 2)});
+    table = idTable(3);
+  }
+  int read(const std::string& main) { return read(main, table); }
+  int read(const std::string& main, const std::string& dbf) {
+    seen.clear();
+    if (main != lastMain) writeBytes(stem + ".shp", lastMain = main);
+    if (dbf != lastTable) writeBytes(stem + ".dbf", lastTable = dbf);
+    return readAny(type, stem);
+  }
+  /// The good file with bytes replaced.
+  [[nodiscard]] std::string with(std::size_t at, std::string_view bytes) const {
+    std::string changed = good;
+    changed.replace(at, bytes.size(), bytes);
+    return changed;
+  }
+  template <class T>
+  [[nodiscard]] std::string withLittle(std::size_t at, T value) const {
+    return with(at, {reinterpret_cast<const char*>(&value), sizeof value});
+  }
+  [[nodiscard]] std::string withBig(std::size_t at, int32_t value) const {
+    std::vector<std::byte> bytes;
+    ByteWriter(bytes).big(value);
+    return with(at, asText(bytes));
+  }
+  void refuses(const std::string& main, std::string_view said) {
+    EXPECT_EQ(read(main), -1);
+    EXPECT_TRUE(seen.has("in.shp")) << seen.text();
+    EXPECT_TRUE(seen.has(said)) << seen.text();
+  }
+  Shape type{};
+  std::string good;
+  std::string table;
+  Scratch scratch;
+  std::string stem = scratch.path("in");
+  std::string lastMain{"none"};
+  std::string lastTable{"none"};
+  Messages seen;
+};
+
+TEST_P(Damage, CutAtEveryLength) {
+  ASSERT_EQ(read(good), 0) << seen.text();
+  for (std::size_t length = 0; length < good.size(); ++length) {
+    EXPECT_EQ(read(good.substr(0, length)), -1) << length;
+    // The same with a header that knows of the cut: only whole records fewer than the table's are left.
+    if (length < 100) continue;
+    std::string honest = withBig(24, static_cast<int32_t>(length / 2)).substr(0, length);
+    EXPECT_EQ(read(honest), -1) << length;
+    EXPECT_TRUE(seen.has("in.shp")) << seen.text();
+  }
+  for (std::size_t length = 0; length < table.size() - 1; ++length) {
+    seen.clear();
+    EXPECT_EQ(read(good, table.substr(0, length)), -1) << length;
+    EXPECT_TRUE(seen.has("NewDataTable failed for") || seen.has("records, its table has")) << seen.text();
+  }
+}
+
+TEST_P(Damage, LiesInTheHeader) {
+  refuses(withBig(0, 9995), "file code");
+  for (const int32_t words :
+       {0, -1, 49, 50, static_cast<int32_t>(good.size() / 2) - 1, static_cast<int32_t>(good.size() / 2) + 1,
+        std::numeric_limits<int32_t>::max(), std::numeric_limits<int32_t>::min()}) {
+    SCOPED_TRACE(words);
+    refuses(withBig(24, words), "");
+  }
+  for (const int32_t code : {0, 2, 31, 18, 99, -1}) {
+    SCOPED_TRACE(code);
+    refuses(withLittle(32, code), isPoint(type)  ? "unknown shapefile type"
+                                  : isLine(type) ? "  Unknown shapefile type: "
+                                                 : "Unknown shapefile type ");
+  }
+  // A box that is no box costs points, never lines or polygons, and never more than that.
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(read(withLittle(36, nan)), 0) << seen.text();
+  EXPECT_EQ(seen.has("dropped"), isPoint(type));
+}
+
+TEST_P(Damage, BytesBehindTheFileAreNoPartOfIt) {
+  // The length check of polygons is told apart: it looks at the size itself.
+  const bool padded = isPoint(type) || isLine(type);
+  EXPECT_EQ(read(good + std::string(64, '\0')), padded ? 0 : -1);
+  if (!padded) {
+    EXPECT_TRUE(seen.has("File size discrepency"));
+  }
+}
+
+TEST_P(Damage, LiesInRecordHeaders) {
+  for (const int32_t number : {0, 2, 3, -1, 65536, std::numeric_limits<int32_t>::min()}) {
+    SCOPED_TRACE(number);
+    refuses(withBig(100, number), "Record number mismatch: thisRecNum = ");
+    EXPECT_TRUE(seen.has("Error reading shapefile records"));
+    EXPECT_TRUE(seen.has(", recNum =        1")) << seen.text();
+  }
+  for (const int32_t words : {0, 1, -1, -2, 3, 11, 100000, std::numeric_limits<int32_t>::max(),
+                              std::numeric_limits<int32_t>::min()}) {
+    SCOPED_TRACE(words);
+    refuses(withBig(104, words), "");
+  }
+  for (const int32_t code : {-1, 7, type == Shape::point ? 3 : 1}) {
+    SCOPED_TRACE(code);
+    refuses(withLittle(108, code), "Record 1: Shape type");
+  }
+  EXPECT_EQ(read(withLittle(108, int32_t{0})), 0) << "a null shape may be longer than it needs";
+}
+
+TEST_P(Damage, LiesInCountsAndStarts) {
+  if (isPoint(type) && type != Shape::multiPoint) return;
+  const std::size_t content = 108;
+  const int32_t large = std::numeric_limits<int32_t>::max();
+  const int32_t small = std::numeric_limits<int32_t>::min();
+  for (const int32_t count : {-1, 9, 10, 1000, large, small}) {
+    SCOPED_TRACE(count);
+    refuses(withLittle(content + 36, count), "Record 1: ");
+    if (type != Shape::multiPoint) refuses(withLittle(content + 40, count), "Record 1: ");
+  }
+  if (type == Shape::multiPoint) return;
+  refuses(withLittle(content + 36, int32_t{0}), "Record 1: ");
+  for (const int32_t start : {-1, 1, 8, large, small}) {
+    SCOPED_TRACE(start);
+    refuses(withLittle(content + 44, start), "Record 1: Part");
+  }
+  for (const int32_t start : {-1, 0, 8, 9, large, small}) {
+    SCOPED_TRACE(start);
+    refuses(withLittle(content + 48, start), "Record 1: Part 2");
+  }
+}
+
+TEST_P(Damage, CoordinatesThatAreNoNumbers) {
+  const bool single = isPoint(type) && type != Shape::multiPoint;
+  const std::size_t first = 108 + (single ? 4 : type == Shape::multiPoint ? 40 : 52);
+  for (const double value :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+        -std::numeric_limits<double>::infinity()}) {
+    for (const std::size_t at : {first, first + 8}) {
+      if (isPoint(type)) {
+        EXPECT_EQ(read(withLittle(at, value)), 0) << seen.text();
+        EXPECT_TRUE(seen.has("dropped"));
+      } else {
+        refuses(withLittle(at, value), at == first ? "Record 1: x of vertex 1 " : "Record 1: y of vertex 1 ");
+      }
+    }
+    if (type == Shape::polylineZ || type == Shape::polygonZ)
+      refuses(withLittle(first + 16 * 8 + 16 + 8 * 7, value), "Record 1: z of vertex 8 ");
+  }
+}
+
+TEST_P(Damage, TheTableMustHaveAsManyRecords) {
+  for (const std::size_t records : {std::size_t{0}, std::size_t{2}, std::size_t{4}}) {
+    SCOPED_TRACE(records);
+    EXPECT_EQ(read(good, idTable(records)), -1);
+    EXPECT_TRUE(seen.has("The file has 3 records, its table has " + std::to_string(records))) << seen.text();
+  }
+}
+
+TEST_P(Damage, EveryByteChangedIsReadOrRefused) {
+  for (std::size_t at = 0; at < good.size(); ++at) {
+    for (const char value : {'\x00', '\xFF'}) {
+      std::string changed = good;
+      changed[at] = value;
+      if (read(changed) != 0) {
+        EXPECT_TRUE(seen.has("in.shp")) << at << ' ' << seen.text();
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Shapes, Damage,
+    ::testing::Values(Kind{"Point", Shape::point}, Kind{"PointZ", Shape::pointZ},
+                      Kind{"PointM", Shape::pointM}, Kind{"MultiPoint", Shape::multiPoint},
+                      Kind{"PolyLine", Shape::polyline}, Kind{"PolyLineZ", Shape::polylineZ},
+                      Kind{"PolyLineM", Shape::polylineM}, Kind{"Polygon", Shape::polygon},
+                      Kind{"PolygonZ", Shape::polygonZ}, Kind{"PolygonM", Shape::polygonM}),
+    [](const auto& shape) { return shape.param.name; });
+
+}  // namespace
+}  // namespace terrain

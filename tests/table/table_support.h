@@ -1,0 +1,120 @@
+#pragma once
+// Shared by the tests of the tables: captured messages, scratch directories, tables and DBF files
+// made of a few words.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/bytes.h"
+#include "foundation/messages.h"
+#include "foundation/platform.h"
+#include "table/data_table.h"
+
+namespace terrain::testing {
+
+/// Everything that is reported while it lives.
+class Messages {
+ public:
+  Messages() : keptConsole_(platform::console()), keptWriter_(messages()) {
+    platform::console().out = &text_;
+    messages() = {};
+  }
+  ~Messages() {
+    platform::console() = keptConsole_;
+    messages() = keptWriter_;
+  }
+  Messages(const Messages&) = delete;
+  Messages& operator=(const Messages&) = delete;
+  [[nodiscard]] std::string text() const { return text_.str(); }
+  [[nodiscard]] bool has(std::string_view line) const { return text().find(line) != std::string::npos; }
+  void clear() { text_.str(""); }
+
+ private:
+  std::ostringstream text_;
+  platform::Console keptConsole_;
+  MessageWriter keptWriter_;
+};
+
+/// A directory of its own that goes with it.
+class Scratch {
+ public:
+  Scratch() {
+    static int number = 0;
+    directory_ = std::filesystem::temp_directory_path() /
+                 ("table_test_" + std::to_string(::getpid()) + "_" + std::to_string(++number));
+    std::filesystem::create_directories(directory_);
+  }
+  ~Scratch() {
+    std::error_code ignored;
+    std::filesystem::remove_all(directory_, ignored);
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  [[nodiscard]] std::string path(std::string_view name) const { return (directory_ / name).string(); }
+
+ private:
+  std::filesystem::path directory_;
+};
+
+inline std::string readBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+inline void writeBytes(const std::string& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline AttributeType attribute(std::string_view name, std::string_view type, int32_t length = 12, int32_t decimals = 0) {
+  AttributeType made;
+  made.name = name;
+  made.dataType = type;
+  made.length = length;
+  made.decimals = decimals;
+  made.outFlag = made.shpFlag = made.csvFlag = true;
+  return made;
+}
+
+/// One field of a DBF file made by hand.
+struct RawDbfField {
+  std::string name;
+  char letter;
+  int length;
+  int decimals = 0;
+};
+/// A DBF file of records given as their bytes, delete flag included. `records` and `recordLength` below
+/// 0 are taken from the data.
+inline std::string rawDbf(const std::vector<RawDbfField>& fields, const std::vector<std::string>& data,
+                          int64_t records = -1, int64_t recordLength = -1) {
+  std::vector<std::byte> bytes;
+  ByteWriter out(bytes);
+  out.text(std::string_view("\3\144\1\1", 4));
+  out.little(static_cast<uint32_t>(records < 0 ? static_cast<int64_t>(data.size()) : records));
+  out.little(static_cast<uint16_t>(33 + 32 * fields.size()));
+  int64_t length = 1;
+  for (const RawDbfField& field : fields) length += field.length;
+  out.little(static_cast<uint16_t>(recordLength < 0 ? length : recordLength));
+  out.fill(std::byte{0}, 20);
+  for (const RawDbfField& field : fields) {
+    out.text(field.name);
+    out.fill(std::byte{0}, 11 - field.name.size());
+    out.text(std::string_view(&field.letter, 1));
+    out.fill(std::byte{0}, 4);
+    out.little(static_cast<uint16_t>(field.length + 256 * field.decimals));
+    out.fill(std::byte{0}, 14);
+  }
+  out.text("\r");
+  for (const std::string& record : data) out.text(record);
+  out.text("\x1A");
+  return std::string(ByteReader(bytes).text(bytes.size()));
+}
+
+}  // namespace terrain::testing
