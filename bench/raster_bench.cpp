@@ -30,7 +30,9 @@ const std::string& folder() {
   return path;
 }
 
-void count(benchmark::State& state) { state.SetBytesProcessed(state.iterations() * int64_t{kSize} * kSize * 4); }
+void count(benchmark::State& state) {
+  state.SetBytesProcessed(state.iterations() * int64_t{kSize} * kSize * 4);
+}
 
 void Cp(benchmark::State& state) {
   const std::string command = "cp " + folder() + "in.flt " + folder() + "copy.flt";

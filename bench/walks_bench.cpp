@@ -45,7 +45,11 @@ struct Scene {
         grad.SetR4CellColRow(col, row, 0.2F + 0.3F * noise());
       }
     }
-    values = {.byTime = byTime, .byDistance = !byTime, .duration = 24.0F, .conductivity = 10.0F, .maxDistance = 105.0F};
+    values = {.byTime = byTime,
+              .byDistance = !byTime,
+              .duration = 24.0F,
+              .conductivity = 10.0F,
+              .maxDistance = 105.0F};
     values.cellDistance = stepLengths(kCell);
   }
 };
@@ -72,7 +76,8 @@ void Table(benchmark::State& state, WalkStorage storage) {
   const bool byTime = state.range(0) != 0;
   Scene scene(byTime);
   Walks walks;
-  if (walks.prepare(scene.values, scene.grad, scene.aspect, storage) != 0) state.SkipWithError("not prepared");
+  if (walks.prepare(scene.values, scene.grad, scene.aspect, storage) != 0)
+    state.SkipWithError("not prepared");
   for (auto _ : state) walks.walkAll();
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }

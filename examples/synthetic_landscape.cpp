@@ -22,7 +22,8 @@ constexpr double kLakeLevel = 412.0;
 
 /// A number from 0 to below 1 for a lattice point; integers only, so it is the same everywhere.
 double hashed(int64_t x, int64_t y) {
-  auto h = static_cast<uint64_t>(x) * 0x9E3779B97F4A7C15ULL ^ static_cast<uint64_t>(y) * 0xC2B2AE3D27D4EB4FULL;
+  auto h =
+      static_cast<uint64_t>(x) * 0x9E3779B97F4A7C15ULL ^ static_cast<uint64_t>(y) * 0xC2B2AE3D27D4EB4FULL;
   h ^= h >> 29;
   h *= 0xBF58476D1CE4E5B9ULL;
   h ^= h >> 32;
@@ -48,9 +49,9 @@ double elevation(double x, double y) {
   double height = 900.0 - 0.035 * x - 0.045 * (6400.0 - y);
   double amplitude = 160.0;
   double wave = 1800.0;
-  for (int octave = 0; octave < 6; ++octave) {
+  for (int octave = 0; octave < 5; ++octave) {
     height += amplitude * (0.5 - std::abs(noise(x / wave + 17.0 * octave, y / wave - 5.0 * octave)));
-    amplitude *= 0.48;
+    amplitude *= 0.45;
     wave *= 0.5;
   }
   const double lake = std::hypot((x - 4900.0) / 900.0, (y - 1900.0) / 600.0);
@@ -75,14 +76,19 @@ int main(int argc, char** argv) {
     return 1;
   }
   terrain::R4Grid_type grid;
-  if (terrain::CreateGrid(grid, {.ncols = kCols, .nrows = kRows, .xmin = 500000.0, .ymin = 4400000.0, .size = {.cellsize = kCell}}) != 0)
+  if (terrain::CreateGrid(grid, {.ncols = kCols,
+                                 .nrows = kRows,
+                                 .xmin = 500000.0,
+                                 .ymin = 4400000.0,
+                                 .size = {.cellsize = kCell}}) != 0)
     return 1;
   std::vector<float> cells(kCols);
   for (int32_t row = 1; row <= kRows; ++row) {
     for (int32_t col = 1; col <= kCols; ++col) {
       const double x = (col - 1) * kCell;
       const double y = (kRows - row) * kCell;
-      cells[static_cast<std::size_t>(col - 1)] = isMargin(col, row) ? grid.GetNodataR4() : static_cast<float>(elevation(x, y));
+      cells[static_cast<std::size_t>(col - 1)] =
+          isMargin(col, row) ? grid.GetNodataR4() : static_cast<float>(elevation(x, y));
     }
     if (grid.SetR4row(row, cells) != 0) return 1;
   }

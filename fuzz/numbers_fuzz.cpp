@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   for (const bool slashEnds : {true, false}) {
     FreeFormatReader words(text, {.slashEnds = slashEnds});
     std::string word;
-    for (std::size_t i = 0; i <= size + 1 && words.next(word) != Field::end; ++i) static_cast<void>(fieldType(word));
+    for (std::size_t i = 0; i <= size + 1 && words.next(word) != Field::end; ++i)
+      static_cast<void>(fieldType(word));
     FreeFormatReader numbers(text, {.slashEnds = slashEnds});
     for (std::size_t i = 0; i <= size + 1; ++i) {
       double value = 0;

@@ -14,7 +14,9 @@ namespace {
 
 constexpr std::string_view kTag = "ReadList in Utilities";
 
-int fail(std::string_view message) { return reportError({.routine = kTag, .code = kOwnWords, .message1 = message}); }
+int fail(std::string_view message) {
+  return reportError({.routine = kTag, .code = kOwnWords, .message1 = message});
+}
 
 // ---- the argument names, each with the member it sets ----
 
@@ -24,8 +26,10 @@ struct Named {
   Member AttributeType::*member;
 };
 constexpr std::array kFlags{
-    Named<bool>{"POSITIVE ONLY", &AttributeType::positiveOnly}, Named<bool>{"NO NEGATIVES", &AttributeType::noNegatives},
-    Named<bool>{"OUTFLAG", &AttributeType::outFlag},            Named<bool>{"OUTNODE", &AttributeType::shpFlag},
+    Named<bool>{"POSITIVE ONLY", &AttributeType::positiveOnly},
+    Named<bool>{"NO NEGATIVES", &AttributeType::noNegatives},
+    Named<bool>{"OUTFLAG", &AttributeType::outFlag},
+    Named<bool>{"OUTNODE", &AttributeType::shpFlag},
     Named<bool>{"OUTREACH", &AttributeType::csvFlag},
 };
 constexpr std::array kIntegers{
@@ -41,16 +45,27 @@ constexpr std::array kReals{
     Named<float>{"No Data", &AttributeType::nodata}, Named<float>{"nodata", &AttributeType::nodata},
 };
 constexpr std::array<std::string_view, 3> kTypeNames{"type", "TYPE", "Type"};
-constexpr std::array<std::string_view, 5> kOutNames{"FIELDNAME", "FIELD NAME", "OUTPUT FIELD", "OUTPUT FIELD NAME",
-                                                    "OUT FIELD"};
+constexpr std::array<std::string_view, 5> kOutNames{"FIELDNAME", "FIELD NAME", "OUTPUT FIELD",
+                                                    "OUTPUT FIELD NAME", "OUT FIELD"};
 constexpr std::array<std::array<std::string_view, 2>, 12> kTypes{{
-    {"I4", "I4"}, {"INT4", "I4"}, {"I8", "I8"}, {"INT8", "I8"}, {"R4", "R4"}, {"REAL4", "R4"},
-    {"R8", "R8"}, {"REAL8", "R8"}, {"C", "C "}, {"CHAR", "C "}, {"Char", "C "}, {"char", "C "},
+    {"I4", "I4"},
+    {"INT4", "I4"},
+    {"I8", "I8"},
+    {"INT8", "I8"},
+    {"R4", "R4"},
+    {"REAL4", "R4"},
+    {"R8", "R8"},
+    {"REAL8", "R8"},
+    {"C", "C "},
+    {"CHAR", "C "},
+    {"Char", "C "},
+    {"char", "C "},
 }};
 
 template <class Table>
 auto memberOf(const Table& table, std::string_view name) {
-  const auto found = std::find_if(table.begin(), table.end(), [&](const auto& entry) { return entry.name == name; });
+  const auto found =
+      std::find_if(table.begin(), table.end(), [&](const auto& entry) { return entry.name == name; });
   return found == table.end() ? nullptr : found->member;
 }
 template <class Names>
@@ -69,7 +84,8 @@ int applyArgument(AttributeType& attribute, std::string_view argument) {
     attribute.*flag = textIsTrue(value);
   } else if (const auto integer = memberOf(kIntegers, name)) {
     if (!readFree(value, attribute.*integer))
-      return fail(integer == &AttributeType::length ? "Error reading field length" : "Error reading field decCnt");
+      return fail(integer == &AttributeType::length ? "Error reading field length"
+                                                    : "Error reading field decCnt");
   } else if (const auto real = memberOf(kReals, name)) {
     if (!readFree(value, attribute.*real)) return fail("Error reading field nodata");
   } else if (isOneOf(kTypeNames, name)) {
@@ -94,7 +110,10 @@ int addTerm(EquationType& equation, const std::vector<std::string>& arguments) {
     } else if (isCoef || name == "EXPONENT" || name == "BASE") {
       const std::string error = "Error reading " + std::string(isCoef ? "COEF" : name) + " value for ";
       if (term.field.empty())
-        return reportError({.routine = kTag, .code = kOwnWords, .message1 = error, .message2 = "  No FIELD stands before it"});
+        return reportError({.routine = kTag,
+                            .code = kOwnWords,
+                            .message1 = error,
+                            .message2 = "  No FIELD stands before it"});
       EquationFieldType& last = term.field.back();
       const bool read = isCoef               ? readFree(parts.value, last.coef)
                         : name == "EXPONENT" ? readFree(parts.value, last.exponent)
@@ -105,7 +124,8 @@ int addTerm(EquationType& equation, const std::vector<std::string>& arguments) {
   return kSuccess;
 }
 
-bool isAzimuthFieldThere(const AttributeType& attribute, std::string_view which, std::span<const AttributeType> list) {
+bool isAzimuthFieldThere(const AttributeType& attribute, std::string_view which,
+                         std::span<const AttributeType> list) {
   for (const std::string& argument : attribute.arguments) {
     const SplitArgument parts = splitArgument(argument);
     if (stripped(parts.name) != which) continue;
@@ -124,7 +144,8 @@ bool wantsEquation(const AttributeType& attribute) {
   return std::any_of(attribute.arguments.begin(), attribute.arguments.end(), [](const std::string& argument) {
     const SplitArgument parts = splitArgument(argument);
     const std::string_view name = stripped(parts.name);
-    return name.empty() ? stripped(parts.value) == "EQUATION" : name.find("EQUATION") != std::string_view::npos;
+    return name.empty() ? stripped(parts.value) == "EQUATION"
+                        : name.find("EQUATION") != std::string_view::npos;
   });
 }
 
@@ -140,9 +161,10 @@ int fillFromArguments(AttributeType& attribute, bool& wantsNodes) {
 int readEquation(InputFileType& input, AttributeType& attribute) {
   LogicalLine line;
   while (input.GetLine(line) == kSuccess) {
-    const std::string_view keyword = stripped(line.keyword.empty() && line.arguments.size() == 1
-                                                  ? std::string_view(line.arguments.front())
-                                                  : std::string_view(line.keyword));  // "END EQUATION" without ":"
+    const std::string_view keyword =
+        stripped(line.keyword.empty() && line.arguments.size() == 1
+                     ? std::string_view(line.arguments.front())
+                     : std::string_view(line.keyword));  // "END EQUATION" without ":"
     if (keyword == "END EQUATION") return kSuccess;
     if (keyword == "INTERCEPT" || keyword == "CONSTANT") {
       if (line.keyword.empty() || line.arguments.empty() ||
@@ -178,14 +200,16 @@ int checkAzimuths(std::span<const AttributeType> list) {
   int result = kSuccess;
   for (const AttributeType& attribute : list)
     if (attribute.name.trimmed().find("AZIMUTH") != std::string_view::npos &&
-        !(isAzimuthFieldThere(attribute, "SIN FIELD", list) && isAzimuthFieldThere(attribute, "COS FIELD", list)))
+        !(isAzimuthFieldThere(attribute, "SIN FIELD", list) &&
+          isAzimuthFieldThere(attribute, "COS FIELD", list)))
       result = reportError({.code = kOwnWords, .message1 = "Missing SIN or COS FIELD for MEAN AZIMUTH"});
   return result;
 }
 
 void warnMissingArguments(std::span<const AttributeType> list) {
   for (const AttributeType& attribute : list)
-    if (attribute.arguments.empty() && attribute.name.trimmed().find("MEAN ANNUAL PRECIP") != std::string_view::npos)
+    if (attribute.arguments.empty() &&
+        attribute.name.trimmed().find("MEAN ANNUAL PRECIP") != std::string_view::npos)
       putMessage("WARNING: MEAN ANNUAL PRECIP may need a precip raster");
 }
 

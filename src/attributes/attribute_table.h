@@ -37,13 +37,13 @@ struct AttributeType {
   std::vector<std::string> arguments{};  ///< as the file gave them: name = value, or a lone word
   int32_t length = 12;                   ///< output length in characters
   int32_t decimals = 5;
-  float nodata = -9999.0F;  ///< fills a new column
+  float nodata = -9999.0F;       ///< fills a new column
   FixedText<2> dataType = "R4";  ///< "I4", "I8", "R4", "R8" or "C "
-  bool calcFlag = false;    ///< the attribute is calculated
-  bool nodeFlag = false;    ///< held for each node, not only for each reach
-  bool outFlag = false;     ///< written at all
-  bool shpFlag = false;     ///< goes to the node output
-  bool csvFlag = false;     ///< goes to the reach output
+  bool calcFlag = false;         ///< the attribute is calculated
+  bool nodeFlag = false;         ///< held for each node, not only for each reach
+  bool outFlag = false;          ///< written at all
+  bool shpFlag = false;          ///< goes to the node output
+  bool csvFlag = false;          ///< goes to the reach output
   bool positiveOnly = false;
   bool noNegatives = false;
   EquationType equation{};

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "dem/naming.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
 #include "foundation/text.h"
@@ -64,6 +65,7 @@ int readRaster(R4Grid_type& grid, std::string_view name, const ReadGridArgs& arg
   grid.feetConverted = false;
   if (ReadGrid(grid, name, args) == kSuccess) {
     grid.nodata = kNodata;
+    settleCellSize(grid);
     grid.feetConverted = args.clipGrid != nullptr && args.clipGrid->feetConverted;
     if (settleNodata(grid, name) == kSuccess) return grid.status = kSuccess;
   }

@@ -59,20 +59,29 @@ class ByteReader {
   }
 
   template <FileNumber T>
-  [[nodiscard]] T little() { return number<T>(std::endian::little); }
+  [[nodiscard]] T little() {
+    return number<T>(std::endian::little);
+  }
   template <FileNumber T>
-  [[nodiscard]] T big() { return number<T>(std::endian::big); }
+  [[nodiscard]] T big() {
+    return number<T>(std::endian::big);
+  }
   /// As many numbers as `out` has places; false, with `out` as it was, if they are not all there.
   template <FileNumber T>
-  bool little(std::span<T> out) { return numbers(out, std::endian::little); }
+  bool little(std::span<T> out) {
+    return numbers(out, std::endian::little);
+  }
   template <FileNumber T>
-  bool big(std::span<T> out) { return numbers(out, std::endian::big); }
+  bool big(std::span<T> out) {
+    return numbers(out, std::endian::big);
+  }
 
   /// The next `count` bytes; empty after a failure.
   [[nodiscard]] std::span<const std::byte> take(std::uint64_t count);
   /// The same as characters.
   [[nodiscard]] std::string_view text(std::uint64_t count);
-  /// A reader of the next `count` bytes alone, for a record that must not be left; failed if they are not there.
+  /// A reader of the next `count` bytes alone, for a record that must not be left; failed if they are not
+  /// there.
   [[nodiscard]] ByteReader part(std::uint64_t count);
   bool skip(std::uint64_t count);
   /// The next read is at `position`, from 0 to the size. A failure is not healed.
@@ -121,9 +130,13 @@ class ByteWriter {
   [[nodiscard]] std::uint64_t position() const { return written_ + used_; }
 
   template <FileNumber T>
-  void little(T value) { number(value, std::endian::little); }
+  void little(T value) {
+    number(value, std::endian::little);
+  }
   template <FileNumber T>
-  void big(T value) { number(value, std::endian::big); }
+  void big(T value) {
+    number(value, std::endian::big);
+  }
   void bytes(std::span<const std::byte> bytes);
   void text(std::string_view text);
   /// `count` bytes of one value.
@@ -131,9 +144,13 @@ class ByteWriter {
 
   /// Replaces a number written before, for counts and boxes that are known at the end.
   template <FileNumber T>
-  void patchLittle(std::uint64_t offset, T value) { patchNumber(offset, value, std::endian::little); }
+  void patchLittle(std::uint64_t offset, T value) {
+    patchNumber(offset, value, std::endian::little);
+  }
   template <FileNumber T>
-  void patchBig(std::uint64_t offset, T value) { patchNumber(offset, value, std::endian::big); }
+  void patchBig(std::uint64_t offset, T value) {
+    patchNumber(offset, value, std::endian::big);
+  }
 
   /// Writes out what is buffered; gives the first fault, 0 if none.
   IoCode finish();
@@ -168,7 +185,8 @@ class ByteWriter {
   IoCode fault_ = kIoOk;
 };
 
-/// A whole file in memory. Gives kIoOk, an I/O code, or ByteWriter::kNoMemory; `bytes` is empty after a fault.
+/// A whole file in memory. Gives kIoOk, an I/O code, or ByteWriter::kNoMemory; `bytes` is empty after a
+/// fault.
 [[nodiscard]] IoCode readWholeFile(std::string_view name, std::vector<std::byte>& bytes);
 
 }  // namespace terrain

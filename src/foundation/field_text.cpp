@@ -58,7 +58,8 @@ std::string GetRealValue_sp(float value, int32_t decimals, std::size_t width) {
 }
 
 std::string_view trimmedField(std::string_view text) {
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\0')) text.remove_suffix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\0'))
+    text.remove_suffix(1);
   return text;
 }
 
@@ -95,8 +96,10 @@ bool equalValues(const AnyValue& a, const AnyValue& b) {
 void printValue(const AnyValue& value) {
   std::visit(
       [](const auto& held) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::string>) putConsoleLine(held);
-        else putConsoleLine(freeText(held));
+        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::string>)
+          putConsoleLine(held);
+        else
+          putConsoleLine(freeText(held));
       },
       value);
 }

@@ -16,7 +16,9 @@ namespace {
 constexpr std::string_view kCopyTag = "CopyFile in Utilities";
 constexpr std::string_view kLoadTag = "Load_shapefile in Utilities";
 
-std::string zeroLength(std::string_view name) { return "fsize returned zero file length for " + std::string(trimmed(name)); }
+std::string zeroLength(std::string_view name) {
+  return "fsize returned zero file length for " + std::string(trimmed(name));
+}
 
 int loadComponent(std::string_view name, std::string_view extension, std::vector<std::byte>& bytes) {
   const std::string file = std::string(trimmed(name)) + '.' + std::string(extension);
@@ -45,7 +47,8 @@ int64_t fsize(std::string_view name) {
   if (file.open(name, platform::Open::read) != kIoOk)
     return reportError({.routine = tag, .code = kOwnWords, .message1 = "Error opening file " + shown});
   const std::uint64_t size = file.size();
-  if (size == 0) return reportError({.routine = tag, .code = kOwnWords, .message1 = "Error reading file " + shown});
+  if (size == 0)
+    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Error reading file " + shown});
   return static_cast<int64_t>(size);
 }
 
@@ -57,7 +60,8 @@ int64_t fsizeByUnit(int32_t unit) {
   if (file == nullptr) return 0;
   const std::uint64_t records = file->size() / kRecord;
   if (records == 0)
-    return reportError({.routine = tag, .message1 = "Error reading file for unit " + rightJustified(freeText(unit), 5)});
+    return reportError(
+        {.routine = tag, .message1 = "Error reading file for unit " + rightJustified(freeText(unit), 5)});
   return static_cast<int64_t>(records * kRecord);
 }
 
@@ -85,7 +89,8 @@ int CopyFile(std::string_view source, std::string_view target) {
       return reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
     offset += got;
   }
-  return to.close() == kIoOk ? kSuccess : reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
+  return to.close() == kIoOk ? kSuccess
+                             : reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
 }
 
 int Load_shapefile(std::string_view name, const ShapefileBytes& wanted) {

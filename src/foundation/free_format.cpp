@@ -13,7 +13,9 @@ namespace terrain {
 
 namespace {
 
-constexpr bool isBlankCharacter(char c) { return c == ' ' || c == '\t' || c == '\0' || c == '\r' || c == '\n'; }
+constexpr bool isBlankCharacter(char c) {
+  return c == ' ' || c == '\t' || c == '\0' || c == '\r' || c == '\n';
+}
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// True if the decimal magnitude is below 1: a number too small, not too large, for its type.
@@ -31,7 +33,8 @@ bool isTiny(std::string_view digits) {
   const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
   const std::size_t first = mantissa.find_first_of("123456789");
   if (first == std::string_view::npos) return true;
-  const auto place = first < point ? static_cast<std::int64_t>(point - first) : -static_cast<std::int64_t>(first - point) + 1;
+  const auto place = first < point ? static_cast<std::int64_t>(point - first)
+                                   : -static_cast<std::int64_t>(first - point) + 1;
   return place + exponent <= 0;
 }
 
@@ -48,8 +51,10 @@ bool normalise(std::string_view token, std::string& digits) {
   bool anyDigit = false;
   bool point = false;
   for (; at < token.size() && (isDigit(token[at]) || (token[at] == '.' && !point)); ++at) {
-    if (token[at] == '.') point = true;
-    else anyDigit = true;
+    if (token[at] == '.')
+      point = true;
+    else
+      anyDigit = true;
     digits += token[at];
   }
   if (!anyDigit) {  // infinities and NaN as from_chars knows them
@@ -59,8 +64,10 @@ bool normalise(std::string_view token, std::string& digits) {
   }
   if (at == token.size()) return true;
   const bool letter = std::string_view("eEdDqQ").find(token[at]) != std::string_view::npos;
-  if (letter) ++at;
-  else if (token[at] != '+' && token[at] != '-') return false;
+  if (letter)
+    ++at;
+  else if (token[at] != '+' && token[at] != '-')
+    return false;
   digits += 'e';
   if (at < token.size() && (token[at] == '+' || token[at] == '-')) digits += token[at++];
   const std::size_t power = at;
@@ -100,15 +107,15 @@ std::string realText(Real value, int digits) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "Infinity" : "-Infinity";
   std::array<char, 64> buffer{};
-  const auto scientific =
-      std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::scientific, digits - 1);
+  const auto scientific = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                        std::chars_format::scientific, digits - 1);
   std::string text(buffer.data(), scientific.ptr);
   const std::size_t e = text.find('e');
   int exponent = 0;
   std::from_chars(text.data() + e + (text[e + 1] == '+' ? 2 : 1), text.data() + text.size(), exponent);
   if (exponent >= -1 && exponent < digits) {  // the rounded value decides, so 9999999.9 shows its exponent
-    const auto fixed = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed,
-                                     digits - 1 - exponent);
+    const auto fixed = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                     std::chars_format::fixed, digits - 1 - exponent);
     text.assign(buffer.data(), fixed.ptr);
     if (text.find('.') == std::string::npos) text += '.';
     return text;
@@ -223,8 +230,8 @@ std::string fixedText(double value, int32_t decimals) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "Infinity" : "-Infinity";
   std::array<char, 400> buffer{};  // 309 digits before the point, decimals behind it
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed,
-                                 std::clamp(decimals, 0, 60))
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                 std::chars_format::fixed, std::clamp(decimals, 0, 60))
                        .ptr;
   std::string text(buffer.data(), end);
   if (decimals <= 0) text += '.';

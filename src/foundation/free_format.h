@@ -48,8 +48,8 @@ class FreeFormatReader {
   std::string_view text_;
   FreeFormat format_;
   std::size_t at_ = 0;
-  bool ended_ = false;          // a slash was met
-  std::int64_t repeats_ = 0;    // how often `repeated_` is still to be given
+  bool ended_ = false;        // a slash was met
+  std::int64_t repeats_ = 0;  // how often `repeated_` is still to be given
   bool repeatedNull_ = false;
   std::string repeated_;
 };

@@ -19,7 +19,8 @@ namespace {
 
 /// Blanks, tabs and NUL characters at the start do not count.
 std::string_view withoutLeadingSpace(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\0')) text.remove_prefix(1);
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\0'))
+    text.remove_prefix(1);
   return text;
 }
 
@@ -53,7 +54,8 @@ InputFileType NewInputFile(std::string_view name, const InputFileOptions& option
     reportError({.routine = "NewInputFile in InputFileModule", .message1 = "  Cannot find " + file.fileName});
     return file;
   }
-  if (exists && options.newFile) putConsoleLine("NewInputFile WARNING: input file already exists" + file.fileName);
+  if (exists && options.newFile)
+    putConsoleLine("NewInputFile WARNING: input file already exists" + file.fileName);
   file.status = options.newFile ? kSuccess : file.load();
   return file;
 }
@@ -69,7 +71,8 @@ int InputFileType::load() {
   try {
     std::string line;
     while (text.readLine(line, options_.lineLength)) {
-      if (lines.size() == static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) throw std::bad_alloc();
+      if (lines.size() == static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
+        throw std::bad_alloc();
       lines.emplace_back(trimmed(line));
     }
   } catch (const std::bad_alloc&) {
@@ -82,7 +85,8 @@ int InputFileType::load() {
     return reportError({.routine = "NewInputFile in InputFileModule", .code = kReadError, .file = fileName});
   }
   if (lines.empty()) {
-    return reportError({.routine = "NewInputFile in InputFileModule", .file = fileName, .message1 = "Input file is empty"});
+    return reportError(
+        {.routine = "NewInputFile in InputFileModule", .file = fileName, .message1 = "Input file is empty"});
   }
   return kSuccess;
 }
@@ -119,7 +123,8 @@ int InputFileType::writeAscii(std::string_view name) {
   if (lines.empty()) return kFailure;
   int32_t code = 0;
   if (writeLines(name, {}, code) != kSuccess)
-    return reportError({.routine = "writeAscii in inputFileModule", .file = name, .message1 = "Unable to open output file"});
+    return reportError(
+        {.routine = "writeAscii in inputFileModule", .file = name, .message1 = "Unable to open output file"});
   return attempt.succeed();
 }
 
@@ -306,7 +311,8 @@ SplitArgument splitArgument(std::string_view argument) {
   if (mark == std::string_view::npos || mark == 0) return {.value = std::string(argument)};
   SplitArgument parts{.name = std::string(trimmed(argument.substr(0, nameEnd))),
                       .value = std::string(leftAdjusted(argument.substr(mark + 1)))};
-  if (nameEnd <= mark) parts.operation = std::string(trimmed(cut(argument.substr(nameEnd, mark + 1 - nameEnd), 2)));
+  if (nameEnd <= mark)
+    parts.operation = std::string(trimmed(cut(argument.substr(nameEnd, mark + 1 - nameEnd), 2)));
   return parts;
 }
 

@@ -54,8 +54,8 @@ class InputFileType {
  public:
   InputFileType() = default;
 
-  int32_t status = 0;       ///< 0 after success, else -1; -1 from `GetLine` is also the end of the lines
-  std::string fileName{};   ///< path as it was given, without blanks around it
+  int32_t status = 0;      ///< 0 after success, else -1; -1 from `GetLine` is also the end of the lines
+  std::string fileName{};  ///< path as it was given, without blanks around it
   std::vector<std::string> lines{};
 
   [[nodiscard]] int32_t LineCount() const { return static_cast<int32_t>(lines.size()); }

@@ -27,7 +27,8 @@ void putLabelled(TextFile& log, std::string_view label, const std::optional<std:
 
 }  // namespace
 
-void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName, const LogIdentity& identity) {
+void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName,
+                  const LogIdentity& identity) {
   constexpr std::string_view tag = "startLogFile in Utilities module";
   const std::string name(stripped(logName));
   unit = freeUnit();
@@ -82,6 +83,13 @@ int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::strin
   TextFile& copy = *units().text(copyUnit);
   log.rewind();
   copyLines(log, copy);
+  if (log.fault() != kIoOk) {
+    units().close(copyUnit);
+    return reportError({.routine = "CopyLogFile",
+                        .code = kReadError,
+                        .file = log.name(),
+                        .message1 = describe(log.fault())});
+  }
   if (otherLog) {
     copy.writeLine(std::string(73, '='));
     copy.writeLine("  Original marlbek log file");
@@ -94,7 +102,8 @@ int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::strin
   }
   const IoCode closed = units().close(copyUnit);
   if (closed != kIoOk)
-    return reportError({.routine = "CopyLogFile", .code = kWriteError, .file = name, .message1 = describe(closed)});
+    return reportError(
+        {.routine = "CopyLogFile", .code = kWriteError, .file = name, .message1 = describe(closed)});
   putMessage("Created log file " + name);
   return kSuccess;
 }

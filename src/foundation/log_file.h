@@ -19,10 +19,12 @@ struct LogIdentity {
 /// Opens the log `logName`, writes its head with a copy of the file `inputName`, and sends all later
 /// messages to it and to the console. `unit` is its unit, or 0 after a reported failure, with which
 /// a run goes on writing to the console alone.
-void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName, const LogIdentity& identity);
+void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName,
+                  const LogIdentity& identity);
 
 /// Copies the log so far to `newName`; writing goes on behind it. With `otherLog` that file's lines
 /// follow. 0, or -1 with a report and no copy.
-int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog = std::nullopt);
+int CopyLogFile(int32_t unit, std::string_view newName,
+                std::optional<std::string_view> otherLog = std::nullopt);
 
 }  // namespace terrain

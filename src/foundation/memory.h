@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace terrain {
@@ -41,11 +42,25 @@ template <class T>
   return true;
 }
 
+/// A copy of `from` in `to`. False, with `to` empty, if there is no memory.
+template <class T>
+[[nodiscard]] bool tryCopy(std::vector<T>& to, std::span<const T> from) {
+  to.clear();
+  if (!memoryFor(from.size() * sizeof(T))) return false;
+  try {
+    to.assign(from.begin(), from.end());
+  } catch (const std::exception&) {  // bad_alloc, length_error
+    return false;
+  }
+  return true;
+}
+
 /// An array of `count` elements whose values are not set, or null if there is no memory.
 template <class T>
 [[nodiscard]] std::unique_ptr<T[]> tryArray(std::size_t count) {
   const auto bytes = byteCount(count, sizeof(T));
-  if (!bytes || *bytes > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) || !memoryFor(*bytes))
+  if (!bytes || *bytes > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) ||
+      !memoryFor(*bytes))
     return nullptr;
   return std::unique_ptr<T[]>(new (std::nothrow) T[count]);
 }

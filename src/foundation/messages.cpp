@@ -146,8 +146,14 @@ int reportError(const Report& report) {
   return reportError(list, report);
 }
 
+int cannotAllocate(std::string_view routine, std::string_view object) {
+  return reportError({.routine = routine, .code = kCannotAllocate, .text = object});
+}
+
 std::string errorText(const ErrorList& list, std::size_t length, std::string_view system) {
-  const std::string_view lineEnd = equalPadded(system, "UNIX") ? "\n" : equalPadded(system, "MAC") ? "\r" : "\r\n";
+  const std::string_view lineEnd = equalPadded(system, "UNIX")  ? "\n"
+                                   : equalPadded(system, "MAC") ? "\r"
+                                                                : "\r\n";
   std::string joined;
   for (const std::string& line : list.lines()) {
     if (joined.size() + 3 >= length) break;

@@ -16,9 +16,9 @@ namespace terrain {
 
 /// The writer's state; empty until the first message, bound to the log by `startLogFile`.
 struct MessageWriter {
-  int32_t messageUnit = 0;      ///< the log's unit, 0 when there is none
-  bool echoToConsole = false;   ///< messages go to the console too
-  bool showWarnings = false;    ///< warnings are written; off, and nothing in the system turns it on
+  int32_t messageUnit = 0;     ///< the log's unit, 0 when there is none
+  bool echoToConsole = false;  ///< messages go to the console too
+  bool showWarnings = false;   ///< warnings are written; off, and nothing in the system turns it on
 };
 MessageWriter& messages();
 
@@ -75,14 +75,14 @@ struct Report {
   std::optional<std::string_view> message1{};
   std::optional<std::string_view> message2{};
   std::optional<std::string_view> message3{};
-  std::optional<int32_t> line{};              ///< "LINE: " and the number
-  std::optional<std::string_view> text{};     ///< with code 200 the name of the array
-  bool warning = false;                       ///< with `routine`: dropped, list and all, unless warnings are shown
-  std::optional<bool> print{};                ///< false keeps the lines for a later report
-  std::optional<bool> discard{};              ///< with `print` absent: true empties the list, false keeps it
-  bool fatal = false;                         ///< ends the run after the report
-  bool stop = false;                          ///< the same
-  std::optional<int32_t> unit{};              ///< a further unit to flush; takes "RETURN CODE = -1" at a stop
+  std::optional<int32_t> line{};           ///< "LINE: " and the number
+  std::optional<std::string_view> text{};  ///< with code 200 the name of the array
+  bool warning = false;           ///< with `routine`: dropped, list and all, unless warnings are shown
+  std::optional<bool> print{};    ///< false keeps the lines for a later report
+  std::optional<bool> discard{};  ///< with `print` absent: true empties the list, false keeps it
+  bool fatal = false;             ///< ends the run after the report
+  bool stop = false;              ///< the same
+  std::optional<int32_t> unit{};  ///< a further unit to flush; takes "RETURN CODE = -1" at a stop
 };
 
 /// Adds the report to `list` and, unless told otherwise, prints and empties the list. Gives -1, so
@@ -92,9 +92,13 @@ int reportError(ErrorList& list, const Report& report);
 /// A report of its own, printed at once.
 int reportError(const Report& report);
 
+/// A report that there was no memory for `object`.
+int cannotAllocate(std::string_view routine, std::string_view object);
+
 /// The lines of the list joined into a text of fewer than `length` characters, with the line ends
 /// of `system`: "UNIX" LF, "MAC" CR, any other CR LF. The list stays as it is.
-[[nodiscard]] std::string errorText(const ErrorList& list, std::size_t length, std::string_view system = "PC  ");
+[[nodiscard]] std::string errorText(const ErrorList& list, std::size_t length,
+                                    std::string_view system = "PC  ");
 
 /// Writes "PROGRAM ABORTED" and ends the process with exit status 1. Nothing is cleaned up:
 /// scratch files and the log stay on the disk.

@@ -45,10 +45,12 @@ bool sameR8(double a, double b, double tolerance, std::optional<double> absolute
 }
 
 bool isR8(double a, std::string_view test, double b) {
-  return compare(a, test, b, [](double x, double y) { return sameR8(x, y); }, "FUNCTION isR8 in MODULE Utiliti");
+  return compare(
+      a, test, b, [](double x, double y) { return sameR8(x, y); }, "FUNCTION isR8 in MODULE Utiliti");
 }
 bool isR4(float a, std::string_view test, float b) {
-  return compare(a, test, b, [](float x, float y) { return sameR4(x, y); }, "FUNCTION isR4 in MODULE Utiliti");
+  return compare(
+      a, test, b, [](float x, float y) { return sameR4(x, y); }, "FUNCTION isR4 in MODULE Utiliti");
 }
 bool isI8(int64_t a, std::string_view test, int64_t b) {
   return compare(a, test, b, std::equal_to<>{}, "FUNCTION isI8 in MODULE Utiliti");

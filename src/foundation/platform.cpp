@@ -25,15 +25,21 @@ namespace {
 
 IoCode codeOf(int error) {
   switch (error) {
-    case 0: return kIoOk;
+    case 0:
+      return kIoOk;
     case EACCES:
     case EPERM:
-    case EROFS: return kIoAccessDenied;
+    case EROFS:
+      return kIoAccessDenied;
     case ENOENT:
-    case ENOTDIR: return kIoNotFound;
-    case EISDIR: return kIoNotAFile;
-    case EEXIST: return kIoAlreadyThere;
-    default: return kIoHost + error;
+    case ENOTDIR:
+      return kIoNotFound;
+    case EISDIR:
+      return kIoNotAFile;
+    case EEXIST:
+      return kIoAlreadyThere;
+    default:
+      return kIoHost + error;
   }
 }
 
@@ -41,13 +47,20 @@ IoCode codeOf(int error) {
 
 std::string describe(IoCode code) {
   switch (code) {
-    case kIoOk: return "no error";
-    case kIoAccessDenied: return "access denied";
-    case kIoNotFound: return "no such file or directory";
-    case kIoPastEnd: return "the file ends too early";
-    case kIoNotAFile: return "not a regular file";
-    case kIoAlreadyThere: return "the file exists already";
-    default: return std::strerror(code - kIoHost);
+    case kIoOk:
+      return "no error";
+    case kIoAccessDenied:
+      return "access denied";
+    case kIoNotFound:
+      return "no such file or directory";
+    case kIoPastEnd:
+      return "the file ends too early";
+    case kIoNotAFile:
+      return "not a regular file";
+    case kIoAlreadyThere:
+      return "the file exists already";
+    default:
+      return std::strerror(code - kIoHost);
   }
 }
 
@@ -73,14 +86,22 @@ IoCode File::open(std::string_view name, Open how) {
   int flags = O_CLOEXEC;
   switch (how) {
     // O_NONBLOCK: a pipe without a writer must not hold the run; it is refused below.
-    case Open::read: flags |= O_RDONLY | O_NONBLOCK; break;
-    case Open::update: flags |= O_RDWR; break;
-    case Open::replace: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Open::read:
+      flags |= O_RDONLY | O_NONBLOCK;
+      break;
+    case Open::update:
+      flags |= O_RDWR;
+      break;
+    case Open::replace:
+      flags |= O_RDWR | O_CREAT | O_TRUNC;
+      break;
     case Open::anew:
       ::unlink(path.c_str());
       flags |= O_RDWR | O_CREAT | O_TRUNC;
       break;
-    case Open::create: flags |= O_RDWR | O_CREAT | O_EXCL; break;
+    case Open::create:
+      flags |= O_RDWR | O_CREAT | O_EXCL;
+      break;
   }
   descriptor_ = ::open(path.c_str(), flags, 0666);
   if (descriptor_ < 0) return codeOf(errno);
@@ -186,7 +207,8 @@ bool sameFile(std::string_view a, std::string_view b) {
 
 std::uint64_t freeSpace(std::string_view directory) {
   struct statvfs about {};
-  if (::statvfs(directoryPath(directory).c_str(), &about) != 0) return std::numeric_limits<std::uint64_t>::max();
+  if (::statvfs(directoryPath(directory).c_str(), &about) != 0)
+    return std::numeric_limits<std::uint64_t>::max();
   return static_cast<std::uint64_t>(about.f_bavail) * about.f_frsize;
 }
 
@@ -222,8 +244,10 @@ std::uint64_t availableMemory() {
   std::uint64_t limit = 0;
   std::uint64_t used = 0;
   std::uint64_t droppable = 0;
-  if (numberIn("/sys/fs/cgroup/memory.max", "", limit) && numberIn("/sys/fs/cgroup/memory.current", "", used)) {
-    if (numberIn("/sys/fs/cgroup/memory.stat", "\ninactive_file", droppable)) used -= std::min(used, droppable);
+  if (numberIn("/sys/fs/cgroup/memory.max", "", limit) &&
+      numberIn("/sys/fs/cgroup/memory.current", "", used)) {
+    if (numberIn("/sys/fs/cgroup/memory.stat", "\ninactive_file", droppable))
+      used -= std::min(used, droppable);
     available = std::min(available, limit > used ? limit - used : 0);
   }
   return available;
@@ -239,7 +263,8 @@ namespace {
 DateTime hostNow() {
   const auto now = std::chrono::system_clock::now();
   const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-  const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+  const auto sinceEpoch =
+      std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
   std::tm local{};
   ::localtime_r(&seconds, &local);
   return {.year = local.tm_year + 1900,

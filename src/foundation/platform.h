@@ -31,11 +31,11 @@ namespace platform {
 std::string hostPath(std::string_view name);
 
 enum class Open {
-  read,      ///< an existing file, to read
-  update,    ///< an existing file, to read and write
-  replace,   ///< a new file, or an existing one emptied, to read and write
-  anew,      ///< a new file under the name; an existing one loses its name first
-  create,    ///< a new file that must not exist yet
+  read,     ///< an existing file, to read
+  update,   ///< an existing file, to read and write
+  replace,  ///< a new file, or an existing one emptied, to read and write
+  anew,     ///< a new file under the name; an existing one loses its name first
+  create,   ///< a new file that must not exist yet
 };
 
 /// An open file. Offsets and sizes are 64-bit; nothing is buffered here.

@@ -10,8 +10,9 @@ namespace terrain {
 
 namespace {
 
-constexpr std::array<std::string_view, 12> kMonths{"January", "February", "March",     "April",   "May",      "June",
-                                                   "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 12> kMonths{"January",   "February", "March",    "April",
+                                                   "May",       "June",     "July",     "August",
+                                                   "September", "October",  "November", "December"};
 
 std::string_view monthName(int32_t month) { return kMonths[static_cast<std::size_t>((month + 11) % 12)]; }
 
@@ -34,11 +35,14 @@ std::string timeWithSeconds(const platform::DateTime& t) {
          rightJustified(freeText(t.millisecond), 3) + std::string(halfOfDay(t.hour));
 }
 
-std::string atTime(const platform::DateTime& date, const std::string& time) { return dateText(date) + " at " + time; }
+std::string atTime(const platform::DateTime& date, const std::string& time) {
+  return dateText(date) + " at " + time;
+}
 
 std::string stampOf(const platform::DateTime& t) {
-  return std::string(monthName(t.month).substr(0, 3)) + '_' + freeText(t.day) + '_' + twoDigits(t.year % 100) + '_' +
-         freeText(t.hour) + '_' + twoDigits(t.minute) + '_' + freeText(t.second);
+  return std::string(monthName(t.month).substr(0, 3)) + '_' + freeText(t.day) + '_' +
+         twoDigits(t.year % 100) + '_' + freeText(t.hour) + '_' + twoDigits(t.minute) + '_' +
+         freeText(t.second);
 }
 
 }  // namespace
@@ -58,8 +62,10 @@ void RunClock(const ClockArgs& args) {
   const bool stopAsked = args.stop.value_or(false);
   const bool neither = !args.start && !args.stop;
   bool done = state.clockRunning;
-  if (stopAsked && !args.start) done = true;
-  else if (startAsked || neither) done = false;
+  if (stopAsked && !args.start)
+    done = true;
+  else if (startAsked || neither)
+    done = false;
 
   platform::DateTime now = platform::clock().now();
   std::string text;

@@ -27,7 +27,8 @@ IoCode testDirectory(std::string_view path) {
       space.scratchReady = true;
       return code;
     }
-    const std::string_view cause = code == kIoAccessDenied ? "Access denied to ScratchPath " : "ScratchPath not found: ";
+    const std::string_view cause =
+        code == kIoAccessDenied ? "Access denied to ScratchPath " : "ScratchPath not found: ";
     reportError({.routine = kTag, .message1 = std::string(cause) + space.scratchRoot});
     return code;
   }

@@ -15,17 +15,17 @@ namespace terrain {
 
 /// The scratch directory; the one state of this room.
 struct ScratchSpace {
-  std::string scratchRoot{};   ///< directory with its separator; names are appended to it as they are
-  bool scratchReady = false;   ///< a test of the directory has passed
+  std::string scratchRoot{};  ///< directory with its separator; names are appended to it as they are
+  bool scratchReady = false;  ///< a test of the directory has passed
 };
 ScratchSpace& scratchSpace();
 
 /// What `OpenBinaryScratchFile` is asked for. With `scratchPath` it tests and settles the directory;
 /// with `unit` it opens a new direct-access file, with only `fileName` it finds the next free name.
 struct ScratchRequest {
-  int32_t* unit = nullptr;            ///< out: the open unit, -1 on failure
-  std::string* fileName = nullptr;    ///< out: the file's name
-  std::size_t recordLength = 1;       ///< bytes
+  int32_t* unit = nullptr;          ///< out: the open unit, -1 on failure
+  std::string* fileName = nullptr;  ///< out: the file's name
+  std::size_t recordLength = 1;     ///< bytes
   std::optional<std::string_view> scratchPath{};
 };
 

@@ -252,12 +252,14 @@ IoCode UnitTable::openText(int32_t unit, std::string_view name, platform::Open h
   return code;
 }
 
-IoCode UnitTable::openRecords(int32_t unit, std::string_view name, platform::Open how, std::size_t recordLength) {
+IoCode UnitTable::openRecords(int32_t unit, std::string_view name, platform::Open how,
+                              std::size_t recordLength) {
   Entry* entry = vacate(unit);
   if (entry == nullptr) return kIoNotAFile;
   platform::File file;
   const IoCode code = file.open(name, how);
-  if (code == kIoOk) entry->records = std::make_unique<RecordFile>(std::move(file), std::string(name), recordLength);
+  if (code == kIoOk)
+    entry->records = std::make_unique<RecordFile>(std::move(file), std::string(name), recordLength);
   return code;
 }
 

@@ -134,7 +134,8 @@ class UnitTable {
   [[nodiscard]] int32_t freeUnit() const;
   [[nodiscard]] IoCode openText(int32_t unit, std::string_view name, platform::Open how);
   /// Record length in bytes, above 0.
-  [[nodiscard]] IoCode openRecords(int32_t unit, std::string_view name, platform::Open how, std::size_t recordLength);
+  [[nodiscard]] IoCode openRecords(int32_t unit, std::string_view name, platform::Open how,
+                                   std::size_t recordLength);
   [[nodiscard]] bool isOpen(int32_t unit) const {
     const Entry* entry = find(unit);
     return entry != nullptr && (entry->text || entry->records);

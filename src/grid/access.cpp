@@ -35,7 +35,8 @@ template <Cell T>
 void extractRow(GridOf<T>& grid, std::span<T> array, int32_t row, std::string_view tag) {
   const auto width = static_cast<std::size_t>(grid.cols());
   if (row < 1 || row > grid.rows() || array.size() < width) {
-    std::ranges::fill(array, truncateOrKeep<T>(kNodata));
+    // -9999 whatever the grid's nodata is; an int8, which cannot hold it, takes its own 0.
+    std::ranges::fill(array, std::same_as<T, std::int8_t> ? T{0} : truncateOrKeep<T>(kNodata));
     return;
   }
   if (grid.readRow(row, array.first(width)) != kIoOk)
@@ -44,8 +45,8 @@ void extractRow(GridOf<T>& grid, std::span<T> array, int32_t row, std::string_vi
 
 struct SetRowTexts {
   std::string_view routine{};
-  std::string_view outside{};      // blank: silent
-  std::string_view modeFailed{};   // blank: silent
+  std::string_view outside{};     // blank: silent
+  std::string_view modeFailed{};  // blank: silent
 };
 
 template <Cell T>
@@ -56,7 +57,8 @@ int setRow(GridOf<T>& grid, int32_t row, std::span<const T> array, const SetRowT
     return kFailure;
   }
   if (array.size() != static_cast<std::size_t>(grid.cols()))
-    return reportError({.routine = texts.routine, .message1 = "Input row does not match grid number of columns"});
+    return reportError(
+        {.routine = texts.routine, .message1 = "Input row does not match grid number of columns"});
   if (grid.onDisk && !grid.rowAccess && grid.SetRowAccess() != kSuccess) {
     if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
     return kFailure;
@@ -73,7 +75,7 @@ std::size_t windowCells(const Window& window) {
          static_cast<std::size_t>(int64_t{window.row2} - window.row1 + 1);
 }
 
-/// Cells outside the grid give nodata in both places of storage.
+/// Cells outside the grid give nodata, and so do NaNs, in both places of storage.
 template <Cell T>
 void extractWindow(GridOf<T>& grid, std::span<T> array, const Window& window, std::string_view tag) {
   if (array.size() < windowCells(window)) {
@@ -86,14 +88,18 @@ void extractWindow(GridOf<T>& grid, std::span<T> array, const Window& window, st
 }
 
 template <Cell T>
-void extractNeighbours(GridOf<T>& grid, std::array<T, 9>& array, int32_t col, int32_t row, std::string_view tag) {
+void extractNeighbours(GridOf<T>& grid, std::array<T, 9>& array, int32_t col, int32_t row,
+                       std::string_view tag) {
   extractWindow<T>(grid, array, {.col1 = col - 1, .col2 = col + 1, .row1 = row - 1, .row2 = row + 1}, tag);
 }
 
-/// cell = combine(cell, element) over a window; `setCellTexts` says what a cell outside the grid gives.
+struct TakeElement {};
+
+/// cell = combine(cell, element) over a window, or, with `takeElement`, cell = element without a look at it;
+/// `setCellTexts` says what a cell outside the grid gives.
 template <Cell T, class Combine>
 int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, std::string_view tag,
-              const AccessTexts& setCellTexts, Combine combine) {
+              std::string_view readTag, const AccessTexts& setCellTexts, Combine combine) {
   Attempt attempt{grid.status};
   if (array.size() < windowCells(window))
     return reportError({.routine = tag, .message1 = "Input array does not match window"});
@@ -101,14 +107,17 @@ int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, s
     return reportError({.routine = tag, .message1 = "setCellAccess failed"});
   // One report for all the cells of the window that lie outside.
   bool outside = false;
-  std::size_t next = 0;
+  std::size_t at = 0;
   for (int32_t row = window.row1; row <= window.row2; ++row) {
     for (int32_t col = window.col1; col <= window.col2; ++col) {
-      const T element = array[next++];
+      const T element = array[at++];
       if (!grid.contains(col, row)) {
         outside = true;
-      } else if (grid.setCell(col, row, combine(grid.value(col, row, tag), element), setCellTexts) != kSuccess) {
-        return kFailure;
+      } else {
+        T next = element;
+        if constexpr (!std::same_as<Combine, TakeElement>)
+          next = combine(grid.value(col, row, readTag), element);
+        if (grid.setCell(col, row, next, setCellTexts) != kSuccess) return kFailure;
       }
     }
   }
@@ -119,8 +128,6 @@ int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, s
   }
   return attempt.succeed();
 }
-
-constexpr auto takeElement = [](auto, auto element) { return element; };
 
 // ---- points ----
 
@@ -137,11 +144,13 @@ template <Cell T>
 T valueXY(GridOf<T>& grid, double x, double y, const PointOptions& options, std::string_view tag) {
   const T nodata = grid.nodataValue();
   // Written so that a NaN coordinate is outside.
-  const bool inside = x >= grid.xmin && x <= grid.xmax + grid.xcellsize && y >= grid.ymin &&
-                      y <= grid.ymax + grid.ycellsize;
+  const bool inside =
+      x >= grid.xmin && x <= grid.xmax + grid.xcellsize && y >= grid.ymin && y <= grid.ymax + grid.ycellsize;
   if (!inside || (options.interpolate.value_or(false) && options.noInterpolate)) return nodata;
   const bool interpolate = options.interpolate.value_or(true) && !options.noInterpolate && !options.nearest;
-  const auto [col, row] = coveredCell(grid, options.nearest ? grid.NearestColRow(x, y) : grid.XYtoColRow(x, y));
+  const ColRow cell = coveredCell(grid, options.nearest ? grid.NearestColRow(x, y) : grid.XYtoColRow(x, y));
+  const int32_t col = cell.col;
+  const int32_t row = cell.row;
   // A cell taken as it is loses its sign too, unless it is nodata.
   const auto itself = [&] {
     const T held = grid.value(col, row, tag);
@@ -197,8 +206,10 @@ int setCellXY(GridOf<T>& grid, double x, double y, T newValue, const AccessTexts
 /// The sum or product of two integers, wrapping at the ends of their range.
 template <Cell T>
 T wrappedSum(T a, T b) {
-  if constexpr (std::is_floating_point_v<T>) return a + b;
-  else return static_cast<T>(static_cast<std::make_unsigned_t<T>>(a) + static_cast<std::make_unsigned_t<T>>(b));
+  if constexpr (std::is_floating_point_v<T>)
+    return a + b;
+  else
+    return static_cast<T>(static_cast<std::make_unsigned_t<T>>(a) + static_cast<std::make_unsigned_t<T>>(b));
 }
 
 template <Cell T>
@@ -228,6 +239,7 @@ AccessTexts changing(std::string_view routine) { return {.routine = routine, .mo
 
 }  // namespace
 
+// clang-format off
 // ---- faces: float32 ----
 
 float R4Grid_type::ExtractR4ValueXY(double x, double y, const PointOptions& options) { return valueXY(*this, x, y, options, kReadR4); }
@@ -243,7 +255,7 @@ void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) { extractRow
 int R4Grid_type::SetR4row(int32_t row, std::span<const float> array) { return setRow(*this, row, array, {.routine = "SetR4row in Grid_Module"}); }
 void R4Grid_type::ExtractR4Window(std::span<float> array, const Window& window) { extractWindow(*this, array, window, kReadR4); }
 void R4Grid_type::ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadR4); }
-int R4Grid_type::setWindowR4(const Window& window, std::span<const float> array) { return setWindow(*this, window, array, "setWindowR4 in Grid_Module ", kSetR4, takeElement); }
+int R4Grid_type::setWindowR4(const Window& window, std::span<const float> array) { return setWindow(*this, window, array, "setWindowR4 in Grid_Module ", kReadR4, kSetR4, TakeElement{}); }
 
 // ---- faces: float64 ----
 
@@ -254,8 +266,8 @@ int R8Grid_type::multiplyCellR8(int32_t col, int32_t row, double factor) { retur
 void R8Grid_type::ExtractR8row(std::span<double> array, int32_t row) { extractRow(*this, array, row, "ExtractR8row in Grid_Module"); }
 int R8Grid_type::SetR8Row(int32_t row, std::span<const double> array) { return setRow(*this, row, array, {.routine = "SetR8Row in Grid_Module", .outside = "Input row outside of grid range", .modeFailed = kRowModeFailed}); }
 void R8Grid_type::ExtractR8Window(std::span<double> array, const Window& window) { extractWindow(*this, array, window, kReadR8); }
-int R8Grid_type::setWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kSetR8, takeElement); }
-int R8Grid_type::multiplyWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kSetR8, [](double cell, double element) { return cell * element; }); }
+int R8Grid_type::setWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, TakeElement{}); }
+int R8Grid_type::multiplyWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, [](double cell, double element) { return cell * element; }); }
 
 // ---- faces: int32 ----
 
@@ -268,8 +280,8 @@ void I4Grid_type::ExtractI4row(std::span<int32_t> array, int32_t row) { extractR
 int I4Grid_type::SetI4row(int32_t row, std::span<const int32_t> array) { return setRow(*this, row, array, {.routine = "SetI4row in Grid_Module", .modeFailed = kRowModeFailed}); }
 void I4Grid_type::ExtractI4Window(std::span<int32_t> array, const Window& window) { extractWindow(*this, array, window, kReadI4); }
 void I4Grid_type::ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadI4); }
-int I4Grid_type::setWindowI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowI4 in Grid_Module ", kSetI4, takeElement); }
-int I4Grid_type::setWindowMaxI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowMaxI4 in Grid_Module ", kSetI4, [](int32_t cell, int32_t element) { return std::max(cell, element); }); }
+int I4Grid_type::setWindowI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowI4 in Grid_Module ", kReadI4, kSetI4, TakeElement{}); }
+int I4Grid_type::setWindowMaxI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowMaxI4 in Grid_Module ", kReadI4, kSetI4, [](int32_t cell, int32_t element) { return std::max(cell, element); }); }
 
 // ---- faces: int64 ----
 
@@ -283,13 +295,22 @@ int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
     reportError({.routine = tag, .message1 = "Cell outside grid extent"});
     return status = kFailure;
   }
+  // Unlike a value reader this operation can tell its caller of a cell that cannot be read.
+  if (onDisk) {
+    if (SetCellAccess() != kSuccess) return status = reportError({.routine = tag, .message1 = kCellModeFailed});
+    int64_t held = 0;
+    RecordFile* file = terrain::units().records(scratchUnit);
+    const IoCode code = file == nullptr ? kIoNotFound : file->read((int64_t{row} - 1) * cols() + col, std::as_writable_bytes(std::span(&held, 1)));
+    if (code != kIoOk)
+      return status = reportError({.routine = tag, .message1 = "Error reading from scratch file", .message2 = "  File: " + scratchFile, .message3 = "  Error: " + freeText(code)});
+  }
   return changeCell(col, row, changing(tag), kReadI8, negativeOf<int64_t>);
 }
 void I8Grid_type::ExtractI8row(std::span<int64_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI8row in Grid_Module"); }
 int I8Grid_type::SetI8row(int32_t row, std::span<const int64_t> array) { return setRow(*this, row, array, {.routine = "SetI8row in Grid_Module"}); }
 void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) { extractWindow(*this, array, window, kReadI8); }
 void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadI8); }
-int I8Grid_type::setWindowI8(const Window& window, std::span<const int64_t> array) { return setWindow(*this, window, array, "setWindowI8 in Grid_Module ", kSetI8, takeElement); }
+int I8Grid_type::setWindowI8(const Window& window, std::span<const int64_t> array) { return setWindow(*this, window, array, "setWindowI8 in Grid_Module ", kReadI8, kSetI8, TakeElement{}); }
 
 // ---- faces: int16 and int8 ----
 
@@ -300,6 +321,8 @@ int I1Grid_type::SetI1Cell(int32_t col, int32_t row, int8_t newValue) { return s
 int I1Grid_type::AddColRowI1(int32_t col, int32_t row, int8_t amount) { return changeCell(col, row, changing("AddColRowI1 in Grid_Module"), kReadI1, [=](int8_t v) { return wrappedSum(v, amount); }); }
 void I1Grid_type::ExtractI1Row(std::span<int8_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI1Row in Grid_Module"); }
 int I1Grid_type::SetI1Row(int32_t row, std::span<const int8_t> array) { return setRow(*this, row, array, {.routine = "SetI1Row in Grid_Module", .modeFailed = kRowModeFailed}); }
-int I1Grid_type::setWindowI1(const Window& window, std::span<const int8_t> array) { return setWindow(*this, window, array, "setWindowI1 in Grid_Module ", kSetI1, takeElement); }
+int I1Grid_type::setWindowI1(const Window& window, std::span<const int8_t> array) { return setWindow(*this, window, array, "setWindowI1 in Grid_Module ", kReadI1, kSetI1, TakeElement{}); }
+
+// clang-format on
 
 }  // namespace terrain

@@ -18,8 +18,9 @@ namespace terrain {
 
 template <class T>
 concept Cell = std::same_as<T, float> || std::same_as<T, double> || std::same_as<T, std::int8_t> ||
-               std::same_as<T, std::int16_t> || std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t>;
+    std::same_as<T, std::int16_t> || std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t>;
 
+// clang-format off
 /// What the system says and knows of a cell type; the one table of the family.
 template <Cell T>
 struct CellTraits;
@@ -53,12 +54,15 @@ struct CellTraits<std::int8_t> {
   static constexpr CellType type = CellType::I1;
   static constexpr std::string_view gridWord = "I1Grid", rowObject = "I1Row", rowAccessLine = "  I1Grid_type, rowAccess";
 };
+// clang-format on
 
 /// A float32 as the cell type holds it: kept in the float types, truncated in the integer types.
 template <Cell T>
 [[nodiscard]] constexpr T truncateOrKeep(float value) {
-  if constexpr (std::floating_point<T>) return static_cast<T>(value);
-  else return truncateTo<T>(value);
+  if constexpr (std::floating_point<T>)
+    return static_cast<T>(value);
+  else
+    return truncateTo<T>(value);
 }
 
 template <Cell T>
@@ -69,7 +73,8 @@ class CellArray {
   [[nodiscard]] bool allocate(int32_t cols, int32_t rows, int32_t pad = 0) {
     release();
     const auto width = byteCount(1, static_cast<std::uint64_t>(cols) + 2 * static_cast<std::uint64_t>(pad));
-    const auto count = byteCount(*width, static_cast<std::uint64_t>(rows) + 2 * static_cast<std::uint64_t>(pad));
+    const auto count =
+        byteCount(*width, static_cast<std::uint64_t>(rows) + 2 * static_cast<std::uint64_t>(pad));
     if (!count) return false;
     values_ = tryArray<T>(*count);
     if (values_ == nullptr) return false;
@@ -86,6 +91,7 @@ class CellArray {
   }
 
   [[nodiscard]] bool present() const { return values_ != nullptr; }
+  [[nodiscard]] bool hasSize(int32_t cols, int32_t rows) const { return cols_ == cols && rows_ == rows; }
   [[nodiscard]] int32_t pad() const { return pad_; }
   /// Cells from one row to the next.
   [[nodiscard]] std::ptrdiff_t stride() const { return stride_; }
@@ -97,7 +103,8 @@ class CellArray {
   [[nodiscard]] std::span<T> row(int32_t row) { return {&at(1, row), static_cast<std::size_t>(cols_)}; }
   /// All cells, margin included, in their order.
   [[nodiscard]] std::span<T> all() {
-    return {values_.get(), static_cast<std::size_t>(stride_) * (static_cast<std::size_t>(rows_) + 2 * static_cast<std::size_t>(pad_))};
+    return {values_.get(), static_cast<std::size_t>(stride_) *
+                               (static_cast<std::size_t>(rows_) + 2 * static_cast<std::size_t>(pad_))};
   }
   /// The cells of a row with its margin.
   [[nodiscard]] std::span<T> paddedRow(int32_t row) {
@@ -106,7 +113,8 @@ class CellArray {
 
  private:
   [[nodiscard]] std::size_t index(int32_t col, int32_t row) const {
-    return static_cast<std::size_t>((std::ptrdiff_t{row} - 1 + pad_) * stride_ + (std::ptrdiff_t{col} - 1 + pad_));
+    return static_cast<std::size_t>((std::ptrdiff_t{row} - 1 + pad_) * stride_ +
+                                    (std::ptrdiff_t{col} - 1 + pad_));
   }
 
   std::unique_ptr<T[]> values_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <optional>
 
 #include "foundation/files.h"
@@ -13,7 +14,8 @@
 
 namespace terrain {
 
-static_assert(std::endian::native == std::endian::little, "raster files are written in the machine's byte order");
+static_assert(std::endian::native == std::endian::little,
+              "raster files are written in the machine's byte order");
 
 namespace {
 
@@ -25,7 +27,8 @@ constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
 /// Gives the number of rows, 0 if there is no memory at all.
 template <class T>
 std::size_t allocateBlock(std::vector<T>& block, std::size_t rowLength, int32_t rows) {
-  const std::size_t inBlock = std::clamp<std::size_t>(kBlockBytes / (rowLength * sizeof(T)), 1, static_cast<std::size_t>(rows));
+  const std::size_t inBlock =
+      std::clamp<std::size_t>(kBlockBytes / (rowLength * sizeof(T)), 1, static_cast<std::size_t>(rows));
   if (tryAllocate(block, inBlock * rowLength)) return inBlock;
   return tryAllocate(block, rowLength) ? 1 : 0;
 }
@@ -51,18 +54,23 @@ std::string withoutEnding(std::string_view name, std::string_view lower, std::st
 }
 
 int findFile(const Grid_Header& grid, Source& source) {
-  const auto there = [&](std::string_view extension) { return platform::fileExists(source.stem + std::string(extension)); };
+  const auto there = [&](std::string_view extension) {
+    return platform::fileExists(source.stem + std::string(extension));
+  };
   switch (grid.cellType()) {
     case CellType::R4:
     case CellType::R8:
       source.stem = withoutEnding(source.name, ".flt", ".FLT");
       if (there(".flt") && there(".hdr")) source.extension = ".flt";
       break;
-    case CellType::none: return failed("Unknown grid type");
+    case CellType::none:
+      return failed("Unknown grid type");
     default:
       source.stem = withoutEnding(source.name, ".int", ".INT");
-      if (there(".int")) source.extension = ".int";
-      else if (there(".flt")) source.extension = ".flt";
+      if (there(".int"))
+        source.extension = ".int";
+      else if (there(".flt"))
+        source.extension = ".flt";
   }
   return source.extension.empty() ? failed("Cannot find raster file " + source.name) : kSuccess;
 }
@@ -96,10 +104,14 @@ std::optional<CellType> typeOf(std::string_view code) {
 std::size_t bytesOfType(CellType type) {
   switch (type) {
     case CellType::R8:
-    case CellType::I8: return 8;
-    case CellType::I2: return 2;
-    case CellType::I1: return 1;
-    default: return 4;
+    case CellType::I8:
+      return 8;
+    case CellType::I2:
+      return 2;
+    case CellType::I1:
+      return 1;
+    default:
+      return 4;
   }
 }
 
@@ -111,24 +123,37 @@ int settleCellType(Source& source) {
   if (size < 1) return failed("Cannot find raster file " + source.name);
   if (header.bitDepth == 0) {
     const int64_t bytes = size / header.cols() / header.rows();
-    if (bytes != 4 && bytes != 8) return failed("Unknown bit depth");
+    if (bytes != 4 && bytes != 8)
+      return reportError({.routine = kTag,
+                          .file = source.stem + source.extension,
+                          .message1 = "Unknown bit depth",
+                          .message2 = bytes < 4 ? "The raster file is shorter than its header says"
+                                                : "The size of the raster file does not fit its header"});
     header.bitDepth = bytes == 4 ? 32 : 64;
   }
   if (header.fileType.blank()) {
     const bool real = source.extension == ".flt";
     switch (header.bitDepth) {
-      case 64: header.fileType = real ? "R8" : "I8"; break;
-      case 32: header.fileType = real ? "R4" : "I4"; break;
-      case 16: header.fileType = real ? "" : "I2"; break;
-      case 8: header.fileType = real ? "" : "I1"; break;
-      default: break;
+      case 64:
+        header.fileType = real ? "R8" : "I8";
+        break;
+      case 32:
+        header.fileType = real ? "R4" : "I4";
+        break;
+      case 16:
+        header.fileType = real ? "" : "I2";
+        break;
+      case 8:
+        header.fileType = real ? "" : "I1";
+        break;
+      default:
+        break;
     }
     if (header.fileType.blank()) return failed("Unknown file type");
   }
 
   const std::string code(header.fileType.trimmed());
-  source.recordLength =
-      header.bitDepth < 1 ? 4 * cols : static_cast<std::size_t>(header.bitDepth / 8) * cols;
+  source.recordLength = header.bitDepth < 1 ? 4 * cols : static_cast<std::size_t>(header.bitDepth / 8) * cols;
   if (code == "I" || code == "IN") {
     for (CellType type : {CellType::I8, CellType::I4, CellType::I2, CellType::I1})
       if (source.recordLength == bytesOfType(type) * cols) source.type = type;
@@ -136,17 +161,19 @@ int settleCellType(Source& source) {
   } else {
     const auto type = typeOf(code);
     if (!type) return failed("Unrecognized raster file type: " + code);
-    if (source.recordLength != bytesOfType(*type) * cols) return failed("grid header file type and bit depth do not match");
+    if (source.recordLength != bytesOfType(*type) * cols)
+      return failed("grid header file type and bit depth do not match");
     source.type = *type;
   }
 
   const auto needed = byteCount(source.recordLength, static_cast<std::uint64_t>(header.rows()));
   if (!needed || static_cast<std::uint64_t>(size) < *needed)
-    return reportError({.routine = kTag,
-                        .file = source.stem + source.extension,
-                        .message1 = "The raster file is shorter than its header says",
-                        .message2 = "  Bytes in the file: " + freeText(size),
-                        .message3 = "  Bytes needed: " + (needed ? std::to_string(*needed) : "beyond any file")});
+    return reportError(
+        {.routine = kTag,
+         .file = source.stem + source.extension,
+         .message1 = "The raster file is shorter than its header says",
+         .message2 = "  Bytes in the file: " + freeText(size),
+         .message3 = "  Bytes needed: " + (needed ? std::to_string(*needed) : "beyond any file")});
   return kSuccess;
 }
 
@@ -159,11 +186,10 @@ struct Placement {
   int32_t toCol = 1, toRow = 1;
 };
 
-/// Grid position of file position `at` when the grid's first is file position `first`; there is no 0.
-int32_t shifted(int32_t at, int32_t first) { return first >= 1 ? at - first + 1 : at - first; }
+/// A column or row number on a line without the gap at 0.
+int64_t onLine(int32_t at) { return at >= 1 ? int64_t{at} : int64_t{at} + 1; }
 
 int clipTo(Grid_Header& grid, Grid_Header file, const Grid_Header& clip, Placement& place) {
-  constexpr double tolerance = 1e-8;
   if (!clip.HeaderExists()) return failed("Clipgrid not assigned");
   if (clip.feetConverted && !file.feetConverted) FeetToMeters(file);
   grid.copyGeometry(file);
@@ -180,14 +206,20 @@ int clipTo(Grid_Header& grid, Grid_Header file, const Grid_Header& clip, Placeme
   grid.ymax = northWest.y;
   grid.xmax = southEast.x;
   grid.ymin = southEast.y;
-  const double cols = std::trunc((grid.xmax + tolerance - grid.xmin) / grid.xcellsize) + 1;
-  const double rows = std::trunc((grid.ymax + tolerance - grid.ymin) / grid.ycellsize) + 1;
-  place = {.col1 = std::max(c1, 1), .col2 = std::min(c2, file.cols()), .row1 = std::max(r1, 1), .row2 = std::min(r2, file.rows())};
+  // Counted by lattice numbers: the quotient of extent and cell size loses a cell to rounding far from 0.
+  const int64_t cols = onLine(c2) - onLine(c1) + 1;
+  const int64_t rows = onLine(r2) - onLine(r1) + 1;
+  place = {.col1 = std::max(c1, 1),
+           .col2 = std::min(c2, file.cols()),
+           .row1 = std::max(r1, 1),
+           .row2 = std::min(r2, file.rows())};
   if (place.col1 > place.col2 || place.row1 > place.row2) return failed("Clipgrid does not overlap");
-  grid.ncols = truncateTo<int32_t>(cols);
-  grid.nrows = truncateTo<int32_t>(rows);
-  place.toCol = shifted(place.col1, c1);
-  place.toRow = shifted(place.row1, r1);
+  constexpr int64_t most = std::numeric_limits<int32_t>::max();
+  if (cols > most || rows > most) return failed("Clipgrid has too many cells of the file's size");
+  grid.ncols = static_cast<int32_t>(cols);
+  grid.nrows = static_cast<int32_t>(rows);
+  place.toCol = static_cast<int32_t>(place.col1 - onLine(c1) + 1);
+  place.toRow = static_cast<int32_t>(place.row1 - onLine(r1) + 1);
   return kSuccess;
 }
 
@@ -195,9 +227,12 @@ int clipTo(Grid_Header& grid, Grid_Header file, const Grid_Header& clip, Placeme
 
 template <Cell To, Cell From>
 To converted(From value) {
-  if constexpr (std::is_floating_point_v<To>) return static_cast<To>(value);
-  else if constexpr (std::is_floating_point_v<From>) return truncateTo<To>(value);
-  else return static_cast<To>(value);  // an int64 that does not fit an int32 wraps
+  if constexpr (std::is_floating_point_v<To>)
+    return static_cast<To>(value);
+  else if constexpr (std::is_floating_point_v<From>)
+    return truncateTo<To>(value);
+  else
+    return static_cast<To>(value);  // an int64 that does not fit an int32 wraps
 }
 
 template <Cell To, Cell From>
@@ -217,17 +252,25 @@ void convertCells(const std::byte* from, std::span<To> to) {
 template <Cell To>
 using Converter = void (*)(const std::byte* from, std::span<To> to);
 
-/// The conversion of a file's cells to the grid's; null where the system has none.
+/// The conversion of a file's cells to the grid's: converted, not taken for another type, so a float64 or
+/// integer file that is read into floats keeps its values. Null where the system has none.
 template <Cell To>
 Converter<To> converterFor(CellType fileType) {
   switch (fileType) {
-    case CellType::R4: return convertCells<To, float>;
-    case CellType::R8: return convertCells<To, double>;
-    case CellType::I4: return convertCells<To, std::int32_t>;
-    case CellType::I8: return convertCells<To, std::int64_t>;
-    case CellType::I2: return convertCells<To, std::int16_t>;
-    case CellType::I1: return std::is_floating_point_v<To> ? convertCells<To, std::int8_t> : nullptr;
-    case CellType::none: break;
+    case CellType::R4:
+      return convertCells<To, float>;
+    case CellType::R8:
+      return convertCells<To, double>;
+    case CellType::I4:
+      return convertCells<To, std::int32_t>;
+    case CellType::I8:
+      return convertCells<To, std::int64_t>;
+    case CellType::I2:
+      return convertCells<To, std::int16_t>;
+    case CellType::I1:
+      return std::is_floating_point_v<To> ? convertCells<To, std::int8_t> : nullptr;
+    case CellType::none:
+      break;
   }
   return nullptr;
 }
@@ -252,7 +295,9 @@ struct RowObjects<std::int64_t> {
   static constexpr std::string_view in = "I8InRow", out = "I8OutRow";
 };
 
-int noMemory(std::string_view object) { return reportError({.routine = kTag, .code = kCannotAllocate, .text = object}); }
+int noMemory(std::string_view object) {
+  return reportError({.routine = kTag, .code = kCannotAllocate, .text = object});
+}
 
 template <Cell T>
 int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Converter<T> convert) {
@@ -263,8 +308,8 @@ int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Conv
 
   // A whole file of the grid's own type is its cells as they stand.
   if (!grid.onDisk && source.type == CellTraits<T>::type && grid.cols() == source.header.cols() &&
-      place.row1 == 1 && place.toRow == 1 && place.col1 == 1 && place.toCol == 1 && place.row2 == grid.rows() &&
-      place.col2 == grid.cols())
+      place.row1 == 1 && place.toRow == 1 && place.col1 == 1 && place.toCol == 1 &&
+      place.row2 == grid.rows() && place.col2 == grid.cols())
     return file.readAt(0, std::as_writable_bytes(grid.cells.all())) == kIoOk
                ? kSuccess
                : reportError({.routine = kTag, .code = kReadError, .file = fileName});
@@ -273,7 +318,8 @@ int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Conv
   const std::size_t blockRows = allocateBlock(block, source.recordLength, source.header.rows());
   if (blockRows == 0) return noMemory(RowObjects<T>::in);
   std::vector<T> rowOut;
-  if (grid.onDisk && !tryAllocate(rowOut, static_cast<std::size_t>(grid.cols()))) return noMemory(RowObjects<T>::out);
+  if (grid.onDisk && !tryAllocate(rowOut, static_cast<std::size_t>(grid.cols())))
+    return noMemory(RowObjects<T>::out);
 
   const std::size_t cellBytes = bytesOfType(source.type);
   const auto width = static_cast<std::size_t>(place.col2 - place.col1 + 1);
@@ -293,8 +339,8 @@ int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Conv
         if (file.readAt(offset, std::span(block).first(inBlock * source.recordLength)) != kIoOk)
           return reportError({.routine = kTag, .code = kReadError, .file = fileName});
       }
-      const std::byte* from =
-          block.data() + nextInBlock * source.recordLength + static_cast<std::size_t>(place.col1 - 1) * cellBytes;
+      const std::byte* from = block.data() + nextInBlock * source.recordLength +
+                              static_cast<std::size_t>(place.col1 - 1) * cellBytes;
       convert(from, cells.subspan(static_cast<std::size_t>(place.toCol - 1), width));
       --inBlock;
       ++nextInBlock;
@@ -345,7 +391,8 @@ int fillFrom(GridOf<T>& grid, const Source& source, const ReadGridArgs& args) {
     if (made == kSuccess) {
       if (source.header.projection.LineCount() > 0) grid.projection = source.header.projection.Copy();
       const Converter<T> convert = converterFor<T>(source.type);
-      made = convert == nullptr ? failed("Unsupported grid type for this operation") : makeStorage(grid, args, source.name);
+      made = convert == nullptr ? failed("Unsupported grid type for this operation")
+                                : makeStorage(grid, args, source.name);
       if (made == kSuccess) made = moveRows(grid, source, place, convert);
       if (made == kSuccess && args.cellAccess.value_or(false)) made = grid.SetCellAccess();
     }
@@ -363,10 +410,12 @@ int ReadGrid(Grid_Header& grid, std::string_view fileName, const ReadGridArgs& a
   if (source.name.empty()) return failed("No file name provided");
   if (findFile(grid, source) != kSuccess) return kFailure;
   RasterLayout layout;
-  if (readRasterHeader(source.header, source.stem, &layout) != kSuccess || checkLayout(source, layout) != kSuccess ||
-      !usableHeader(source.header, source.stem, kTag) || settleCellType(source) != kSuccess)
+  if (readRasterHeader(source.header, source.stem, &layout) != kSuccess ||
+      checkLayout(source, layout) != kSuccess || !usableHeader(source.header, source.stem, kTag) ||
+      settleCellType(source) != kSuccess)
     return kFailure;
-  const int made = visitGrid(grid, [&](auto& typed) { return fillFrom(typed, source, args); }, kFailure);
+  const int made = visitGrid(
+      grid, [&](auto& typed) { return fillFrom(typed, source, args); }, kFailure);
   return made == kSuccess ? attempt.succeed() : kFailure;
 }
 
@@ -380,7 +429,8 @@ struct WriteTexts {
 };
 
 int writeFailed(const WriteTexts& texts, const std::string& file, IoCode code) {
-  return reportError({.routine = texts.routine, .code = kWriteError, .file = file, .message1 = describe(code)});
+  return reportError(
+      {.routine = texts.routine, .code = kWriteError, .file = file, .message1 = describe(code)});
 }
 
 /// The cells of a grid as float32, in blocks of rows.
@@ -401,7 +451,10 @@ int writeCells(GridOf<T>& grid, platform::File& file, const std::string& name, c
     if (grid.onDisk) {
       const IoCode read = grid.readRow(row, rowIn);
       if (read != kIoOk)
-        return reportError({.routine = texts.routine, .code = kReadError, .file = grid.scratchFile, .message1 = describe(read)});
+        return reportError({.routine = texts.routine,
+                            .code = kReadError,
+                            .file = grid.scratchFile,
+                            .message1 = describe(read)});
       cells = rowIn;
     } else {
       cells = grid.cells.row(row);
@@ -422,7 +475,8 @@ int writeFloats(GridOf<T>& grid, std::string_view stem, const VersionStamp* stam
   Attempt attempt{grid.status};
   const std::string base(stripped(stem));
   const std::string name = base + ".flt";
-  if (!grid.GridExists()) return reportError({.routine = texts.routine, .message1 = "Grid does not exist"});
+  if (!grid.GridExists() || !grid.holdsItsCells())
+    return reportError({.routine = texts.routine, .message1 = "Grid does not exist"});
   platform::File file;
   const IoCode opened = file.open(name, platform::Open::replace);
   if (opened != kIoOk) {
@@ -450,17 +504,31 @@ int writeFloats(GridOf<T>& grid, std::string_view stem, const VersionStamp* stam
 int WriteGridflt(Grid_Header& grid, std::string_view stem, const VersionStamp* stamp) {
   constexpr std::string_view tag = "WriteGridflt in Grid_Modul";
   switch (grid.cellType()) {
-    case CellType::R4: static_cast<R4Grid_type&>(grid).WritefltR4(stem, stamp); break;
-    case CellType::R8: static_cast<R8Grid_type&>(grid).WritefltR8(stem, stamp); break;
-    case CellType::I8: static_cast<I8Grid_type&>(grid).WritefltI8(stem, stamp); break;
-    case CellType::I4: static_cast<I4Grid_type&>(grid).WritefltI4(stem, stamp); break;
-    case CellType::I2: static_cast<I2Grid_type&>(grid).WritefltI2(stem, stamp); break;
-    case CellType::I1: static_cast<I1Grid_type&>(grid).WritefltI1(stem, stamp); break;
-    case CellType::none: return reportError({.routine = tag, .message1 = "Unrecognized grid type"});
+    case CellType::R4:
+      static_cast<R4Grid_type&>(grid).WritefltR4(stem, stamp);
+      break;
+    case CellType::R8:
+      static_cast<R8Grid_type&>(grid).WritefltR8(stem, stamp);
+      break;
+    case CellType::I8:
+      static_cast<I8Grid_type&>(grid).WritefltI8(stem, stamp);
+      break;
+    case CellType::I4:
+      static_cast<I4Grid_type&>(grid).WritefltI4(stem, stamp);
+      break;
+    case CellType::I2:
+      static_cast<I2Grid_type&>(grid).WritefltI2(stem, stamp);
+      break;
+    case CellType::I1:
+      static_cast<I1Grid_type&>(grid).WritefltI1(stem, stamp);
+      break;
+    case CellType::none:
+      return reportError({.routine = tag, .message1 = "Unrecognized grid type"});
   }
   return grid.status == kSuccess ? kSuccess : reportError({.routine = tag, .message1 = "Writeflt failed"});
 }
 
+// clang-format off
 // ---- faces ----
 
 int R4Grid_type::WritefltR4(std::string_view stem, const VersionStamp* stamp) { return writeFloats(*this, stem, stamp, {"WritefltR4 in Grid_Modul", "r4Array"}); }
@@ -469,5 +537,7 @@ int I8Grid_type::WritefltI8(std::string_view stem, const VersionStamp* stamp) { 
 int I4Grid_type::WritefltI4(std::string_view stem, const VersionStamp* stamp) { return writeFloats(*this, stem, stamp, {"WritefltI4 in Grid_Modul", "i4Array"}); }
 int I2Grid_type::WritefltI2(std::string_view stem, const VersionStamp* stamp) { return writeFloats(*this, stem, stamp, {"WritefltI2 in Grid_Modul", "i2Array"}); }
 int I1Grid_type::WritefltI1(std::string_view stem, const VersionStamp* stamp) { return writeFloats(*this, stem, stamp, {"WritefltI1 in Grid_Modul", "i1Array"}); }
+
+// clang-format on
 
 }  // namespace terrain

@@ -196,13 +196,20 @@ class I1Grid_type : public GridOf<std::int8_t> {
 template <class F, class R>
 R visitGrid(Grid_Header& grid, F&& f, R otherwise) {
   switch (grid.cellType()) {
-    case CellType::R4: return f(static_cast<R4Grid_type&>(grid));
-    case CellType::R8: return f(static_cast<R8Grid_type&>(grid));
-    case CellType::I4: return f(static_cast<I4Grid_type&>(grid));
-    case CellType::I8: return f(static_cast<I8Grid_type&>(grid));
-    case CellType::I2: return f(static_cast<I2Grid_type&>(grid));
-    case CellType::I1: return f(static_cast<I1Grid_type&>(grid));
-    case CellType::none: break;
+    case CellType::R4:
+      return f(static_cast<R4Grid_type&>(grid));
+    case CellType::R8:
+      return f(static_cast<R8Grid_type&>(grid));
+    case CellType::I4:
+      return f(static_cast<I4Grid_type&>(grid));
+    case CellType::I8:
+      return f(static_cast<I8Grid_type&>(grid));
+    case CellType::I2:
+      return f(static_cast<I2Grid_type&>(grid));
+    case CellType::I1:
+      return f(static_cast<I1Grid_type&>(grid));
+    case CellType::none:
+      break;
   }
   return otherwise;
 }

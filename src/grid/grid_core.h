@@ -20,9 +20,9 @@ namespace terrain {
 /// What an operation of a family says when it fails: the parts that differ from type to type. A
 /// blank text is not said at all.
 struct AccessTexts {
-  std::string_view routine{};        ///< tag of the report
-  std::string_view outside{};        ///< a cell or row outside the grid
-  std::string_view modeFailed{};     ///< the scratch file could not be switched
+  std::string_view routine{};     ///< tag of the report
+  std::string_view outside{};     ///< a cell or row outside the grid
+  std::string_view modeFailed{};  ///< the scratch file could not be switched
 };
 
 /// Lines, tag first, that tell of a scratch file that could not be read, then the end of the run: a
@@ -42,8 +42,7 @@ class GridOf : public Grid_Header {
   ~GridOf() override { releaseStorage(); }
   GridOf(const GridOf&) = delete;
   GridOf& operator=(const GridOf&) = delete;
-  GridOf(GridOf&& other) noexcept
-      : Grid_Header(std::move(other)), cells(std::move(other.cells)) {
+  GridOf(GridOf&& other) noexcept : Grid_Header(std::move(other)), cells(std::move(other.cells)) {
     other.forgetStorage();
   }
   GridOf& operator=(GridOf&& other) noexcept {
@@ -61,6 +60,10 @@ class GridOf : public Grid_Header {
   /// True when there are counts and cells, in memory or on disk.
   [[nodiscard]] bool GridExists() const { return ncols.has_value() && (onDisk || cells.present()); }
 
+  /// True when the cells are on disk, or in memory in the counts that the header tells; a header that has
+  /// been read or set anew may tell of cells that are not there.
+  [[nodiscard]] bool holdsItsCells() const { return onDisk || cells.hasSize(cols(), rows()); }
+
   /// Nodata in the form of the cell type. An int8 grid has 0, and being asked stores it.
   [[nodiscard]] T nodataValue() {
     if constexpr (std::same_as<T, std::int8_t>) {
@@ -74,7 +77,8 @@ class GridOf : public Grid_Header {
   /// The cell's value; nodata outside the grid and, in the float types, for a NaN. A scratch file that
   /// cannot be read ends the run under `tag`.
   [[nodiscard]] T value(int32_t col, int32_t row, std::string_view tag) {
-    if (!contains(col, row)) return nodataValue();
+    if (!contains(col, row) || !holdsItsCells()) [[unlikely]]
+      return nodataValue();
     const T held = onDisk ? scratchValue(col, row, tag) : cells.at(col, row);
     if constexpr (std::is_floating_point_v<T>)
       if (std::isnan(held)) return nodataValue();
@@ -131,7 +135,8 @@ T* GridOf<T>::scratchCell(int32_t col, int32_t row, bool change, IoCode& code) {
     return nullptr;
   }
   std::byte* bytes = file->locate(offsetOf(col, row), sizeof(T), change, code);
-  return reinterpret_cast<T*>(bytes);  // pages are aligned for every cell type, offsets are multiples of its size
+  return reinterpret_cast<T*>(
+      bytes);  // pages are aligned for every cell type, offsets are multiples of its size
 }
 
 template <Cell T>
@@ -150,6 +155,7 @@ int GridOf<T>::setCell(int32_t col, int32_t row, T newValue, const AccessTexts& 
     return kFailure;
   }
   if (!onDisk) {
+    if (!holdsItsCells()) return kFailure;
     cells.at(col, row) = newValue;
   } else {
     if (!cellAccess && SetCellAccess() != kSuccess) {
@@ -158,15 +164,23 @@ int GridOf<T>::setCell(int32_t col, int32_t row, T newValue, const AccessTexts& 
     }
     IoCode code = kIoOk;
     T* cell = scratchCell(col, row, true, code);
-    if (cell == nullptr) return reportScratchWrite(texts.routine, *this, code);
-    *cell = newValue;
+    if (cell != nullptr) {
+      *cell = newValue;
+    } else {
+      // A cell beyond what the file holds so far makes the file longer.
+      RecordFile* file = units_().records(scratchUnit);
+      if (code == kIoPastEnd && file != nullptr)
+        code = file->writeBytes(offsetOf(col, row), std::as_bytes(std::span<const T>(&newValue, 1)));
+      if (code != kIoOk) return reportScratchWrite(texts.routine, *this, code);
+    }
   }
   return attempt.succeed();
 }
 
 template <Cell T>
 template <class Change>
-int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, std::string_view readTag, Change change) {
+int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, std::string_view readTag,
+                          Change change) {
   if (!contains(col, row)) return status = kFailure;
   if (onDisk && !cellAccess && SetCellAccess() != kSuccess) {
     if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
@@ -179,6 +193,7 @@ int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, st
 
 template <Cell T>
 IoCode GridOf<T>::readRow(int32_t row, std::span<T> out) {
+  if (!holdsItsCells()) return kIoPastEnd;
   if (!onDisk) {
     std::ranges::copy(cells.row(row), out.begin());
     return kIoOk;
@@ -190,6 +205,7 @@ IoCode GridOf<T>::readRow(int32_t row, std::span<T> out) {
 
 template <Cell T>
 IoCode GridOf<T>::writeRow(int32_t row, std::span<const T> in) {
+  if (!holdsItsCells()) return kIoPastEnd;
   if (!onDisk) {
     std::ranges::copy(in, cells.row(row).begin());
     return kIoOk;

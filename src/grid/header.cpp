@@ -13,7 +13,9 @@ constexpr double kTolerance = 1e-8;  // of positions, in map units
 int32_t wholeCells(double cells) { return truncateTo<int32_t>(cells); }
 
 /// Sums of cell numbers stay within their range, so that a point far off the map is merely outside.
-int32_t plus(int32_t a, int64_t b) { return truncateTo<int32_t>(static_cast<double>(a) + static_cast<double>(b)); }
+int32_t plus(int32_t a, int64_t b) {
+  return truncateTo<int32_t>(static_cast<double>(a) + static_cast<double>(b));
+}
 }  // namespace
 
 void Grid_Header::settleFarCorner() {
@@ -37,7 +39,8 @@ void Grid_Header::copyGeometry(const Grid_Header& from) {
   ycellsize = from.ycellsize;
 }
 
-void Grid_Header::InitializeHeader(int32_t cols, int32_t rows, double west, double south, const CellSize& size) {
+void Grid_Header::InitializeHeader(int32_t cols, int32_t rows, double west, double south,
+                                   const CellSize& size) {
   ncols = cols;
   nrows = rows;
   xmin = west;
@@ -71,8 +74,9 @@ ColRow Grid_Header::XYtoColRow(double x, double y) const {
 Point Grid_Header::ColRowToXY(int32_t col, int32_t row) const {
   const double c = col;
   const double r = row;
-  return {.x = col >= 1 ? xmin + (c - 1) * xcellsize : xmin + c * xcellsize,
-          .y = row >= 1 ? ymin + (static_cast<double>(rows()) - r) * ycellsize : ymax + std::abs(r * ycellsize)};
+  return {
+      .x = col >= 1 ? xmin + (c - 1) * xcellsize : xmin + c * xcellsize,
+      .y = row >= 1 ? ymin + (static_cast<double>(rows()) - r) * ycellsize : ymax + std::abs(r * ycellsize)};
 }
 
 ColRow Grid_Header::NearestColRow(double x, double y) const {
@@ -92,7 +96,8 @@ ColRow Grid_Header::NearestColRowOpen(double x, double y) const {
 }
 
 void Grid_Header::MetersToFeet() {
-  for (double* length : {&xmin, &ymin, &xmax, &ymax, &cellsize, &xcellsize, &ycellsize}) *length /= kMetersPerFoot;
+  for (double* length : {&xmin, &ymin, &xmax, &ymax, &cellsize, &xcellsize, &ycellsize})
+    *length /= kMetersPerFoot;
 }
 
 int Grid_Header::Offset(const OffsetArgs& shift) {
@@ -151,7 +156,8 @@ int CreateGridHeader(Grid_Header& header, int32_t ncols, int32_t nrows, double x
   header.settleFarCorner();
   if (args.units) header.units = *args.units;
   if (args.version != nullptr) header.version = *args.version;
-  if (args.projection != nullptr && args.projection->LineCount() > 0) header.projection = args.projection->Copy();
+  if (args.projection != nullptr && args.projection->LineCount() > 0)
+    header.projection = args.projection->Copy();
   return attempt.succeed();
 }
 

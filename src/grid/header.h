@@ -17,7 +17,7 @@
 
 namespace terrain {
 
-inline constexpr float kNodata = -9999.0F;          ///< nodata where nothing else is said
+inline constexpr float kNodata = -9999.0F;  ///< nodata where nothing else is said
 inline constexpr double kMetersPerFoot = 0.3048;
 
 /// Who made a raster; written into its header file.

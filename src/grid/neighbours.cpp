@@ -11,7 +11,7 @@ constexpr double kPi = std::numbers::pi;
 constexpr double kQuarterPi = 0.7853981633974483;
 
 /// Edges of the wedges: direction k has entries k, k+1, k+2 (from 1) as upper edge, centre, lower edge.
-constexpr std::array<double, 10> kEdges{7 * kPi / 4, 3 * kPi / 2, 5 * kPi / 4, kPi,       3 * kPi / 4,
+constexpr std::array<double, 10> kEdges{7 * kPi / 4, 3 * kPi / 2, 5 * kPi / 4, kPi,      3 * kPi / 4,
                                         kPi / 2,     kPi / 4,     0.0,         -kPi / 4, -kPi / 2};
 
 struct Wedge {

@@ -9,6 +9,7 @@
 #include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/messages.h"
+#include "foundation/numbers.h"
 #include "foundation/platform.h"
 #include "foundation/units.h"
 
@@ -25,7 +26,9 @@ constexpr double kFeetPerMeter = static_cast<double>(3.28084F);
 struct Keywords {
   std::string_view name;
   std::span<const std::string_view> words;
-  [[nodiscard]] bool match(std::string_view token) const { return std::ranges::find(words, token) != words.end(); }
+  [[nodiscard]] bool match(std::string_view token) const {
+    return std::ranges::find(words, token) != words.end();
+  }
 };
 
 template <std::size_t N>
@@ -37,7 +40,8 @@ constexpr Words<4> kYmin{"YLLCORNER", "yllcorner", "YMIN", "ymin"};
 constexpr Words<2> kCellsize{"CELLSIZE", "cellsize"};
 constexpr Words<2> kXCellsize{"X CELLSIZE", "XCELLSIZE"};
 constexpr Words<2> kYCellsize{"Y CELLSIZE", "YCELLSIZE"};
-constexpr Words<9> kNodataWords{"NODATA", "nodata", "NO DATA", "no data", "NO_DATA", "NoData", "NODATA VALUE", "nodata value", "NODATA_VALUE"};
+constexpr Words<9> kNodataWords{"NODATA", "nodata",       "NO DATA",      "no data",     "NO_DATA",
+                                "NoData", "NODATA VALUE", "nodata value", "NODATA_VALUE"};
 constexpr Words<4> kFileType{"# FILETYPE", "# filetype", "# FILE TYPE", "#_FILE_TYPE"};
 constexpr Words<4> kBitDepth{"# BITDEPTH", "# BIT DEPTH", "# bitdepth", "#_BIT_DEPTH"};
 
@@ -60,7 +64,7 @@ bool nextPair(TextFile& text, Pair& pair) {
     while (have < tokens.size()) {
       tokens[have]->clear();
       if (reader.next(*tokens[have]) == Field::end) break;
-      *tokens[have] = std::string(leftAdjusted(cut(*tokens[have], kTokenLength)));
+      *tokens[have] = std::string(stripped(cut(*tokens[have], kTokenLength)));
       ++have;
     }
   }
@@ -83,7 +87,8 @@ class HeaderReader {
   template <class Number>
   int number(const Keywords& field, std::string_view token, Number& value) {
     if (readFree(token, value)) return kSuccess;
-    return reportError({.routine = kReadTag, .message1 = "Error reading " + std::string(field.name) + " in " + file_});
+    return reportError(
+        {.routine = kReadTag, .message1 = "Error reading " + std::string(field.name) + " in " + file_});
   }
 
   /// A field with a value of its own, told apart from one that is missing.
@@ -103,9 +108,10 @@ class HeaderReader {
   int take(const Pair& pair, RasterLayout& layout) {
     const std::string_view word = pair.keyword;
     const std::string_view token = pair.value;
-    const Keywords ncols{"NCOLS", kNcols}, nrows{"NROWS", kNrows}, xmin{"XLLCORNER", kXmin}, ymin{"YLLCORNER", kYmin},
-        cellsize{"CELLSIZE", kCellsize}, xcellsize{"X CELLSIZE", kXCellsize}, ycellsize{"Y CELLSIZE", kYCellsize},
-        nodata{"NODATA", kNodataWords}, fileType{"", kFileType}, bitDepth{"BITDEPTH", kBitDepth};
+    const Keywords ncols{"NCOLS", kNcols}, nrows{"NROWS", kNrows}, xmin{"XLLCORNER", kXmin},
+        ymin{"YLLCORNER", kYmin}, cellsize{"CELLSIZE", kCellsize}, xcellsize{"X CELLSIZE", kXCellsize},
+        ycellsize{"Y CELLSIZE", kYCellsize}, nodata{"NODATA", kNodataWords}, fileType{"", kFileType},
+        bitDepth{"BITDEPTH", kBitDepth};
     if (ncols.match(word)) return number(ncols, token, *header_.ncols);
     if (nrows.match(word)) return number(nrows, token, *header_.nrows);
     if (xmin.match(word)) return own(xmin, token, header_.xmin, hasXmin_);
@@ -147,7 +153,9 @@ class HeaderReader {
 
 }  // namespace
 
-std::string stemOfHeader(std::string_view file) { return std::string(trimmed(file.substr(0, file.find(".hdr")))); }
+std::string stemOfHeader(std::string_view file) {
+  return std::string(trimmed(file.substr(0, file.find(".hdr"))));
+}
 
 int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* layout) {
   Attempt attempt{header.status};
@@ -183,11 +191,16 @@ int Grid_Header::ReadHeader(std::string_view file) { return readRasterHeader(*th
 bool usableHeader(const Grid_Header& header, std::string_view stem, std::string_view tag) {
   const auto positive = [](double size) { return std::isfinite(size) && size > 0; };
   std::string fault;
-  if (header.cols() < 1) fault = "NCOLS is missing or below 1";
-  else if (header.rows() < 1) fault = "NROWS is missing or below 1";
-  else if (!positive(header.xcellsize) || !positive(header.ycellsize)) fault = "CELLSIZE is missing or not above 0";
-  else if (!std::isfinite(header.xmax) || !std::isfinite(header.xmin)) fault = "XLLCORNER is not a number";
-  else if (!std::isfinite(header.ymax) || !std::isfinite(header.ymin)) fault = "YLLCORNER is not a number";
+  if (header.cols() < 1)
+    fault = "NCOLS is missing or below 1";
+  else if (header.rows() < 1)
+    fault = "NROWS is missing or below 1";
+  else if (!positive(header.xcellsize) || !positive(header.ycellsize))
+    fault = "CELLSIZE is missing or not above 0";
+  else if (!std::isfinite(header.xmax) || !std::isfinite(header.xmin))
+    fault = "XLLCORNER is not a number";
+  else if (!std::isfinite(header.ymax) || !std::isfinite(header.ymin))
+    fault = "YLLCORNER is not a number";
   if (fault.empty()) return true;
   reportError({.routine = tag, .file = std::string(stem) + ".hdr", .message1 = fault});
   return false;
@@ -212,15 +225,17 @@ std::string coordinate(double value) {
 /// The field of the cell type; a value that the field cannot show is written in full, so that the header
 /// and the cells agree.
 std::string nodataText(Grid_Header& grid) {
-  const auto whole = [&](std::size_t width) {
-    return rightJustified(freeText(static_cast<int64_t>(grid.nodata)), width);
-  };
   switch (grid.cellType()) {
     case CellType::I8:
-    case CellType::I2: return whole(6);
-    case CellType::I4: return whole(8);
-    case CellType::I1: return whole(4);
-    default: break;
+      return rightJustified(freeText(truncateTo<int64_t>(grid.nodata)), 6);
+    case CellType::I2:
+      return rightJustified(freeText(int32_t{truncateTo<int16_t>(grid.nodata)}), 6);
+    case CellType::I4:
+      return rightJustified(freeText(truncateTo<int32_t>(grid.nodata)), 8);
+    case CellType::I1:
+      return rightJustified("0", 4);
+    default:
+      break;
   }
   const std::string fixed = fixedText(static_cast<double>(grid.nodata), 1);
   float back = 0;
@@ -263,8 +278,10 @@ int Grid_Header::WriteGridHeader(std::string_view stem, const VersionStamp* stam
   text.writeLine(" #_FILE_TYPE R4");
   text.writeLine(" #_BIT_DEPTH 32");
   text.writeLine(" ");
-  if (!version.createdBy.blank()) writeStamp(text, version);
-  else if (stamp != nullptr) writeStamp(text, *stamp);
+  if (!version.createdBy.blank())
+    writeStamp(text, version);
+  else if (stamp != nullptr)
+    writeStamp(text, *stamp);
 
   const IoCode code = terrain::units().close(unit);
   if (code != kIoOk) {

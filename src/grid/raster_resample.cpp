@@ -27,7 +27,9 @@ template <class Grid, class ValueAt>
 int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const ResampleTexts& texts,
              ValueAt valueAt) {
   using T = typename Grid::CellValue;
-  const auto fail = [&](std::string_view why) { return reportError({.routine = texts.routine, .message1 = why}); };
+  const auto fail = [&](std::string_view why) {
+    return reportError({.routine = texts.routine, .message1 = why});
+  };
   Grid file;
   if (ReadGrid(file, fileName) != kSuccess) return fail("ReadGrid failed for tempGrid");
   if (args.matchGrid->feetConverted) FeetToMeters(file);
@@ -78,7 +80,8 @@ int openFailed(std::string_view why) { return reportError({.routine = kOpenTag, 
 int readShortHeader(Grid_Header& header, const std::string& name) {
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
-  if (units().openText(unit, name, platform::Open::read) != kIoOk) return openFailed("Unable to open " + name);
+  if (units().openText(unit, name, platform::Open::read) != kIoOk)
+    return openFailed("Unable to open " + name);
   header.ncols = header.nrows = -9999;
   header.xmin = header.ymin = header.cellsize = -9999.0;
   header.nodata = kNodata;
@@ -96,13 +99,20 @@ int readShortHeader(Grid_Header& header, const std::string& name) {
       if (reader.next(second) == Field::value) word += ' ' + second;
     }
     Field field = Field::value;
-    if (is(word, {"NCOLS", "ncols"})) field = reader.next(*header.ncols);
-    else if (is(word, {"NROWS", "nrows"})) field = reader.next(*header.nrows);
-    else if (is(word, {"XLLCORNER", "xllcorner", "XMIN", "xmin"})) field = reader.next(header.xmin);
-    else if (is(word, {"YLLCORNER", "yllcorner", "YMIN", "ymin"})) field = reader.next(header.ymin);
-    else if (is(word, {"CELLSIZE", "cellsize"})) field = reader.next(header.cellsize);
-    else if (is(word, {"NODATA", "nodata", "NoData", "NO DATA", "No Data"})) field = reader.next(header.nodata);
-    if (field != Field::value && field != Field::null) return openFailed("Error reading " + word + " in " + name);
+    if (is(word, {"NCOLS", "ncols"}))
+      field = reader.next(*header.ncols);
+    else if (is(word, {"NROWS", "nrows"}))
+      field = reader.next(*header.nrows);
+    else if (is(word, {"XLLCORNER", "xllcorner", "XMIN", "xmin"}))
+      field = reader.next(header.xmin);
+    else if (is(word, {"YLLCORNER", "yllcorner", "YMIN", "ymin"}))
+      field = reader.next(header.ymin);
+    else if (is(word, {"CELLSIZE", "cellsize"}))
+      field = reader.next(header.cellsize);
+    else if (is(word, {"NODATA", "nodata", "NoData", "NO DATA", "No Data"}))
+      field = reader.next(header.nodata);
+    if (field != Field::value && field != Field::null)
+      return openFailed("Error reading " + word + " in " + name);
   }
   header.xcellsize = header.ycellsize = header.cellsize;
   header.settleFarCorner();
@@ -124,12 +134,16 @@ int clipHeader(R4Grid_type& grid, const Grid_Header& file, const Grid_Header& cl
   const auto onLine = [](int32_t at) { return at >= 1 ? int64_t{at} : int64_t{at} + 1; };
   const int64_t cols = onLine(c2) - onLine(c1) + 1;
   const int64_t rows = onLine(r2) - onLine(r1) + 1;
-  if (cols < 1 || rows < 1 || cols > std::numeric_limits<int32_t>::max() || rows > std::numeric_limits<int32_t>::max())
+  if (cols < 1 || rows < 1 || cols > std::numeric_limits<int32_t>::max() ||
+      rows > std::numeric_limits<int32_t>::max())
     return openFailed("Clipgrid does not overlap");
   const Point southWest = file.ColRowToXY(c1, r2);
   grid.InitializeHeader(static_cast<int32_t>(cols), static_cast<int32_t>(rows), southWest.x, southWest.y,
                         {.cellsize = file.cellsize});
   shift = {.cols = onLine(c1) - 1, .rows = onLine(r1) - 1};
+  if (shift.cols >= file.cols() || shift.cols + cols < 1 || shift.rows >= file.rows() ||
+      shift.rows + rows < 1)
+    return openFailed("Clipgrid does not overlap");
   return kSuccess;
 }
 
@@ -140,26 +154,32 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
   std::string stem(stripped(fileName));
   if (stem.ends_with(".flt") || stem.ends_with(".FLT")) stem.resize(stem.size() - 4);
   Grid_Header file;
-  if (readShortHeader(file, stem + ".hdr") != kSuccess || !usableHeader(file, stem, kOpenTag)) return kFailure;
+  if (readShortHeader(file, stem + ".hdr") != kSuccess || !usableHeader(file, stem, kOpenTag))
+    return kFailure;
   const std::string name = stem + ".flt";
   platform::File cells;
   if (cells.open(name, platform::Open::read) != kIoOk) return openFailed("Unable to open " + name);
   const auto fileCols = static_cast<std::size_t>(file.cols());
   const auto needed = byteCount(fileCols * sizeof(float), static_cast<std::uint64_t>(file.rows()));
   if (!needed || cells.size() < *needed)
-    return reportError({.routine = kOpenTag, .file = name, .message1 = "The raster file is shorter than its header says"});
+    return reportError(
+        {.routine = kOpenTag, .file = name, .message1 = "The raster file is shorter than its header says"});
 
   R4Grid_type made;
   Shift shift;
+  if (args.clipGrid != nullptr && args.clipGrid->feetConverted) FeetToMeters(file);
   made.copyGeometry(file);
   if (args.clipGrid != nullptr && clipHeader(made, file, *args.clipGrid, shift) != kSuccess) return kFailure;
   const Grid_Header geometry = made;
-  if (CreateGrid(grid, {.like = &geometry, .nodata = args.nodata.value_or(file.nodata), .onDisk = args.onDisk}) != kSuccess)
+  if (CreateGrid(grid,
+                 {.like = &geometry, .nodata = args.nodata.value_or(file.nodata), .onDisk = args.onDisk}) !=
+      kSuccess)
     return openFailed("OpenBinaryScratchFile failed for outGrid");
 
   std::vector<float> in;
   std::vector<float> out;
-  if (!tryAllocate(in, fileCols)) return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "inArray"});
+  if (!tryAllocate(in, fileCols))
+    return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "inArray"});
   if (!tryAllocate(out, static_cast<std::size_t>(grid.cols())))
     return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "outArray"});
   const int64_t firstCol = std::max<int64_t>(1, 1 - shift.cols);
@@ -184,20 +204,24 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
 
 int ReadR4GridFile(R4Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
   const PointOptions options{.interpolate = !args.noInterpolate, .ignoreNodata = args.ignoreNodata};
-  return readGridFile(grid, fileName, args, {.routine = "ReadR4GridFile in Grid_Module"},
-                      [&](R4Grid_type& file, Point at) { return file.ExtractR4ValueXY(at.x, at.y, options); });
+  return readGridFile(
+      grid, fileName, args, {.routine = "ReadR4GridFile in Grid_Module"},
+      [&](R4Grid_type& file, Point at) { return file.ExtractR4ValueXY(at.x, at.y, options); });
 }
 int ReadR8GridFile(R8Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
-  const PointOptions options{.ignoreNodata = args.ignoreNodata};
-  return readGridFile(grid, fileName, args, {.routine = "ReadR8GridFile in Grid_Module", .exists = "Grid already exists"},
-                      [&](R8Grid_type& file, Point at) { return file.ExtractR8ValueXY(at.x, at.y, options); });
+  const PointOptions options{.interpolate = false, .ignoreNodata = args.ignoreNodata};
+  return readGridFile(
+      grid, fileName, args, {.routine = "ReadR8GridFile in Grid_Module", .exists = "Grid already exists"},
+      [&](R8Grid_type& file, Point at) { return file.ExtractR8ValueXY(at.x, at.y, options); });
 }
 int ReadI4GridFile(I4Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
-  return readGridFile(grid, fileName, args, {.routine = "ReadI4GridFile in Grid_Module", .exists = "Grid already exists"},
+  return readGridFile(grid, fileName, args,
+                      {.routine = "ReadI4GridFile in Grid_Module", .exists = "Grid already exists"},
                       [](I4Grid_type& file, Point at) { return file.ExtractI4ValueXY(at.x, at.y); });
 }
 int ReadI8GridFile(I8Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
-  return readGridFile(grid, fileName, args, {.routine = "ReadI8GridFile in Grid_Module", .exists = "Grid already exists"},
+  return readGridFile(grid, fileName, args,
+                      {.routine = "ReadI8GridFile in Grid_Module", .exists = "Grid already exists"},
                       [](I8Grid_type& file, Point at) { return file.ExtractI8ValueXY(at.x, at.y); });
 }
 

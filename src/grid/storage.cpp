@@ -18,40 +18,64 @@ int createFailed(std::string_view why) { return reportError({.routine = kCreateT
 std::size_t bytesPerCell(const Grid_Header& grid) {
   switch (grid.cellType()) {
     case CellType::R8:
-    case CellType::I8: return 8;
+    case CellType::I8:
+      return 8;
     case CellType::R4:
-    case CellType::I4: return 4;
-    case CellType::I2: return 2;
-    case CellType::I1: return 1;
-    case CellType::none: break;
+    case CellType::I4:
+      return 4;
+    case CellType::I2:
+      return 2;
+    case CellType::I1:
+      return 1;
+    case CellType::none:
+      break;
   }
   return 0;
 }
 
 enum class Mode { row, cell };
 
+/// A scratch file that is closed and cannot be opened again is lost to its grid: its unit's number may go to
+/// another file.
+int loseScratch(Grid_Header& grid) {
+  platform::removeFile(grid.scratchFile);
+  grid.scratchUnit = 0;
+  grid.rowAccess = grid.cellAccess = false;
+  return kFailure;
+}
+
 /// Both access modes are views of the same bytes; the record length makes the difference.
 int switchAccess(Grid_Header& grid, Mode mode) {
   const bool wanted = mode == Mode::row ? grid.rowAccess : grid.cellAccess;
   if (!grid.onDisk || (wanted && grid.scratchUnit > 0)) return grid.status = kSuccess;
-  const std::string_view tag = mode == Mode::row ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module";
+  const std::string_view tag =
+      mode == Mode::row ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module";
   Attempt attempt{grid.status};
   const std::size_t cellBytes = bytesPerCell(grid);
   if (cellBytes == 0) return reportError({.routine = tag, .message1 = "Unknown grid type"});
-  const std::size_t recordLength = mode == Mode::row ? cellBytes * static_cast<std::size_t>(grid.cols()) : cellBytes;
+  const std::size_t recordLength =
+      mode == Mode::row ? cellBytes * static_cast<std::size_t>(grid.cols()) : cellBytes;
 
   if (grid.scratchUnit > 0) {
     UnitTable& table = units();
     IoCode code = table.close(grid.scratchUnit);
-    if (code != kIoOk) return reportScratchWrite(tag, grid, code);
+    if (code != kIoOk) {
+      reportScratchWrite(tag, grid, code);
+      return loseScratch(grid);
+    }
     code = table.openRecords(grid.scratchUnit, grid.scratchFile, platform::Open::update, recordLength);
-    if (code != kIoOk) return reportError({.routine = tag, .code = kCannotOpenToWrite, .file = grid.scratchFile});
+    if (code != kIoOk) {
+      reportError({.routine = tag, .code = kCannotOpenToWrite, .file = grid.scratchFile});
+      return loseScratch(grid);
+    }
   } else {
     OpenBinaryScratchFile(
         {.unit = &grid.scratchUnit, .fileName = &grid.scratchFile, .recordLength = recordLength});
-    if (grid.scratchUnit < 1) return reportError({.routine = tag, .message1 = "OpenBinaryScratchFile failed"});
-    putMessage((mode == Mode::row ? "SetRowAccess: created scratch file " : "SetCellAccess: created scratch file ") +
-               grid.scratchFile);
+    if (grid.scratchUnit < 1)
+      return reportError({.routine = tag, .message1 = "OpenBinaryScratchFile failed"});
+    putMessage(
+        (mode == Mode::row ? "SetRowAccess: created scratch file " : "SetCellAccess: created scratch file ") +
+        grid.scratchFile);
     putMessage("  Unit: ", grid.scratchUnit);
   }
   grid.rowAccess = mode == Mode::row;
@@ -84,7 +108,8 @@ void settleGeometry(Grid_Header& grid, const CreateGridArgs& args) {
     if (args.units) grid.units = *args.units;
   }
   if (args.version != nullptr) grid.version = *args.version;
-  if (args.projection != nullptr && args.projection->LineCount() > 0) grid.projection = args.projection->Copy();
+  if (args.projection != nullptr && args.projection->LineCount() > 0)
+    grid.projection = args.projection->Copy();
 }
 
 template <Cell T>
@@ -100,7 +125,8 @@ void allocateCells(GridOf<T>& grid, int32_t pad) {
 template <Cell T>
 void fillCells(GridOf<T>& grid, T fill) {
   const int32_t pad = grid.cells.pad();
-  for (int32_t row = 1 - pad; row <= grid.rows() + pad; ++row) std::ranges::fill(grid.cells.paddedRow(row), fill);
+  for (int32_t row = 1 - pad; row <= grid.rows() + pad; ++row)
+    std::ranges::fill(grid.cells.paddedRow(row), fill);
 }
 
 /// Makes the scratch file with its full length and every cell set, so that a full disk shows here.
@@ -119,7 +145,8 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
   grid.cellAccess = false;
 
   // The room is claimed before the first row, so that a disk that is too small is not filled up first.
-  const auto bytes = byteCount(static_cast<std::uint64_t>(grid.cols()) * sizeof(T), static_cast<std::uint64_t>(grid.rows()));
+  const auto bytes =
+      byteCount(static_cast<std::uint64_t>(grid.cols()) * sizeof(T), static_cast<std::uint64_t>(grid.rows()));
   IoCode code = bytes ? units().records(grid.scratchUnit)->file().reserve(*bytes) : kIoPastEnd;
   std::vector<T> row;
   if (code == kIoOk && !tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
@@ -156,7 +183,8 @@ int createTyped(GridOf<T>& grid, const CreateGridArgs& args, int32_t pad) {
 
 int32_t marginOf(const Grid_Header& grid, const CreateGridArgs& args) {
   int32_t pad = 0;
-  if (args.padDistance) pad = truncateTo<int32_t>(*args.padDistance / std::max(grid.xcellsize, grid.ycellsize));
+  const double size = std::max(grid.xcellsize, grid.ycellsize);
+  if (args.padDistance && size > 0) pad = truncateTo<int32_t>(*args.padDistance / size);
   return std::clamp(std::max(pad, args.padCells), 0, std::numeric_limits<int32_t>::max() / 4);
 }
 
@@ -175,7 +203,8 @@ int openRowScratch(Grid_Header& grid, std::size_t cellBytes) {
 int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
   Attempt attempt{grid.status};
   if (args.like == nullptr && !args.ncols)
-    return reportError({.routine = "SUBROUTINE CreateGrid in MODULE Grid_Module", .message1 = "Missing required arguments"});
+    return reportError(
+        {.routine = "SUBROUTINE CreateGrid in MODULE Grid_Module", .message1 = "Missing required arguments"});
   // The template may be the grid itself or lose its cells; its header is needed after that.
   Grid_Header like;
   CreateGridArgs settled = args;
@@ -200,7 +229,8 @@ int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
     grid.nrows.reset();
     return createFailed("A grid needs at least one column and one row: " + counts);
   }
-  const int made = visitGrid(grid, [&](auto& typed) { return createTyped(typed, settled, pad); }, 1);
+  const int made = visitGrid(
+      grid, [&](auto& typed) { return createTyped(typed, settled, pad); }, 1);
   if (made == 1) return createFailed("Grid type not defined");
   return made == kSuccess ? attempt.succeed() : kFailure;
 }
@@ -219,7 +249,13 @@ void DestroyGrid(Grid_Header& grid) {
     grid.scratchUnit = 0;
     grid.scratchFile.clear();
   }
-  visitGrid(grid, [](auto& typed) { typed.cells.release(); return 0; }, 0);
+  visitGrid(
+      grid,
+      [](auto& typed) {
+        typed.cells.release();
+        return 0;
+      },
+      0);
   grid.ncols.reset();
   grid.nrows.reset();
   grid.xmin = grid.ymin = grid.xmax = grid.ymax = 0;

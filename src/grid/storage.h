@@ -16,11 +16,11 @@ struct CreateGridArgs {
   std::optional<int32_t> ncols{}, nrows{};
   double xmin = 0, ymin = 0;
   CellSize size{};
-  int32_t padCells = 0;                ///< margin of cells on every side, in memory only
+  int32_t padCells = 0;                 ///< margin of cells on every side, in memory only
   std::optional<double> padDistance{};  ///< the same as a distance, on the cell sizes the grid holds before
-  std::optional<float> nodata{};       ///< absent: that of `like`, else -9999.0
-  std::optional<float> fillValue{};    ///< absent: the type's nodata; truncated in integer types
-  std::optional<bool> onDisk{};        ///< absent: as the grid is flagged
+  std::optional<float> nodata{};        ///< absent: that of `like`, else -9999.0
+  std::optional<float> fillValue{};     ///< absent: the type's nodata; truncated in integer types
+  std::optional<bool> onDisk{};         ///< absent: as the grid is flagged
   std::optional<char> units{};
   const VersionStamp* version = nullptr;
   std::optional<bool> cellAccess{};

@@ -23,6 +23,11 @@ float finished(float total, float aspect, float contour, bool specific) {
   return std::min(total / contour, kMostSpecificArea);
 }
 
+int readRow(R4Grid_type& grid, int32_t row, std::span<float> out) {
+  if (grid.readRow(row, out) == kIoOk) return kSuccess;
+  return reportError({.routine = kTag, .code = kReadError, .file = grid.scratchFile});
+}
+
 int finalPass(const WalkValues& values, const AccumulationGrids& grids, Walks& walks) {
   const auto cols = static_cast<std::size_t>(grids.accum.cols());
   std::vector<float> totals;
@@ -32,9 +37,10 @@ int finalPass(const WalkValues& values, const AccumulationGrids& grids, Walks& w
     return reportError({.routine = kTag, .code = kCannotAllocate, .text = "rows of the final pass"});
   for (int32_t row = 1; row <= grids.accum.rows(); ++row) {
     walks.totals(row, totals);
-    grids.aspect.ExtractR4row(aspects, row);
-    if (values.specific) grids.bcon.ExtractR4row(contours, row);
-    for (std::size_t c = 0; c < cols; ++c) totals[c] = finished(totals[c], aspects[c], contours[c], values.specific);
+    if (readRow(grids.aspect, row, aspects) != kSuccess) return kFailure;
+    if (values.specific && readRow(grids.bcon, row, contours) != kSuccess) return kFailure;
+    for (std::size_t c = 0; c < cols; ++c)
+      totals[c] = finished(totals[c], aspects[c], contours[c], values.specific);
     if (grids.accum.SetR4row(row, totals) != kSuccess) return kFailure;
   }
   return kSuccess;
@@ -47,13 +53,17 @@ int accumulateCells(WalkValues& values, const AccumulationGrids& grids, const Gr
   values.cellDistance = stepLengths(like.cellsize);
   const float c = values.cellDistance[1];
   // Walks end because every step is longer than nothing.
-  if (!std::isfinite(c) || !(c > 0.0F)) return reportError({.routine = kTag, .message1 = "The cell size must be above 0"});
-  if (CreateGrid(grids.accum, {.like = &like, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess) return kFailure;
+  if (!std::isfinite(c) || !(c > 0.0F))
+    return reportError({.routine = kTag, .message1 = "The cell size must be above 0"});
+  if (CreateGrid(grids.accum, {.like = &like, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
+    return kFailure;
   if (programInfo != nullptr) grids.accum.SetVersion(*programInfo);
   putMessage("Accumulating");
   const bool onDisk = grids.accum.onDisk || grids.aspect.onDisk || (values.byTime && grids.grad.onDisk);
   Walks walks;
-  if (walks.prepare(values, grids.grad, grids.aspect, onDisk ? WalkStorage::disk : WalkStorage::memory) != kSuccess) return kFailure;
+  if (walks.prepare(values, grids.grad, grids.aspect, onDisk ? WalkStorage::disk : WalkStorage::memory) !=
+      kSuccess)
+    return kFailure;
   walks.walkAll();
   return finalPass(values, grids, walks);
 }

@@ -48,9 +48,13 @@ void startClock(RunState& run) {
 
 void openLog(RunState& run) {
   if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
-  const std::string name = run.scratchPath + std::string(kProgramName) + '_' + std::string(trimmed(run.runStamp)) + ".log";
+  const std::string name =
+      run.scratchPath + std::string(kProgramName) + '_' + std::string(trimmed(run.runStamp)) + ".log";
   startLogFile(run.logUnit, name, run.inputName,
-               {.programName = kProgramName, .startText = run.startText, .version = kVersion, .compileDate = kCompileDate});
+               {.programName = kProgramName,
+                .startText = run.startText,
+                .version = kVersion,
+                .compileDate = kCompileDate});
   const int32_t tested = OpenBinaryScratchFile({.scratchPath = run.scratchPath});
   putMessage("Scratch directory: " + run.scratchPath);
   if (tested != kIoOk) stopWith("Error accessing scratch directory");
@@ -59,29 +63,45 @@ void openLog(RunState& run) {
 
 // ---- what can be known before the work begins ----
 
+std::string besideDEM(const RunState& run, std::string_view prefix) {
+  return run.DEM.path + std::string(prefix) + run.lengthTag + '_' + run.DEM.dataID;
+}
+
 /// The place of the output is looked at now: a run of hours must not end at a directory that is not there.
 void checkOutput(const RunState& run) {
   const std::string output = run.outputName + ".flt";
   for (const std::string& input : {run.DEM.file, run.gradientName, run.aspectName, run.bconName})
     if (!input.empty() && platform::sameFile(output, input + ".flt"))
       stopWith("Output raster would replace an input raster", output);
-  const std::string directory = pathOfFile(run.outputName).empty() ? directoryOf(run.outputName) : pathOfFile(run.outputName);
+  struct Saved {
+    bool wanted;
+    std::string_view prefix;
+  };
+  for (const Saved& saved : {Saved{run.saveGradient && run.makeGradient, "grad_"},
+                             Saved{run.saveAspect && run.makeAspect, "aspect_"},
+                             Saved{run.saveBcon && run.makeBcon && run.walk.specific, "bcon_"}})
+    if (saved.wanted &&
+        platform::hostPath(output) == platform::hostPath(besideDEM(run, saved.prefix) + ".flt"))
+      stopWith("Output raster would replace a raster that is to be saved", output);
+  const std::string directory =
+      pathOfFile(run.outputName).empty() ? directoryOf(run.outputName) : pathOfFile(run.outputName);
   if (!platform::isDirectory(directory.empty() ? "." : directory))
     stopWith("Directory of the output raster does not exist", output);
   if (platform::isDirectory(output)) stopWith("Output raster is a directory", output);
-  if (!platform::isWritableDirectory(directory)) stopWith("Directory of the output raster cannot be written", output);
+  if (!platform::isWritableDirectory(directory))
+    stopWith("Directory of the output raster cannot be written", output);
   const std::uint64_t needed = static_cast<std::uint64_t>(std::max(run.DEM.cols(), 0)) *
                                static_cast<std::uint64_t>(std::max(run.DEM.rows(), 0)) * sizeof(float);
   if (platform::freeSpace(directory) < needed && !platform::fileExists(output))
     stopWith("The disk of the output raster is full", output);
 }
 
-/// A DEM may say its cell size by its width and height alone; where they agree that is the cell size.
-bool settleCellSize(DEM_type& dem) {
-  if (!(dem.cellsize > 0) && dem.xcellsize == dem.ycellsize) dem.cellsize = dem.xcellsize;
+/// The walks and the surface metrics need one cell size.
+bool cellsAreSquare(const DEM_type& dem) {
   if (!dem.DEMexists()) return true;  // reading the DEM will tell
   if (dem.cellsize > 0 && dem.xcellsize == dem.ycellsize) return true;
-  reportError({.file = dem.file + ".hdr", .message1 = "The DEM must have square cells, with a cell size above 0"});
+  reportError(
+      {.file = dem.file + ".hdr", .message1 = "The DEM must have square cells, with a cell size above 0"});
   return false;
 }
 
@@ -129,13 +149,14 @@ bool readInput(RunState& run, R4Grid_type& grid, const std::string& name, std::s
     reportError({.file = name, .message1 = error});
     return false;
   }
-  return matchesDEM(run.DEM, grid, name, {.routine = "readInputs", .message = error + ": its size or extent is not the DEM's"});
+  return matchesDEM(run.DEM, grid, name,
+                    {.routine = "readInputs", .message = error + ": its size or extent is not the DEM's"});
 }
 
 void readInputs(RunState& run) {
   DEM_type& dem = run.DEM;
   bool ready = printLimit(run.walk);
-  ready = settleCellSize(dem) && ready;
+  ready = cellsAreSquare(dem) && ready;
   ready = lengthScaleSuffices(run) && ready;
   if (dem.GetElev() != kSuccess) {
     reportError({.message1 = "Error reading DEM"});
@@ -156,7 +177,7 @@ void readInputs(RunState& run) {
 
 /// Writes a raster that was asked for beside the DEM, with a copy of the log.
 void saveBesideDEM(RunState& run, R4Grid_type& grid, std::string_view prefix, std::string_view error) {
-  const std::string name = run.DEM.path + std::string(prefix) + run.lengthTag + '_' + run.DEM.dataID;
+  const std::string name = besideDEM(run, prefix);
   if (grid.WritefltR4(name, &run.programInfo) != kSuccess) {
     reportError({.message1 = error});
     return;
@@ -174,11 +195,14 @@ void makeSurface(RunState& run) {
   if (run.makeGradient) rasters.gradient = &dem.grad;
   if (run.makeAspect) rasters.aspect = &dem.aspect;
   for (R4Grid_type* grid : {rasters.gradient, rasters.aspect})
-    if (grid != nullptr && CreateGrid(*grid, {.like = &dem.elev}) != kSuccess) stopWith("Error creating gradient and aspect grids");
+    if (grid != nullptr && CreateGrid(*grid, {.like = &dem.elev}) != kSuccess)
+      stopWith("Error creating gradient and aspect grids");
   if (surfaceRasters(dem.elev, static_cast<float>(dem.len_scale), rasters) != kSuccess)
     stopWith("Error creating gradient and aspect grids");
-  if (run.makeGradient && run.saveGradient) saveBesideDEM(run, dem.grad, "grad_", "Error writing gradient raster");
-  if (run.makeAspect && run.saveAspect) saveBesideDEM(run, dem.aspect, "aspect_", "Error writing aspect raster");
+  if (run.makeGradient && run.saveGradient)
+    saveBesideDEM(run, dem.grad, "grad_", "Error writing gradient raster");
+  if (run.makeAspect && run.saveAspect)
+    saveBesideDEM(run, dem.aspect, "aspect_", "Error writing aspect raster");
 }
 
 void prepareContourLength(RunState& run) {
@@ -189,9 +213,14 @@ void prepareContourLength(RunState& run) {
     dem.calcBcon(0.5F * static_cast<float>(dem.len_scale), &dem.aspect);
     if (dem.bcon.status != kSuccess) stopWith("Error calculating bcon grid");
     if (run.saveBcon) saveBesideDEM(run, dem.bcon, "bcon_", "Error writing bcon");
-  } else if (!readInput(run, dem.bcon, run.bconName, "Bcon")) {
-    stopWith("Error reading Bcon raster", run.bconName);
+    return;
   }
+  putMessage("Reading Bcon raster");
+  putMessage("  " + run.bconName);
+  const MatchTexts mismatch{.routine = "readInputs",
+                            .message = "Bcon raster: its size or extent is not the DEM's"};
+  if (readRaster(dem.bcon, run.bconName) != kSuccess || !matchesDEM(dem, dem.bcon, run.bconName, mismatch))
+    stopWith("Error reading Bcon raster", run.bconName);
 }
 
 /// From the instruction file to grids that are ready for the walks.
@@ -200,10 +229,10 @@ void prepare(RunState& run, const std::optional<std::string>& instructionFile) {
   readInstructions(run);
   openLog(run);
   if (run.outputName.empty()) stopWith("Output raster not specified");
+  run.lengthTag = freeText(truncateTo<int64_t>(run.DEM.len_scale));
   checkOutput(run);
   printDEM(run.DEM);
   readInputs(run);
-  run.lengthTag = freeText(truncateTo<int64_t>(run.DEM.len_scale));
   makeSurface(run);
   prepareContourLength(run);
   DestroyGrid(run.DEM.elev);
@@ -238,10 +267,13 @@ bool carryOutRun(RunState& run, const std::optional<std::string>& instructionFil
   startClock(run);
   prepare(run, instructionFile);
   const double startedAt = platform::cpuSeconds();  // setup is no part of the time that is told
-  const AccumulationGrids grids{.grad = run.DEM.grad, .aspect = run.DEM.aspect, .bcon = run.DEM.bcon, .accum = run.accum};
-  if (accumulateCells(run.walk, grids, run.DEM, &run.programInfo) != kSuccess) stopWith("Error calculating accumulation");
+  const AccumulationGrids grids{
+      .grad = run.DEM.grad, .aspect = run.DEM.aspect, .bcon = run.DEM.bcon, .accum = run.accum};
+  if (accumulateCells(run.walk, grids, run.DEM, &run.programInfo) != kSuccess)
+    stopWith("Error calculating accumulation");
   const bool written = writeOutput(run, startedAt);
-  for (R4Grid_type* grid : {&run.DEM.grad, &run.DEM.aspect, &run.DEM.bcon, &run.accum}) grid->releaseStorage();
+  for (R4Grid_type* grid : {&run.DEM.grad, &run.DEM.aspect, &run.DEM.bcon, &run.accum})
+    grid->releaseStorage();
   return written;
 }
 

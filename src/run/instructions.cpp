@@ -42,7 +42,8 @@ std::string askForName() {
 std::string pointedName() {
   if (!platform::fileExists(kPointerFile)) stopWith("Cannot find test.txt file");
   const int32_t unit = units().freeUnit();
-  if (units().openText(unit, kPointerFile, platform::Open::read) != kIoOk) stopWith("Cannot open test.txt file");
+  if (units().openText(unit, kPointerFile, platform::Open::read) != kIoOk)
+    stopWith("Cannot open test.txt file");
   std::string line;
   std::string name;
   const bool read = units().text(unit)->readLine(line) && firstField(line, name);
@@ -51,20 +52,27 @@ std::string pointedName() {
   return std::string(cut(name, kNameLength));
 }
 
-/// The value of a line: what stands behind an "=" in its first argument. A value in quotes is taken
-/// whole, without them. Names that would be cut are no names.
+/// The text without the quotes that it may stand in.
+std::string unquoted(std::string_view text) {
+  text = stripped(text);
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+    text = stripped(text.substr(1, text.size() - 2));
+  return std::string(text);
+}
+
+/// The value of a line: what stands behind an "=" in its first argument. A value in quotes is taken whole,
+/// without them. Names that would be cut are no names.
 std::optional<std::string> valueOf(const LogicalLine& line) {
-  if (line.arguments.empty()) return std::string();
+  if (line.arguments.empty() || line.arguments.front().empty()) return std::string();
   const std::string& argument = line.arguments.front();
   if (argument.size() > kNameLength) return std::nullopt;
-  if (argument.size() >= 2 && argument.front() == '"' && argument.back() == '"')
-    return std::string(stripped(std::string_view(argument).substr(1, argument.size() - 2)));
-  return std::string(stripped(splitArgument(argument).value));
+  return unquoted(argument.front() == '"' ? argument : splitArgument(argument).value);
 }
 
 bool carryOut(RunState& run, const Keyword& keyword, const LogicalLine& line) {
   KeywordFailure failure;
-  const auto value = valueOf(line);
+  // What stands behind a switch does not matter.
+  const auto value = keyword.value.empty() ? std::optional<std::string>(std::string()) : valueOf(line);
   if (value && keyword.act(run, *value, failure)) return true;
   Report report;
   report.message1 = failure.message.empty() ? keyword.failure : std::string_view(failure.message);

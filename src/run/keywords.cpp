@@ -14,9 +14,11 @@ namespace {
 
 /// A finite number of at least `least`, or the variable stays as it was.
 template <class Number>
-bool takeNumber(const std::string& value, Number& variable, Number least = std::numeric_limits<Number>::lowest()) {
+bool takeNumber(const std::string& value, Number& variable,
+                Number least = std::numeric_limits<Number>::lowest()) {
   Number read = variable;
-  if (!readFree(value, read) || !std::isfinite(read) || read < least) return false;
+  if (FreeFormatReader(value).next(read) != Field::value || !std::isfinite(read) || read < least)
+    return false;
   variable = read;
   return true;
 }
@@ -92,13 +94,14 @@ bool setSaveAspect(RunState& run, const std::string&, KeywordFailure&) { return 
 bool setSaveBcon(RunState& run, const std::string&, KeywordFailure&) { return run.saveBcon = true; }
 
 constexpr std::array kKeywords{
-    Keyword{"DEM", "raster", "", "required", "Elevations in metres. The name, as of every raster, with or without .flt.",
-            "Error finding DEM", takeDEM},
+    Keyword{"DEM", "raster", "", "required",
+            "Elevations in metres. The name, as of every raster, with or without .flt.", "Error finding DEM",
+            takeDEM},
     Keyword{"INPUT ASPECT RASTER", "raster", "", "computed from the DEM",
             "Aspect in radians clockwise from north, pointing downslope; negative where there is none.",
             "Cannot find INPUT ASPECT RASTER", takeAspect},
-    Keyword{"INPUT GRADIENT RASTER", "raster", "", "computed from the DEM", "Tangent of the slope. Used by time only.",
-            "Cannot find INPUT GRADIENT RASTER", takeGradient},
+    Keyword{"INPUT GRADIENT RASTER", "raster", "", "computed from the DEM",
+            "Tangent of the slope. Used by time only.", "Cannot find INPUT GRADIENT RASTER", takeGradient},
     Keyword{"INPUT BCON RASTER", "raster", "", "computed from aspect",
             "Length of contour that a cell's flow crosses, in cell widths. Used with SPECIFIC only.",
             "Cannot find INPUT BCON RASTER", takeBcon},
@@ -112,7 +115,8 @@ constexpr std::array kKeywords{
             "Error reading DURATION", takeDuration},
     Keyword{"CONDUCTIVITY", "number", "m/hour", "0", "Saturated hydraulic conductivity, not negative.",
             "Error reading CONDUCTIVITY", takeConductivity},
-    Keyword{"SPECIFIC", "", "", "off", "Divide the contributing area by the contour length.", "", setSpecific},
+    Keyword{"SPECIFIC", "", "", "off", "Divide the contributing area by the contour length.", "",
+            setSpecific},
     Keyword{"MAX DISTANCE", "number", "m", "none",
             "Horizontal flow distance: limits the walks by distance, in place of DURATION and CONDUCTIVITY.",
             "Error reading MAX DISTANCE", takeMaxDistance},
@@ -120,12 +124,12 @@ constexpr std::array kKeywords{
             "Error reading OUTPUT RASTER", takeOutput},
     Keyword{"OUTPUT ACCUMULATION RASTER", "raster", "", "", "The same as OUTPUT RASTER.",
             "Error reading OUTPUT ACCUMULATION RASTER", takeOutput},
-    Keyword{"OUTPUT GRAD RASTER", "", "", "off", "Save the computed gradient beside the DEM, as grad_<length>_<id>.", "",
-            setSaveGradient},
-    Keyword{"OUTPUT ASPECT RASTER", "", "", "off", "Save the computed aspect beside the DEM, as aspect_<length>_<id>.",
-            "", setSaveAspect},
-    Keyword{"OUTPUT BCON RASTER", "", "", "off", "Save the computed contour length beside the DEM, as bcon_<length>_<id>.",
-            "", setSaveBcon},
+    Keyword{"OUTPUT GRAD RASTER", "", "", "off",
+            "Save the computed gradient beside the DEM, as grad_<length>_<id>.", "", setSaveGradient},
+    Keyword{"OUTPUT ASPECT RASTER", "", "", "off",
+            "Save the computed aspect beside the DEM, as aspect_<length>_<id>.", "", setSaveAspect},
+    Keyword{"OUTPUT BCON RASTER", "", "", "off",
+            "Save the computed contour length beside the DEM, as bcon_<length>_<id>.", "", setSaveBcon},
 };
 
 }  // namespace

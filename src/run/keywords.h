@@ -19,9 +19,9 @@ using KeywordAction = bool (*)(RunState& run, const std::string& value, KeywordF
 
 struct Keyword {
   std::string_view name;
-  std::string_view value;    ///< what stands behind the colon; blank for a switch
-  std::string_view unit;     ///< of a number, else blank
-  std::string_view standard; ///< what holds without the keyword
+  std::string_view value;     ///< what stands behind the colon; blank for a switch
+  std::string_view unit;      ///< of a number, else blank
+  std::string_view standard;  ///< what holds without the keyword
   std::string_view meaning;
   std::string_view failure;  ///< message where the value is missing or cannot be used
   KeywordAction act;

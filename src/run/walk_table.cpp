@@ -44,6 +44,12 @@ WalkCell walkCell(const WalkValues& values, float gradient, float aspect, int64_
   return cell;
 }
 
+/// A row that cannot be read must not become a row of the result.
+int readRow(R4Grid_type& grid, int32_t row, std::span<float> out) {
+  if (grid.readRow(row, out) == kIoOk) return kSuccess;
+  return reportError({.routine = kTag, .code = kReadError, .file = grid.scratchFile});
+}
+
 float withoutNaN(float value) { return std::isnan(value) ? kNodata : value; }
 
 }  // namespace
@@ -69,7 +75,8 @@ int WalkTable::openScratch() {
 }
 
 int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage) {
-  constexpr int32_t kMostCols = std::numeric_limits<int32_t>::max() - 4;  // a step down is two rows' ends more
+  constexpr int32_t kMostCols =
+      std::numeric_limits<int32_t>::max() - 4;  // a step down is two rows' ends more
   cols_ = aspect.cols();
   rows_ = aspect.rows();
   if (cols_ > kMostCols) return reportError({.routine = kTag, .message1 = "Too many columns for the walks"});
@@ -95,11 +102,12 @@ int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& as
   for (int32_t r = 0; r <= rows_ + 1; ++r) {
     std::ranges::fill(row, WalkCell{});
     if (r >= 1 && r <= rows_) {
-      aspect.ExtractR4row(aspects, r);
-      if (values.byTime) grad.ExtractR4row(gradients, r);
+      if (readRow(aspect, r, aspects) != kSuccess) return kFailure;
+      if (values.byTime && readRow(grad, r, gradients) != kSuccess) return kFailure;
       for (std::size_t c = 0; c < cols; ++c) {
         WalkCell& cell = row[c + 1];
-        cell = walkCell(values, withoutNaN(gradients[c]), withoutNaN(aspects[c]), static_cast<int64_t>(width));
+        cell =
+            walkCell(values, withoutNaN(gradients[c]), withoutNaN(aspects[c]), static_cast<int64_t>(width));
         shortestStep_ = std::min({shortestStep_, cell.step[0], cell.step[1]});
       }
     }
@@ -126,7 +134,8 @@ WalkCell& WalkTable::onDisk(std::int64_t index) {
 void WalkTable::totals(int32_t row, std::span<float> out) {
   for (int32_t col = 1; col <= cols_; ++col) {
     const std::int64_t at = index(col, row);
-    out[static_cast<std::size_t>(col - 1)] = memory_ != nullptr ? memory_[static_cast<std::size_t>(at)].total : onDisk(at).total;
+    out[static_cast<std::size_t>(col - 1)] =
+        memory_ != nullptr ? memory_[static_cast<std::size_t>(at)].total : onDisk(at).total;
   }
 }
 

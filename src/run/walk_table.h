@@ -24,9 +24,9 @@ struct WalkValues {
   bool byTime = false;
   bool byDistance = false;
   bool specific = false;
-  float duration = 0.0F;         ///< hours
-  float conductivity = 0.0F;     ///< saturated hydraulic conductivity, metres per hour
-  float maxDistance = kNodata;   ///< horizontal, metres
+  float duration = 0.0F;                ///< hours
+  float conductivity = 0.0F;            ///< saturated hydraulic conductivity, metres per hour
+  float maxDistance = kNodata;          ///< horizontal, metres
   std::array<float, 9> cellDistance{};  ///< metres of a step in direction k, from 1
 };
 

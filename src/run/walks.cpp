@@ -29,7 +29,8 @@ class PendingStack {
   void clear() { top_ = store_.data(); }
   [[nodiscard]] bool empty() const { return top_ == store_.data(); }
   void push(const Pending& entry) {
-    if (top_ == store_.data() + store_.size()) [[unlikely]] grow();
+    if (top_ == store_.data() + store_.size()) [[unlikely]]
+      grow();
     *top_++ = entry;
   }
   Pending pop() { return *--top_; }
@@ -150,8 +151,10 @@ class Walker {
 
  private:
   [[nodiscard]] bool goesOn(float reach, float spent) const {
-    if constexpr (Guarded) return reach <= limit_.deepest() && reach > spent;
-    else return reach <= limit_.deepest();
+    if constexpr (Guarded)
+      return reach <= limit_.deepest() && reach > spent;
+    else
+      return reach <= limit_.deepest();
   }
   [[nodiscard]] float last(float share, float spent, float step, float reach) const {
     if constexpr (Guarded)
@@ -197,16 +200,22 @@ void Walks::withWalker(Use use) {
     using Limit = decltype(bound);
     if (table_.memory() != nullptr) {
       const MemoryCells cells{table_.memory()};
-      if (guarded) run(Walker<Limit, MemoryCells, true>(bound, cells));
-      else run(Walker<Limit, MemoryCells, false>(bound, cells));
+      if (guarded)
+        run(Walker<Limit, MemoryCells, true>(bound, cells));
+      else
+        run(Walker<Limit, MemoryCells, false>(bound, cells));
     } else {
       const DiskCells cells{&table_};
-      if (guarded) run(Walker<Limit, DiskCells, true>(bound, cells));
-      else run(Walker<Limit, DiskCells, false>(bound, cells));
+      if (guarded)
+        run(Walker<Limit, DiskCells, true>(bound, cells));
+      else
+        run(Walker<Limit, DiskCells, false>(bound, cells));
     }
   };
-  if (values_.byTime) overCells(TimeLimit{values_.duration});
-  else overCells(DistanceLimit{values_.maxDistance, lastReachFor(values_.maxDistance, values_.cellDistance[1])});
+  if (values_.byTime)
+    overCells(TimeLimit{values_.duration});
+  else
+    overCells(DistanceLimit{values_.maxDistance, lastReachFor(values_.maxDistance, values_.cellDistance[1])});
 }
 
 void Walks::walkAll() {
@@ -215,7 +224,8 @@ void Walks::walkAll() {
       const std::int64_t rowStart = table_.index(0, row);
       for (int32_t col = 1; col <= table_.cols(); ++col) {
         if (!walker.startsAt(rowStart + col)) continue;
-        if (values_.byTime) walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
+        if (values_.byTime)
+          walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
         walker.goOn(rowStart + col, 1.0F, 0.0F);
       }
     }

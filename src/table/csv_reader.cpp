@@ -241,7 +241,7 @@ bool openFile(std::string_view path, int32_t unit) {
   return false;
 }
 
-int readFile(DataTableType& table, std::string_view path, bool headerOnly) {
+int readFile(DataTableType& table, std::string_view path, DelimitedPart part) {
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
   if (!openFile(path, unit)) return fail(path, "NewInputFile failed for " + std::string(path));
@@ -251,17 +251,17 @@ int readFile(DataTableType& table, std::string_view path, bool headerOnly) {
   if (readHeading(lines, heading) != kSuccess || surveyColumns(lines, heading) != kSuccess ||
       addColumns(table, lines, heading, targets) != kSuccess)
     return kFailure;
-  return headerOnly ? kSuccess : readRecords(lines, targets, heading.numRecords);
+  return part == DelimitedPart::columnsOnly ? kSuccess : readRecords(lines, targets, heading.numRecords);
 }
 
 }  // namespace
 
-int readDelimited(DataTableType& table, std::string_view path, bool headerOnly) {
+int readDelimited(DataTableType& table, std::string_view path, DelimitedPart part) {
   table.clear();
   Attempt attempt{table.status};
   int result = kFailure;
   try {
-    result = readFile(table, trimmed(path), headerOnly);
+    result = readFile(table, trimmed(path), part);
   } catch (const std::bad_alloc&) {
     reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "lines"});
   } catch (const std::length_error&) {

@@ -104,7 +104,8 @@ using ElementOf = typename Element<Column>::type;
 /// Keeps the records of an ascending list: no value stands before its new place, so they move in place.
 template <class T>
 void keepValues(std::vector<T>& column, std::span<const int64_t> records) {
-  for (std::size_t i = 0; i < records.size(); ++i) column[i] = column[static_cast<std::size_t>(records[i]) - 1];
+  for (std::size_t i = 0; i < records.size(); ++i)
+    column[i] = column[static_cast<std::size_t>(records[i]) - 1];
   column.resize(records.size());
 }
 void keepValues(TextColumn& column, std::span<const int64_t> records) { column.keep(records); }
@@ -168,11 +169,13 @@ int DataTableType::AddField(std::span<const AttributeType> newFields, const AddF
   field = std::move(kept);
   nfields = static_cast<int32_t>(field.size());
   if (id == nullptr && !idKey.empty()) {
-    const auto heir = std::find_if(newFields.begin(), newFields.end(),
-                                   [&](const AttributeType& attribute) { return replacementKey(attribute) == idKey; });
+    const auto heir = std::find_if(newFields.begin(), newFields.end(), [&](const AttributeType& attribute) {
+      return replacementKey(attribute) == idKey;
+    });
     IDfield = static_cast<int32_t>(numKept + static_cast<std::size_t>(heir - newFields.begin())) + 1;
   } else if (id != nullptr) {
-    const auto here = std::find_if(field.begin(), field.end(), [&](const auto& content) { return content.get() == id; });
+    const auto here =
+        std::find_if(field.begin(), field.end(), [&](const auto& content) { return content.get() == id; });
     IDfield = static_cast<int32_t>(here - field.begin()) + 1;
   }
   return attempt.succeed();
@@ -181,7 +184,8 @@ int DataTableType::AddField(std::span<const AttributeType> newFields, const AddF
 int DataTableType::GetAttributeList(std::vector<AttributeType>& list) {
   Attempt attempt{status};
   if (!tryAllocate(list, field.size()))
-    return reportError({.routine = "GetAttributeList in DataTableModule", .code = kCannotAllocate, .text = "list"});
+    return reportError(
+        {.routine = "GetAttributeList in DataTableModule", .code = kCannotAllocate, .text = "list"});
   for (std::size_t i = 0; i < field.size(); ++i) list[i] = attributeOf(*field[i]);
   return attempt.succeed();
 }
@@ -198,7 +202,7 @@ int DataTableType::ApplyAttributeList(std::vector<AttributeType>& list, const Ap
   for (const AttributeType& entry : list)
     for (const auto& content : field)
       if (entry.name == content->name.trimmed())
-        content->name = std::string_view(std::string(trimmed(cut(content->name.trimmed(), 9))) + "1");
+        content->name = std::string_view(std::string(cut(content->name.trimmed(), 9)) + "1");
   const int32_t numOld = nfields;
   const auto numEntries = static_cast<int32_t>(list.size());
   if (!list.empty() && AddField(list) != kSuccess) return kFailure;
@@ -245,8 +249,10 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
     bool done = true;
     visitColumn(*content, [&](auto& column) {
       if (column.empty()) return;
-      if (ascending) keepValues(column, records);
-      else done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
+      if (ascending)
+        keepValues(column, records);
+      else
+        done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
     });
     if (!done) return reportError({.routine = tag, .code = kCannotAllocate, .text = content->name.trimmed()});
     if (!ascending) taken.push_back(std::move(copy));
@@ -268,9 +274,13 @@ int NewDataTable(DataTableType& table, const NewTableOptions& options) {
   const std::string_view path = trimmed(*options.filePath);
   const std::string_view type = path.substr(path.size() - std::min<std::size_t>(path.size(), 3));
   int result = kFailure;
-  if (type == "dbf") result = readDbf(table, path, {.headerOnly = options.headerOnly});
-  else if (type == "csv") result = readDelimited(table, path, options.headerOnly);
-  else return fail(kNewTag, "Unknown file type: " + std::string(type));
+  if (type == "dbf")
+    result = readDbf(table, path, {.headerOnly = options.headerOnly});
+  else if (type == "csv")
+    result =
+        readDelimited(table, path, options.headerOnly ? DelimitedPart::columnsOnly : DelimitedPart::whole);
+  else
+    return fail(kNewTag, "Unknown file type: " + std::string(type));
   return result == kSuccess ? attempt.succeed() : kFailure;
 }
 

@@ -53,18 +53,19 @@ struct CalendarDate {
   int32_t year = 1900, month = 1, day = 1;
 };
 struct DbfWriteOptions {
-  bool isFlag = false;   ///< only records whose flag is set (point, line and polygon tables)
-  bool shpOnly = false;  ///< only fields with `shpFlag`
-  bool csvOnly = false;  ///< only fields with `csvFlag`
+  bool isFlag = false;                 ///< only records whose flag is set (point, line and polygon tables)
+  bool shpOnly = false;                ///< only fields with `shpFlag`
+  bool csvOnly = false;                ///< only fields with `csvFlag`
   std::optional<int32_t> nodataOut{};  ///< written for negative values that are whole multiples of 9
-  std::optional<std::span<const int64_t>> recIndex{};  ///< these records (from 1), in this order; may be empty
+  std::optional<std::span<const int64_t>>
+      recIndex{};                      ///< these records (from 1), in this order; may be empty
   bool allFields = false;              ///< first sets `outFlag` and `shpFlag` of all fields
   std::optional<CalendarDate> date{};  ///< of writing, in the header; absent: today
 };
 struct CsvWriteOptions {
   std::optional<int32_t> nodataOut{};  ///< as in DbfWriteOptions
-  bool csvOnly = false;  ///< only fields with `csvFlag`
-  bool isFlag = false;   ///< only records whose flag is set; tables without flags write all
+  bool csvOnly = false;                ///< only fields with `csvFlag`
+  bool isFlag = false;                 ///< only records whose flag is set; tables without flags write all
 };
 
 class DataTableType {
@@ -75,14 +76,14 @@ class DataTableType {
   DataTableType& operator=(const DataTableType&) = delete;
 
   int32_t status = 0;
-  int32_t IDfield = 0;      ///< number of the field that identifies a record; 0 or less: none
-  int32_t nfields = 0;      ///< always the size of `field`
+  int32_t IDfield = 0;  ///< number of the field that identifies a record; 0 or less: none
+  int32_t nfields = 0;  ///< always the size of `field`
   std::vector<std::unique_ptr<FieldContent>> field{};  ///< field n stands at n - 1
-  int32_t dbfUnit = 0;      ///< open file of a table read in header-only mode; closed with the table
+  int32_t dbfUnit = 0;          ///< open file of a table read in header-only mode; closed with the table
   int32_t dbfRecordLength = 0;  ///< bytes of a record in the file, delete flag included
   int64_t dbfPosition = 0;      ///< position, from 1, of the next record of the file
   int64_t numRecords = 0;
-  std::string codePage{};       ///< name of the texts' encoding, as the file beside the table gives it
+  std::string codePage{};  ///< name of the texts' encoding, as the file beside the table gives it
 
   [[nodiscard]] int64_t NumRecords() const { return numRecords; }
   [[nodiscard]] int32_t NumFields() const { return nfields; }
@@ -100,7 +101,8 @@ class DataTableType {
   int GetAttributeList(std::vector<AttributeType>& list);
   [[nodiscard]] std::string FieldName(int32_t fieldNum) const;  ///< trimmed; blank if out of range
   /// By `name`, then `outName`, of each field in turn; with `outputOnly` present only fields with `outFlag`.
-  [[nodiscard]] int32_t FieldNumber(std::string_view name, std::optional<bool> outputOnly = std::nullopt) const;
+  [[nodiscard]] int32_t FieldNumber(std::string_view name,
+                                    std::optional<bool> outputOnly = std::nullopt) const;
   [[nodiscard]] FixedText<2> FieldType(const FieldChoice& which);
   [[nodiscard]] int32_t FieldLength(std::string_view name) const;
   [[nodiscard]] int32_t FieldDecimals(std::string_view name) const;
@@ -174,7 +176,9 @@ struct NewTableOptions {
 /// Fills `table`: from a file, or empty columns from a list, or nothing. What it held before goes.
 int NewDataTable(DataTableType& table, const NewTableOptions& options = {});
 
+/// How much of a delimited text file is read.
+enum class DelimitedPart { whole, columnsOnly };
 /// The "csv" branch of `NewDataTable`, into a cleared table. Its place is with `WriteCSV`.
-int readDelimited(DataTableType& table, std::string_view path, bool headerOnly);
+int readDelimited(DataTableType& table, std::string_view path, DelimitedPart part);
 
 }  // namespace terrain

@@ -15,9 +15,9 @@
 namespace terrain {
 
 struct DbfField {
-  std::string name{};     ///< at most 10 bytes
-  char letter = ' ';      ///< "C", "N", "F", "D", ...
-  int32_t length = 0;     ///< bytes in a record
+  std::string name{};  ///< at most 10 bytes
+  char letter = ' ';   ///< "C", "N", "F", "D", ...
+  int32_t length = 0;  ///< bytes in a record
   int32_t decimals = 0;
   FixedText<2> dataType = "U ";  ///< type of the column; the letter where no type fits
 };

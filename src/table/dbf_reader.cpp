@@ -113,8 +113,10 @@ Reading readNumber(std::string_view slice, T& value) {
     value = static_cast<T>(-9999);
     return Reading::value;
   }
-  if (const Field field = FreeFormatReader(slice).next(value); field == Field::value) return Reading::value;
-  else if (field == Field::null) return Reading::keep;
+  if (const Field field = FreeFormatReader(slice).next(value); field == Field::value)
+    return Reading::value;
+  else if (field == Field::null)
+    return Reading::keep;
   if constexpr (std::is_integral_v<T>)
     if (wholeNumber(token, value)) return Reading::value;
   return Reading::bad;
@@ -141,7 +143,8 @@ struct Unread {
 };
 
 template <class T>
-void decode(const Slices& slices, std::size_t first, std::size_t end, std::vector<T>& column, Unread& unread) {
+void decode(const Slices& slices, std::size_t first, std::size_t end, std::vector<T>& column,
+            Unread& unread) {
   for (std::size_t r = first; r < end; ++r) {
     if (readNumber(slices[r], column[r]) != Reading::bad) continue;
     if (unread.count++ > 0) continue;
@@ -186,8 +189,8 @@ int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_vie
   if (!stored) return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
   for (std::size_t f = 0; f < unread.size(); ++f) {
     if (unread[f].count == 0) continue;
-    putMessage("NonFatal ERROR dbf record " + freeText(unread[f].firstRecord) + ", " + header.fields[f].name + ": " +
-               unread[f].firstText);
+    putMessage("NonFatal ERROR dbf record " + freeText(unread[f].firstRecord) + ", " + header.fields[f].name +
+               ": " + unread[f].firstText);
     if (unread[f].count > 1)
       putMessage("  Records with unreadable numbers in " + header.fields[f].name + ": ", unread[f].count);
   }
@@ -208,15 +211,18 @@ std::vector<AttributeType> attributesOf(const DbfHeader& header) {
     attribute.length = field.length;
     attribute.decimals = field.decimals;
     attribute.dataType = field.dataType;
-    attribute.outFlag = attribute.shpFlag = attribute.csvFlag = kindOf(field.dataType.padded()) != FieldKind::unknown;
+    attribute.outFlag = attribute.shpFlag = attribute.csvFlag =
+        kindOf(field.dataType.padded()) != FieldKind::unknown;
   }
   return list;
 }
 
 /// The first bytes of the file, from the file opened on `dbfUnit`.
-IoCode openHeader(DataTableType& table, std::string_view path, std::size_t length, std::vector<std::byte>& bytes) {
+IoCode openHeader(DataTableType& table, std::string_view path, std::size_t length,
+                  std::vector<std::byte>& bytes) {
   const int32_t unit = freeUnit();
-  if (const IoCode code = units().openRecords(unit, path, platform::Open::read, 1); code != kIoOk) return code;
+  if (const IoCode code = units().openRecords(unit, path, platform::Open::read, 1); code != kIoOk)
+    return code;
   table.dbfUnit = unit;
   bytes.resize(length);
   return units().records(unit)->readBytes(0, bytes);
@@ -225,10 +231,11 @@ IoCode openHeader(DataTableType& table, std::string_view path, std::size_t lengt
 /// The name of the encoding, kept as the file beside the table has it.
 std::string codePageBeside(std::string_view path) {
   constexpr std::uint64_t kLongest = 256;
-  const std::string name = std::string(path.substr(0, path.size() - std::min<std::size_t>(path.size(), 3))) + "cpg";
+  const std::string name =
+      std::string(path.substr(0, path.size() - std::min<std::size_t>(path.size(), 3))) + "cpg";
   platform::File file;
-  if (!path.ends_with("dbf") || !platform::fileExists(name) || file.open(name, platform::Open::read) != kIoOk ||
-      file.size() > kLongest)
+  if (!path.ends_with("dbf") || !platform::fileExists(name) ||
+      file.open(name, platform::Open::read) != kIoOk || file.size() > kLongest)
     return {};
   std::vector<std::byte> bytes(static_cast<std::size_t>(file.size()));
   return file.readAt(0, bytes) == kIoOk ? std::string(ByteReader(bytes).text(bytes.size())) : std::string();
@@ -236,7 +243,8 @@ std::string codePageBeside(std::string_view path) {
 
 }  // namespace
 
-bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, DbfHeader& header, std::string& fault) {
+bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, DbfHeader& header,
+                    std::string& fault) {
   header = {};
   const auto refuse = [&fault](std::string text) {
     fault = std::move(text);
@@ -266,7 +274,8 @@ bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, Db
     read.wordLength = read.byteLength + 256 * read.decimals;
   }
   if (!settleLengths(raw, header))
-    return refuse("dbf record length " + freeText(static_cast<int32_t>(header.recordLength)) + " is below its fields");
+    return refuse("dbf record length " + freeText(static_cast<int32_t>(header.recordLength)) +
+                  " is below its fields");
   const std::uint64_t records = (fileSize - length) / header.recordLength;
   const bool emptyTable = length < front.size() && front[length] == kEndOfFile;
   header.numRecords = count == 0 && !emptyTable ? static_cast<int64_t>(records) : static_cast<int64_t>(count);
@@ -279,17 +288,16 @@ bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, Db
 int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options) {
   table.clear();
   Attempt attempt{table.status};
-  platform::File file;
-  if (file.open(path, platform::Open::read) != kIoOk)
-    return reportError({.routine = kTag, .code = kCannotOpenToRead, .file = path});
-  const std::uint64_t size = file.size();
-  file.close();
+  const int64_t found = fsize(trimmed(path));  // tells what is wrong with the file
+  const auto size = static_cast<std::uint64_t>(std::max<int64_t>(found, 0));
   if (size < 1) return fail(path, "fsize returned zero file length for " + std::string(trimmed(path)));
 
   std::vector<std::byte> bytes;
-  const IoCode code = options.headerOnly
-                          ? openHeader(table, path, static_cast<std::size_t>(std::min<std::uint64_t>(size, kFrontBytes + 1)), bytes)
-                          : readWholeFile(path, bytes);
+  const IoCode code =
+      options.headerOnly
+          ? openHeader(table, path, static_cast<std::size_t>(std::min<std::uint64_t>(size, kFrontBytes + 1)),
+                       bytes)
+          : readWholeFile(path, bytes);
   const auto giveUp = [&table](int result) {
     table.clear();
     return result;

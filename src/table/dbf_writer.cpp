@@ -25,15 +25,18 @@ constexpr int64_t kLongest = 65535;  // of header and record, whose lengths stan
 constexpr int64_t kLongestNumber = 255;
 constexpr uint64_t kLargestBlock = 199999999;
 
-int fail(std::string_view message) { return reportError({.routine = kTag, .code = kOwnWords, .message1 = message}); }
+int fail(std::string_view message) {
+  return reportError({.routine = kTag, .code = kOwnWords, .message1 = message});
+}
 
 /// One written field.
 struct Column {
   FieldContent* content;
-  std::string name;      ///< as it stands in the file
+  std::string name;  ///< as it stands in the file
   std::size_t length;
-  std::size_t start;     ///< behind the delete flag
-  int64_t lost = 0;      ///< values for which there is no number
+  std::size_t start;        ///< behind the delete flag
+  int64_t lost = 0;         ///< values for which there is no number
+  int64_t substituted = 0;  ///< values too large for 25 characters
 };
 
 // ---- which fields, under which names ----
@@ -47,7 +50,8 @@ std::string fileName(const FieldContent& content) {
   std::size_t end = name.size();
   while (end > 0 && !isPrintable(name[end - 1])) --end;
   name.resize(end);
-  std::replace_if(name.begin(), name.end(), [](char c) { return c == ' ' || c == '\0'; }, '_');
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return c == ' ' || c == '\0'; }, '_');
   return name;
 }
 
@@ -67,7 +71,8 @@ void makeNamesUnique(std::vector<Column>& columns) {
     } while (taken.contains(name));
     taken.insert(name);
     given.insert(name);
-    putMessage("Field " + std::string(trimmed(column.content->outName.padded())) + " is written to the dbf file as " + name);
+    putMessage("Field " + std::string(trimmed(column.content->outName.padded())) +
+               " is written to the dbf file as " + name);
     column.name = name;
   }
 }
@@ -87,7 +92,8 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
   std::size_t start = 0;
   for (std::size_t f = 0; f < lengths.size(); ++f) {
     FieldContent& content = *table.field[f];
-    if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag)) continue;
+    if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag))
+      continue;
     std::size_t held = 0;
     const bool known = visitColumn(content, [&held](const auto& column) { held = column.size(); });
     if (!known) continue;
@@ -111,15 +117,19 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
 // ---- which records ----
 
 int chooseRecords(DataTableType& table, const DbfWriteOptions& options, std::vector<int64_t>& records) {
-  const auto noMemory = [] { return reportError({.routine = kTag, .code = kCannotAllocate, .text = "recIndex"}); };
+  const auto noMemory = [] {
+    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "recIndex"});
+  };
   if (options.recIndex) {
     for (const int64_t record : *options.recIndex)
-      if (record < 1 || record > table.numRecords) return fail("Record number out of range: " + freeText(record));
+      if (record < 1 || record > table.numRecords)
+        return fail("Record number out of range: " + freeText(record));
     if (!tryAllocate(records, options.recIndex->size())) return noMemory();
     std::copy(options.recIndex->begin(), options.recIndex->end(), records.begin());
   } else {
     if (options.isFlag && !table.hasRecordFlags()) return fail("Unknown shapefile type");
-    if (!tryAllocate(records, static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0)))) return noMemory();
+    if (!tryAllocate(records, static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0))))
+      return noMemory();
     std::iota(records.begin(), records.end(), int64_t{1});
     if (options.isFlag)
       std::erase_if(records, [&table](int64_t record) {
@@ -136,7 +146,8 @@ int chooseRecords(DataTableType& table, const DbfWriteOptions& options, std::vec
 /// Writes records into the image of the file.
 class RecordWriter {
  public:
-  RecordWriter(std::span<std::byte> image, std::size_t first, std::size_t recordLength, std::optional<int32_t> nodataOut)
+  RecordWriter(std::span<std::byte> image, std::size_t first, std::size_t recordLength,
+               std::optional<int32_t> nodataOut)
       : image_(image), first_(first), recordLength_(recordLength), nodataOut_(nodataOut) {}
 
   /// One field of the records listed, the first of which has the place `place` in the file.
@@ -157,16 +168,19 @@ class RecordWriter {
     return kSuccess;
   }
   template <class T>
-    requires std::is_arithmetic_v<T>
+  requires std::is_arithmetic_v<T>
   int put(T value, Column& column, std::byte* at, int64_t record) {
     if (nodataOut_ && countsAsNodata(value)) value = static_cast<T>(*nodataOut_);
-    if constexpr (std::is_integral_v<T>) text_.set(value);
-    else text_.set(value, column.content->decimals);
+    if constexpr (std::is_integral_v<T>)
+      text_.set(value);
+    else
+      text_.set(value, column.content->decimals);
     if (!text_.isNumber()) {  // the format has no NaN and no infinity: a field of "*" is a missing number
       std::fill_n(at, column.length, std::byte{'*'});
       ++column.lost;
       return kSuccess;
     }
+    if (text_.substituted()) ++column.substituted;
     if (text_.wholeLength() > column.length)
       return fail("Record " + freeText(record) + ": value does not fit field " + column.name + ": " +
                   freeText(value));
@@ -239,21 +253,22 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
   out.little(uint8_t{0x0D});
 }
 
-int writeImage(const std::string& name, std::span<const std::byte> image, const Blocks& blocks, std::size_t recordLength) {
+int writeImage(const std::string& name, std::span<const std::byte> image, const Blocks& blocks) {
   const int32_t unit = freeUnit();
-  IoCode code = units().openRecords(unit, name, platform::Open::replace, static_cast<std::size_t>(blocks.size));
+  IoCode code =
+      units().openRecords(unit, name, platform::Open::replace, static_cast<std::size_t>(blocks.size));
   if (code != kIoOk) {
     reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error opening dbf file"});
     putMessage("Error code:    ", code);
     putMessage("Unit number:   ", unit);
     putMessage("dbfFileSize:   ", static_cast<int64_t>(image.size()));
-    putMessage("dbfRecordSize: ", static_cast<int64_t>(recordLength));
+    putMessage("dbfRecordSize: ", static_cast<int64_t>(blocks.size));
     return kFailure;
   }
   for (uint64_t block = 0; block < blocks.count && code == kIoOk; ++block)
-    code = units().records(unit)->write(static_cast<int64_t>(block) + 1,
-                                        image.subspan(static_cast<std::size_t>(block * blocks.size),
-                                                      static_cast<std::size_t>(blocks.size)));
+    code = units().records(unit)->write(
+        static_cast<int64_t>(block) + 1,
+        image.subspan(static_cast<std::size_t>(block * blocks.size), static_cast<std::size_t>(blocks.size)));
   const IoCode closed = units().close(unit);
   if (code == kIoOk && closed == kIoOk) return kSuccess;
   reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error writing to dbf file"});
@@ -263,8 +278,8 @@ int writeImage(const std::string& name, std::span<const std::byte> image, const 
 
 int writeCodePage(const std::string& name, std::string_view codePage) {
   platform::File file;
-  if (file.open(name, platform::Open::replace) == kIoOk && file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk &&
-      file.close() == kIoOk)
+  if (file.open(name, platform::Open::replace) == kIoOk &&
+      file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk && file.close() == kIoOk)
     return kSuccess;
   return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
 }
@@ -282,8 +297,9 @@ int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions&
   std::vector<Column> columns;
   if (chooseColumns(table, options, columns) != kSuccess) return kFailure;
 
-  const std::size_t recordLength = 1 + std::accumulate(columns.begin(), columns.end(), std::size_t{0},
-                                                       [](std::size_t sum, const Column& c) { return sum + c.length; });
+  const std::size_t recordLength =
+      1 + std::accumulate(columns.begin(), columns.end(), std::size_t{0},
+                          [](std::size_t sum, const Column& c) { return sum + c.length; });
   std::vector<std::byte> header;
   writeHeader(header, columns, records.size(), recordLength, options.date);
   const uint64_t records64 = uint64_t{recordLength} * records.size();
@@ -303,11 +319,16 @@ int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions&
     for (Column& column : columns)
       if (writer.write(column, some, first) != kSuccess) return kFailure;
   }
-  for (const Column& column : columns)
-    if (column.lost > 0) putMessage("Values of " + column.name + " that are no numbers, written as missing: ", column.lost);
+  for (const Column& column : columns) {
+    if (column.lost > 0)
+      putMessage("Values of " + column.name + " that are no numbers, written as missing: ", column.lost);
+    if (column.substituted > 0)
+      putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
+                 column.substituted);
+  }
 
   const std::string stem(trimmed(path));
-  if (writeImage(stem + ".dbf", image, blocks, recordLength - 1) != kSuccess) return kFailure;
+  if (writeImage(stem + ".dbf", image, blocks) != kSuccess) return kFailure;
   if (!table.codePage.empty() && writeCodePage(stem + ".cpg", table.codePage) != kSuccess) return kFailure;
   return attempt.succeed();
 }

@@ -49,7 +49,8 @@ bool TextColumn::set(std::size_t record, std::string_view text) {
   try {
     if (unused_ > characters_.size() / 2 && unused_ > 4096) compact();
     const std::size_t start = characters_.size();
-    characters_.insert(characters_.end(), kept.begin(), kept.begin() + static_cast<std::ptrdiff_t>(text.size()));
+    characters_.insert(characters_.end(), kept.begin(),
+                       kept.begin() + static_cast<std::ptrdiff_t>(text.size()));
     place.start = start & 0xFFFFFFFFFFFFU;
     place.length = text.size() & 0xFFFFU;
   } catch (const std::exception&) {
@@ -73,7 +74,8 @@ void TextColumn::compact() {
 }
 
 void TextColumn::keep(std::span<const int64_t> records) {
-  for (std::size_t i = 0; i < records.size(); ++i) places_[i] = places_[static_cast<std::size_t>(records[i]) - 1];
+  for (std::size_t i = 0; i < records.size(); ++i)
+    places_[i] = places_[static_cast<std::size_t>(records[i]) - 1];
   places_.resize(records.size());
   std::size_t used = 0;
   for (const Place& place : places_) used += place.length;

@@ -49,7 +49,7 @@ class TextColumn {
 
 /// What is known of a column without its values.
 struct FieldDescription {
-  FixedText<2> dataType = "U ";      ///< "I4", "I8", "R4", "R8" or "C "; any other type has no array
+  FixedText<2> dataType = "U ";  ///< "I4", "I8", "R4", "R8" or "C "; any other type has no array
   FixedText<kTextLength> name{};
   FixedText<kTextLength> outName{};  ///< name on output
   int32_t length = 0;                ///< output length in characters
@@ -74,11 +74,16 @@ struct FieldContent : FieldDescription {
 /// Use it for column walks: `for (float& value : columnOf<float>(*field)) ...`
 template <class T>
 auto& columnOf(auto& field) {
-  if constexpr (std::is_same_v<T, int32_t>) return field.I4;
-  else if constexpr (std::is_same_v<T, int64_t>) return field.I8;
-  else if constexpr (std::is_same_v<T, float>) return field.R4;
-  else if constexpr (std::is_same_v<T, double>) return field.R8;
-  else return field.Char;
+  if constexpr (std::is_same_v<T, int32_t>)
+    return field.I4;
+  else if constexpr (std::is_same_v<T, int64_t>)
+    return field.I8;
+  else if constexpr (std::is_same_v<T, float>)
+    return field.R4;
+  else if constexpr (std::is_same_v<T, double>)
+    return field.R8;
+  else
+    return field.Char;
 }
 
 enum class FieldKind { I4, I8, R4, R8, text, unknown };
@@ -90,12 +95,23 @@ enum class FieldKind { I4, I8, R4, R8, text, unknown };
 template <class Field, class F>
 bool visitColumn(Field& field, F&& f) {
   switch (kindOf(field.dataType.padded())) {
-    case FieldKind::I4: f(field.I4); return true;
-    case FieldKind::I8: f(field.I8); return true;
-    case FieldKind::R4: f(field.R4); return true;
-    case FieldKind::R8: f(field.R8); return true;
-    case FieldKind::text: f(field.Char); return true;
-    case FieldKind::unknown: break;
+    case FieldKind::I4:
+      f(field.I4);
+      return true;
+    case FieldKind::I8:
+      f(field.I8);
+      return true;
+    case FieldKind::R4:
+      f(field.R4);
+      return true;
+    case FieldKind::R8:
+      f(field.R8);
+      return true;
+    case FieldKind::text:
+      f(field.Char);
+      return true;
+    case FieldKind::unknown:
+      break;
   }
   return false;
 }

@@ -25,7 +25,8 @@ class NamesInUse {
   explicit NamesInUse(DataTableType& table) : table_(table) {
     for (int32_t n = 1; n <= table.nfields; ++n) {
       const FieldContent& field = *table.fieldAt(n);
-      if (field.outFlag && (field.shpFlag || field.csvFlag)) numbers_[std::string(field.outName.trimmed())].insert(n);
+      if (field.outFlag && (field.shpFlag || field.csvFlag))
+        numbers_[std::string(field.outName.trimmed())].insert(n);
     }
   }
   /// The first field behind `behind` with the output name of field `number`; 0 if there is none.
@@ -70,7 +71,8 @@ FixedText<2> DataTableType::FieldType(const FieldChoice& which) {
     fail(tag, "Missing required argument");
     return "U ";
   }
-  const FieldContent* const content = fieldAt(which.fieldNum ? *which.fieldNum : FieldNumber(*which.fieldName));
+  const FieldContent* const content =
+      fieldAt(which.fieldNum ? *which.fieldNum : FieldNumber(*which.fieldName));
   if (content == nullptr) {
     fail(tag, "Field number out of range");
     return "U ";
@@ -163,8 +165,10 @@ int32_t DataTableType::RecordID(int64_t irec) {
 int DataTableType::SetIDfield(const FieldChoice& which) {
   Attempt attempt{status};
   int32_t number = 0;
-  if (which.fieldNum) number = *which.fieldNum;
-  else if (which.fieldName) number = FieldNumber(*which.fieldName);
+  if (which.fieldNum)
+    number = *which.fieldNum;
+  else if (which.fieldName)
+    number = FieldNumber(*which.fieldName);
   if (fieldAt(number) == nullptr) return fail("SetIDfield in DataTableModule", "Cannot locate field");
   IDfield = number;
   return attempt.succeed();
@@ -179,8 +183,10 @@ void DataTableType::SetOutFlags(std::optional<bool> allFields, std::optional<boo
 int DataTableType::SetOutFlag(bool outFlag, const SetOutFlagOptions& options) {
   constexpr std::string_view tag = "SetOutFlag in DataTableModule";
   Attempt attempt{status};
-  if (!options.fieldName && !options.fieldNumber) return fail(tag, "Missing argument (fieldName or fieldNumber)");
-  FieldContent* const content = fieldAt(options.fieldName ? FieldNumber(*options.fieldName) : *options.fieldNumber);
+  if (!options.fieldName && !options.fieldNumber)
+    return fail(tag, "Missing argument (fieldName or fieldNumber)");
+  FieldContent* const content =
+      fieldAt(options.fieldName ? FieldNumber(*options.fieldName) : *options.fieldNumber);
   if (content == nullptr) return fail(tag, "Field number outside range");
   content->outFlag = outFlag;
   if (options.shpFlag) content->shpFlag = *options.shpFlag;

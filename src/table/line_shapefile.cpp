@@ -23,10 +23,6 @@ constexpr std::string_view kWriteTag = "WriteShapefile in DataTableModule";
 int fail(std::string_view routine, std::string_view why) {
   return reportError({.routine = routine, .code = kOwnWords, .message1 = why});
 }
-int cannotAllocate(std::string_view routine, std::string_view what) {
-  return reportError({.routine = routine, .code = kCannotAllocate, .text = what});
-}
-
 // ---- reading ----
 
 /// What decides which vertices stay, and how they are changed on the way in.
@@ -49,8 +45,9 @@ class Clipper {
     if (lattice_ == nullptr) return true;
     cell = lattice_->XYtoColRow(px, py);
     if (!lattice_->contains(cell.col, cell.row)) return false;
-    return options_.mask == nullptr ||
-           options_.mask->ExtractR4ValueColRow(cell.col, cell.row) != options_.mask->GetNodataR4();
+    if (options_.mask == nullptr) return true;
+    const float held = options_.mask->ExtractR4ValueColRow(cell.col, cell.row);
+    return !std::isnan(held) && held != options_.mask->GetNodataR4();
   }
 
  private:
@@ -337,7 +334,7 @@ int LineVectorType::WriteShapefile(std::string_view path, const LineWriteOptions
                           .allFields = options.zForm && options.allFields,
                           .date = options.date}) != kSuccess)
     return fail(kWriteTag, "writeDBFfile failed");
-  writeProjection(kWriteTag, path, prj);
+  if (writeProjection(kWriteTag, path, prj) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

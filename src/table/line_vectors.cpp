@@ -16,23 +16,6 @@ constexpr std::string_view kColRowTag = "setColRow in DataTableModule";
 constexpr std::string_view kSetZTag = "setVertexZ in DataTableModule";
 constexpr std::string_view kVerticesTag = "Vertices in DataTableModule";
 
-int cannotAllocate(std::string_view routine, std::string_view what) {
-  return reportError({.routine = routine, .code = kCannotAllocate, .text = what});
-}
-
-/// A copy of `from`; false, with `to` empty, without memory.
-template <class T>
-bool copyTo(std::vector<T>& to, std::span<const T> from) {
-  to.clear();
-  if (!memoryFor(from.size() * sizeof(T))) return false;
-  try {
-    to.assign(from.begin(), from.end());
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return false;
-  }
-  return true;
-}
-
 /// The list with `count` entries, new ones -9999; as it was without memory.
 template <class T>
 bool growTo(std::vector<T>& list, std::size_t count) {
@@ -80,15 +63,15 @@ double lengthOf(const SegmentType& line, bool withZ) {
 int SegmentType::Vertices(std::vector<double>& outX, std::vector<double>& outY,
                           const VerticesOptions& options) const {
   const bool alt = options.useAlt && !xAlt.empty();
-  bool held = copyTo<double>(outX, alt ? xAlt : x) && copyTo<double>(outY, alt ? yAlt : y);
-  if (options.xAlt != nullptr) held = held && copyTo<double>(*options.xAlt, xAlt);
-  if (options.yAlt != nullptr) held = held && copyTo<double>(*options.yAlt, yAlt);
-  if (options.z != nullptr) held = held && copyTo<double>(*options.z, z);
+  bool held = tryCopy<double>(outX, alt ? xAlt : x) && tryCopy<double>(outY, alt ? yAlt : y);
+  if (options.xAlt != nullptr) held = held && tryCopy<double>(*options.xAlt, xAlt);
+  if (options.yAlt != nullptr) held = held && tryCopy<double>(*options.yAlt, yAlt);
+  if (options.z != nullptr) held = held && tryCopy<double>(*options.z, z);
   return held ? kSuccess : cannotAllocate(kVerticesTag, "x,y arrays");
 }
 
 int SegmentType::ColsRows(std::vector<int32_t>& cols, std::vector<int32_t>& rows) const {
-  const bool held = copyTo<int32_t>(cols, col) && copyTo<int32_t>(rows, row);
+  const bool held = tryCopy<int32_t>(cols, col) && tryCopy<int32_t>(rows, row);
   return held ? kSuccess : cannotAllocate("ColsRows in DataTableModule", "cols rows arrays");
 }
 
@@ -102,6 +85,9 @@ void LineVectorType::ConvertToMeters() {
   for (SegmentType& each : segment) {
     for (double& x : each.x) x *= kMetersPerFootR4;
     for (double& y : each.y) y *= kMetersPerFootR4;
+    // The flag set below makes a writer turn z back into feet, so z goes along.
+    for (double& z : each.z)
+      if (z != kMissing) z *= kMetersPerFootR4;
   }
   feetConverted = true;
 }
@@ -148,8 +134,8 @@ int LineVectorType::setSegmentXY(int64_t irec, std::span<const double> x, std::s
   if (y.size() != x.size() || !fits(xAlt) || !fits(yAlt) || xAlt.has_value() != yAlt.has_value())
     return reportError(
         {.routine = kSetXYTag, .code = kOwnWords, .message1 = "x and y arrays of unequal size"});
-  bool held = copyTo(at->x, x) && copyTo(at->y, y);
-  if (xAlt) held = held && copyTo(at->xAlt, *xAlt) && copyTo(at->yAlt, *yAlt);
+  bool held = tryCopy(at->x, x) && tryCopy(at->y, y);
+  if (xAlt) held = held && tryCopy(at->xAlt, *xAlt) && tryCopy(at->yAlt, *yAlt);
   if (!held) {
     for (auto* values : {&at->x, &at->y, &at->xAlt, &at->yAlt}) values->clear();
     return cannotAllocate(kSetXYTag, "segment%x-y arrays");
@@ -217,7 +203,7 @@ int LineVectorType::SetVerticesAlt(int64_t irec, std::span<const double> xAlt, s
   if (at == nullptr) return kFailure;
   if (xAlt.size() != at->x.size() || yAlt.size() != at->x.size())
     return reportError({.routine = tag, .code = kOwnWords, .message1 = "x and y arrays of unequal size"});
-  if (!copyTo(at->xAlt, xAlt) || !copyTo(at->yAlt, yAlt)) return cannotAllocate(tag, "x,y arrays");
+  if (!tryCopy(at->xAlt, xAlt) || !tryCopy(at->yAlt, yAlt)) return cannotAllocate(tag, "x,y arrays");
   return attempt.succeed();
 }
 

@@ -68,7 +68,8 @@ int readPoints(ShapefileReader& file, int64_t records, double factor, PointsRead
       uint64_t pairs = 0;
       if (!pairsOf(file, record, pairs)) return kFailure;
       if (pairs > read.points.capacity() - read.points.size()) {
-        const std::size_t room = 2 * (read.points.size() + static_cast<std::size_t>(pairs));
+        const std::size_t room =
+            std::max(read.points.size() + static_cast<std::size_t>(pairs), 2 * read.points.capacity());
         if (!memoryFor(room * (sizeof(PointType) + sizeof(int64_t)))) return noMemory();
         read.points.reserve(room);
         read.rows.reserve(room);
@@ -211,7 +212,7 @@ int PointVectorType::WritePointShapefile(std::string_view path, const PointWrite
           {.shpOnly = true, .recIndex = written, .allFields = options.allFields, .date = options.date}) !=
       kSuccess)
     return reportError({.routine = kWriteTag, .code = kOwnWords, .message1 = "writeDBFfile failed"});
-  writeProjection(kWriteTag, path, prj);
+  if (writeProjection(kWriteTag, path, prj) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

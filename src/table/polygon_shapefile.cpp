@@ -21,10 +21,6 @@ constexpr std::string_view kWriteZTag = "WritePolygonZShapefile in DataTableModu
 int fail(std::string_view routine, std::string_view why) {
   return reportError({.routine = routine, .code = kOwnWords, .message1 = why});
 }
-int cannotAllocate(std::string_view routine, std::string_view what) {
-  return reportError({.routine = routine, .code = kCannotAllocate, .text = what});
-}
-
 // ---- reading ----
 
 void takeReference(PolyVectorType& table, const Grid_Header& grid) {
@@ -218,13 +214,13 @@ int PolyVectorType::write(std::string_view routine, std::string_view path, const
   if (ranges.z.empty()) ranges.z = {0, 0};
   if (ranges.m.empty()) ranges.m = measures ? Range{kNoMeasure, kNoMeasure} : Range{0, 0};
   if (out.save(routine, path, ranges.box, ranges.z, ranges.m) != kSuccess) return kFailure;
-  if (writeDBFfile(path, {.shpOnly = true,
-                          .nodataOut = options.nodataOut,
+  // Polygon tables keep every column that is written at all: `shpFlag` is no filter here.
+  if (writeDBFfile(path, {.nodataOut = options.nodataOut,
                           .recIndex = found.records,
                           .allFields = zForm && options.allFields,
                           .date = options.date}) != kSuccess)
     return fail(routine, "writeDBFfile failed");
-  writeProjection(routine, path, prj);
+  if (writeProjection(routine, path, prj) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

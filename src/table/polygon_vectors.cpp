@@ -13,22 +13,6 @@ namespace {
 
 constexpr std::string_view kSetTag = "setPolyVertices in DataTableModule";
 
-int cannotAllocate(std::string_view routine, std::string_view what) {
-  return reportError({.routine = routine, .code = kCannotAllocate, .text = what});
-}
-
-template <class T>
-bool copyTo(std::vector<T>& to, std::span<const T> from) {
-  to.clear();
-  if (!memoryFor(from.size() * sizeof(T))) return false;
-  try {
-    to.assign(from.begin(), from.end());
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return false;
-  }
-  return true;
-}
-
 bool hasVertex(const PolygonType& polygon, int32_t index) {
   return index >= 1 && static_cast<std::size_t>(index) <= std::min(polygon.x.size(), polygon.y.size());
 }
@@ -48,16 +32,16 @@ double meanOf(std::span<const double> values) {
 int PolygonType::PolyVertices(std::vector<double>& outX, std::vector<double>& outY,
                               std::vector<double>* outZ) const {
   const bool held =
-      copyTo<double>(outX, x) && copyTo<double>(outY, y) && (outZ == nullptr || copyTo<double>(*outZ, z));
+      tryCopy<double>(outX, x) && tryCopy<double>(outY, y) && (outZ == nullptr || tryCopy<double>(*outZ, z));
   return held ? kSuccess : cannotAllocate("PolyVertices in DataTableModule", "x,y arrays");
 }
 
 int PolygonType::Polyz(std::vector<double>& outZ) const {
-  return copyTo<double>(outZ, z) ? kSuccess : cannotAllocate("Polyz in DataTableModule", "z array");
+  return tryCopy<double>(outZ, z) ? kSuccess : cannotAllocate("Polyz in DataTableModule", "z array");
 }
 
 int PolygonType::PolyParts(std::vector<int32_t>& starts) const {
-  if (!copyTo<int32_t>(starts, ring)) return cannotAllocate("PolyParts in DataTableModule", "ring");
+  if (!tryCopy<int32_t>(starts, ring)) return cannotAllocate("PolyParts in DataTableModule", "ring");
   for (int32_t& start : starts) ++start;
   return kSuccess;
 }
@@ -136,7 +120,7 @@ int PolyVectorType::SetReferencePoint(int64_t irec, const ReferencePointOptions&
   at->reference = ReferencePointType{.x = options.x ? *options.x : meanOf(at->x),
                                      .y = options.y ? *options.y : meanOf(at->y)};
   if (options.relative) {
-    if (!copyTo<double>(at->dx, at->x) || !copyTo<double>(at->dy, at->y))
+    if (!tryCopy<double>(at->dx, at->x) || !tryCopy<double>(at->dy, at->y))
       return cannotAllocate(tag, "dx,dy arrays");
     for (double& dx : at->dx) dx -= at->reference->x;
     for (double& dy : at->dy) dy -= at->reference->y;
@@ -175,17 +159,13 @@ int PolyVectorType::setPolyVertices(int64_t irec, std::span<const double> x, std
   const std::span<const int32_t> ring = others.ring ? *others.ring
                                         : sameCount ? std::span<const int32_t>(at->ring)
                                                     : kOneRing;
-  bool held = copyTo(next.x, x) && copyTo(next.y, y) &&
-              copyTo(next.ring, x.empty() ? std::span<const int32_t>() : ring);
-  if (others.z)
-    held = held && copyTo(next.z, *others.z);
-  else if (sameCount)
-    next.z = std::move(at->z);
-  if (others.m)
-    held = held && copyTo(next.m, *others.m);
-  else if (sameCount)
-    next.m = std::move(at->m);
+  bool held = tryCopy(next.x, x) && tryCopy(next.y, y) &&
+              tryCopy(next.ring, x.empty() ? std::span<const int32_t>() : ring);
+  if (others.z) held = held && tryCopy(next.z, *others.z);
+  if (others.m) held = held && tryCopy(next.m, *others.m);
   if (!held) return cannotAllocate(kSetTag, "x,y arrays");
+  if (!others.z && sameCount) next.z.swap(at->z);
+  if (!others.m && sameCount) next.m.swap(at->m);
   at->x.swap(next.x);
   at->y.swap(next.y);
   at->ring.swap(next.ring);
@@ -207,7 +187,7 @@ int PolyVectorType::SetPolygonZ(int64_t irec, std::span<const double> z) {
   if (z.size() != at->x.size())
     return reportError(
         {.routine = tag, .code = kOwnWords, .message1 = "z array and vertices of unequal size"});
-  if (!copyTo(at->z, z)) return cannotAllocate(tag, "z array");
+  if (!tryCopy(at->z, z)) return cannotAllocate(tag, "z array");
   return attempt.succeed();
 }
 

@@ -48,9 +48,12 @@ void settleHeader(ByteWriter& out, const Box& box, const Range& z, const Range& 
   }
 }
 
-IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name) {
+/// `report` is the message code of what failed, the opening or the writing.
+IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name, int32_t& report) {
+  report = kCannotOpenToWrite;
   IoCode code = file.open(name, platform::Open::replace);
   if (code != kIoOk) return code;
+  report = kWriteError;
   code = image.finish();
   const IoCode closing = file.close();
   return code != kIoOk ? code : closing;
@@ -161,6 +164,15 @@ int64_t NumRecordsInShapefile(std::string_view path) {
   platform::File main;
   const std::string mainName = fileOf(path, ".shp");
   const bool hasMain = main.open(mainName, platform::Open::read) == kIoOk;
+  std::uint64_t mainEnd = 0;  // bytes behind the length that the header gives are no part of the file
+  if (hasMain) {
+    std::array<std::byte, sizeof(int32_t)> declared{};
+    code = main.readAt(kLengthOffset, declared);
+    mainEnd = 2 * static_cast<std::uint64_t>(std::max(ByteReader(declared).big<int32_t>(), 0));
+    if (code != kIoOk || mainEnd < kShapeHeaderBytes || mainEnd > main.size())
+      return reportError(
+          {.routine = tag, .code = kReadError, .file = mainName, .message1 = "File size discrepency"});
+  }
   ByteReader last(lastBytes);
   const auto lastOffset = static_cast<int64_t>(last.big<int32_t>());
   const auto lastLength = static_cast<int64_t>(last.big<int32_t>());
@@ -168,7 +180,7 @@ int64_t NumRecordsInShapefile(std::string_view path) {
       size > kShapeHeaderBytes ? 2 * (lastOffset + 4 + lastLength) : int64_t{kShapeHeaderBytes};
   const bool whole = size >= kShapeHeaderBytes && (size - kShapeHeaderBytes) % kIndexEntryBytes == 0 &&
                      2 * words == static_cast<int64_t>(size);
-  if (whole && (!hasMain || end == static_cast<int64_t>(main.size()))) return (words - 50) / 4;
+  if (whole && (!hasMain || end == static_cast<int64_t>(mainEnd))) return (words - 50) / 4;
   if (!hasMain)
     return reportError(
         {.routine = tag, .code = kOwnWords, .file = name, .message1 = "File size discrepency"});
@@ -176,7 +188,7 @@ int64_t NumRecordsInShapefile(std::string_view path) {
   // Only the headers of the records are read.
   int64_t count = 0;
   std::uint64_t at = kShapeHeaderBytes;
-  while (at < main.size()) {
+  while (at < mainEnd) {
     std::array<std::byte, kShapeRecordHeaderBytes> bytes{};
     code = main.readAt(at, bytes);
     ByteReader header(bytes);
@@ -184,7 +196,7 @@ int64_t NumRecordsInShapefile(std::string_view path) {
     const auto length = header.big<int32_t>();
     if (code == kIoOk && (number != count + 1 || length < 2)) code = kIoPastEnd;
     at += kShapeRecordHeaderBytes + 2 * static_cast<std::uint64_t>(std::max(length, 0));
-    if (code != kIoOk || at > main.size())
+    if (code != kIoOk || at > mainEnd)
       return reportError({.routine = tag,
                           .code = kReadError,
                           .file = mainName,
@@ -220,18 +232,18 @@ int ShapefileWriter::save(std::string_view routine, std::string_view path, const
   settleHeader(main_, box, z, m);
   settleHeader(index_, box, z, m);
   const std::string name = fileOf(path, ".shp");
-  IoCode code = writeImage(mainFile_, main_, name);
+  int32_t failed = 0;
+  IoCode code = writeImage(mainFile_, main_, name, failed);
   if (code != kIoOk)
     return reportError({.routine = routine,
                         .code = kOwnWords,
                         .message1 = "Failed to write file " + name,
                         .message2 = describe(code)});
   const std::string indexName = fileOf(path, ".shx");
-  code = writeImage(indexFile_, index_, indexName);
+  code = writeImage(indexFile_, index_, indexName, failed);
   if (code != kIoOk) {
     putConsoleLine("Error code: " + freeText(code));
-    return reportError(
-        {.routine = routine, .code = kCannotOpenToWrite, .file = indexName, .message1 = describe(code)});
+    return reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
   }
   return kSuccess;
 }
@@ -244,13 +256,13 @@ void readProjection(std::string_view path, InputFileType& prj) {
   if (platform::fileExists(name)) prj = NewInputFile(name, {.lineLength = std::string::npos});
 }
 
-void writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
-  if (prj.LineCount() < 1) return;
+int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
+  if (prj.LineCount() < 1) return kSuccess;
   InputFileType text = prj.Copy();
-  if (text.writeAscii(fileOf(path, ".prj")) != kSuccess)
-    reportError({.routine = routine,
-                 .code = kOwnWords,
-                 .message1 = "Error writing projection file for " + std::string(trimmed(path))});
+  if (text.writeAscii(fileOf(path, ".prj")) == kSuccess) return kSuccess;
+  return reportError({.routine = routine,
+                      .code = kOwnWords,
+                      .message1 = "Error writing projection file for " + std::string(trimmed(path))});
 }
 
 // ---- numbers ----

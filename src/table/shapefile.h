@@ -111,8 +111,8 @@ int64_t NumRecordsInShapefile(std::string_view path);
 
 /// Reads path + ".prj" into `prj`, which has no lines if there is no such file.
 void readProjection(std::string_view path, InputFileType& prj);
-/// Writes `prj`, where it has lines, to path + ".prj", and reports a failure.
-void writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
+/// Writes `prj`, where it has lines, to path + ".prj". 0, or -1 with a report.
+int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
 
 /// value rounded to `decimals` places, halves away from zero; as it is for 0 and below, and where it
 /// has no such digits.

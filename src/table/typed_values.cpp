@@ -40,8 +40,10 @@ template <class T>
 struct ValueRules;  // by the type of the value read or written
 template <>
 struct ValueRules<int32_t> {
-  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::whole, Rule::whole, Rule::parse, Rule::refuse};
-  static constexpr RuleRow write{Rule::plain, Rule::plain, Rule::plain, Rule::plain, Rule::refuse, Rule::refuse};
+  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::whole,
+                                Rule::whole, Rule::parse, Rule::refuse};
+  static constexpr RuleRow write{Rule::plain, Rule::plain,  Rule::plain,
+                                 Rule::plain, Rule::refuse, Rule::refuse};
   static constexpr int32_t preset = -9999;
 };
 template <>
@@ -50,14 +52,17 @@ struct ValueRules<int64_t> : ValueRules<int32_t> {
 };
 template <>
 struct ValueRules<float> {
-  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::plain, Rule::plain, Rule::refuse, Rule::refuse};
-  static constexpr RuleRow write{Rule::exact, Rule::exact, Rule::plain, Rule::plain, Rule::refuse, Rule::refuse};
+  static constexpr RuleRow read{Rule::plain, Rule::plain,  Rule::plain,
+                                Rule::plain, Rule::refuse, Rule::refuse};
+  static constexpr RuleRow write{Rule::exact, Rule::exact,  Rule::plain,
+                                 Rule::plain, Rule::refuse, Rule::refuse};
   static constexpr float preset = -9999.0F;
 };
 template <>
 struct ValueRules<double> {
   static constexpr RuleRow read = ValueRules<float>::read;
-  static constexpr RuleRow write{Rule::rounded, Rule::rounded, Rule::plain, Rule::plain, Rule::refuse, Rule::refuse};
+  static constexpr RuleRow write{Rule::rounded, Rule::rounded, Rule::plain,
+                                 Rule::plain,   Rule::refuse,  Rule::refuse};
   static constexpr double preset = -9999.0;
 };
 
@@ -109,10 +114,10 @@ constexpr std::string_view kNoValues = "Field has no values in memory";
 struct ValueTexts {
   std::string_view routine;
   std::string_view wrongType = "Incorrect data type";
-  bool showsType = false;         ///< the type follows `wrongType`
-  bool printsNumbers = false;     ///< console lines after a range failure
-  bool logsFieldNumber = false;   ///< a log line after a field failure
-  bool logsType = false;          ///< a log line after a type failure
+  bool showsType = false;        ///< the type follows `wrongType`
+  bool printsNumbers = false;    ///< console lines after a range failure
+  bool logsFieldNumber = false;  ///< a log line after a field failure
+  bool logsType = false;         ///< a log line after a type failure
 };
 
 /// The field, or null after a report.
@@ -159,7 +164,8 @@ int readValue(DataTableType& table, int32_t ifield, int64_t irec, To& value, con
     } else if constexpr (std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
       if constexpr (std::is_integral_v<To>) {
         const std::string_view text = column[at];
-        result = readFree(text, value) ? kSuccess : fail(texts.routine, "Error reading string " + std::string(text));
+        result = readFree(text, value) ? kSuccess
+                                       : fail(texts.routine, "Error reading string " + std::string(text));
       }
     } else {
       result = convert(column[at], rule, value) ? kSuccess : wrongType(*field, texts);
@@ -198,8 +204,8 @@ struct ColumnTexts {
 };
 
 int mismatch(const FieldContent& field, const ColumnTexts& texts) {
-  return fail(texts.routine, "Field " + std::string(field.name.trimmed()) + " does not match data vector type (" +
-                                 std::string(texts.word) + ")");
+  return fail(texts.routine, "Field " + std::string(field.name.trimmed()) +
+                                 " does not match data vector type (" + std::string(texts.word) + ")");
 }
 
 /// The number of the field by its `name` alone, 0 after a report.
@@ -217,7 +223,8 @@ int32_t numberOf(const DataTableType& table, const FieldChoice& which, std::stri
 }
 
 template <class T>
-int readField(DataTableType& table, std::vector<T>& values, const FieldChoice& which, const ColumnTexts& texts) {
+int readField(DataTableType& table, std::vector<T>& values, const FieldChoice& which,
+              const ColumnTexts& texts) {
   Attempt attempt{table.status};
   if (!which.fieldNum && !which.fieldName) return kFailure;
   const FieldContent* const field = table.fieldAt(numberOf(table, which, texts.routine));
@@ -233,7 +240,8 @@ int readField(DataTableType& table, std::vector<T>& values, const FieldChoice& w
 }
 
 template <class T, class Value>
-int writeField(DataTableType& table, std::span<const Value> values, int32_t fieldNum, const ColumnTexts& texts) {
+int writeField(DataTableType& table, std::span<const Value> values, int32_t fieldNum,
+               const ColumnTexts& texts) {
   Attempt attempt{table.status};
   FieldContent* const field = table.fieldAt(fieldNum);
   if (field == nullptr) return kFailure;  // silent by agreement
@@ -279,14 +287,17 @@ double extreme(DataTableType& table, const ExtremeOptions& options, double start
     if constexpr (!std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
       using T = typename std::decay_t<decltype(column)>::value_type;
       T nodata{};
-      if constexpr (std::is_integral_v<T>) nodata = truncateTo<T>(options.nodata);
-      else nodata = static_cast<T>(options.nodata);
+      if constexpr (std::is_integral_v<T>)
+        nodata = truncateTo<T>(options.nodata);
+      else
+        nodata = static_cast<T>(options.nodata);
       for (const T value : column)
         if (value > nodata) found = better(found, static_cast<double>(value));
       attempt.succeed();
     }
   });
-  if (!known || field->dataType == "C ") fail(routine, "Unknown data type " + std::string(field->dataType.padded()));
+  if (!known || field->dataType == "C ")
+    fail(routine, "Unknown data type " + std::string(field->dataType.padded()));
   return found;
 }
 
@@ -307,19 +318,24 @@ int DataTableType::ReadR8Field(std::vector<double>& values, const FieldChoice& w
   return readField(*this, values, which, {"ReadR8Field in DataTableModule", "R8", "REAL8", "R8data"});
 }
 int DataTableType::WriteI4Field(std::span<const int32_t> values, int32_t fieldNum) {
-  return writeField<int32_t>(*this, values, fieldNum, {"WriteI4Field in DataTableModul", "I4", "INT4", "I4 array"});
+  return writeField<int32_t>(*this, values, fieldNum,
+                             {"WriteI4Field in DataTableModul", "I4", "INT4", "I4 array"});
 }
 int DataTableType::WriteI8Field(std::span<const int64_t> values, int32_t fieldNum) {
-  return writeField<int64_t>(*this, values, fieldNum, {"WriteI8Field in DataTableModul", "I8", "INT8", "I8 array"});
+  return writeField<int64_t>(*this, values, fieldNum,
+                             {"WriteI8Field in DataTableModul", "I8", "INT8", "I8 array"});
 }
 int DataTableType::WriteR4Field(std::span<const float> values, int32_t fieldNum) {
-  return writeField<float>(*this, values, fieldNum, {"WriteR4Field in DataTableModul", "R4", "REAL4", "R4 array"});
+  return writeField<float>(*this, values, fieldNum,
+                           {"WriteR4Field in DataTableModul", "R4", "REAL4", "R4 array"});
 }
 int DataTableType::WriteR8Field(std::span<const double> values, int32_t fieldNum) {
-  return writeField<double>(*this, values, fieldNum, {"WriteR8Field in DataTableModul", "R8", "REAL8", "R8 array"});
+  return writeField<double>(*this, values, fieldNum,
+                            {"WriteR8Field in DataTableModul", "R8", "REAL8", "R8 array"});
 }
 int DataTableType::WriteCharField(std::span<const std::string> values, int32_t fieldNum) {
-  return writeField<TextColumn>(*this, values, fieldNum, {"WriteR4Field in DataTableModul", "C ", "CHAR", "Char array"});
+  return writeField<TextColumn>(*this, values, fieldNum,
+                                {"WriteR4Field in DataTableModul", "C ", "CHAR", "Char array"});
 }
 
 // ---- faces: single values ----
@@ -338,8 +354,9 @@ int DataTableType::ReadR4Value(int32_t ifield, int64_t irec, float& value) {
                     .printsNumbers = true});
 }
 int DataTableType::ReadR8Value(int32_t ifield, int64_t irec, double& value) {
-  return readValue(*this, ifield, irec, value,
-                   {.routine = "ReadR8Value in DataTableModule ", .wrongType = "Incorrect data type ", .showsType = true});
+  return readValue(
+      *this, ifield, irec, value,
+      {.routine = "ReadR8Value in DataTableModule ", .wrongType = "Incorrect data type ", .showsType = true});
 }
 int DataTableType::WriteI4Value(int32_t ifield, int64_t irec, int32_t value) {
   return writeValue(*this, ifield, irec, value,
@@ -350,7 +367,8 @@ int DataTableType::WriteI8Value(int32_t ifield, int64_t irec, int64_t value) {
                     {.routine = "WriteI8Value in DataTableModule", .wrongType = "Incorrect data type "});
 }
 int DataTableType::WriteR4Value(int32_t ifield, int64_t irec, float value) {
-  return writeValue(*this, ifield, irec, value, {.routine = "WriteR4Value in DataTableModule", .logsFieldNumber = true});
+  return writeValue(*this, ifield, irec, value,
+                    {.routine = "WriteR4Value in DataTableModule", .logsFieldNumber = true});
 }
 int DataTableType::WriteR8Value(int32_t ifield, int64_t irec, double value) {
   return writeValue(*this, ifield, irec, value,

@@ -18,7 +18,8 @@ void ValueText::set(int64_t value) {
 bool ValueText::fit(double value, int32_t decimals) {
   for (;;) {
     char* end =
-        std::to_chars(text_.data(), text_.data() + text_.size(), value, std::chars_format::fixed, decimals).ptr;
+        std::to_chars(text_.data(), text_.data() + text_.size(), value, std::chars_format::fixed, decimals)
+            .ptr;
     size_ = static_cast<std::size_t>(end - text_.data());
     const auto behind = static_cast<std::size_t>(decimals > 0 ? decimals + 1 : 0);
     wholeLength_ = size_ - behind;

@@ -17,8 +17,9 @@ AttributeType filled(std::vector<std::string> arguments, int expected = 0) {
 }
 
 TEST(AttributeTable, ArgumentsSetTheirMembers) {
-  const AttributeType made = filled({"LEN = 9", "DecCnt=2", "Type = REAL8", "NO DATA = -1.5", "OUT FIELD = FLOW",
-                                     "OUTFLAG = .TRUE.", "OUTNODE", "NO NEGATIVES = yes", "POSITIVE ONLY = 1", "SOMETHING"});
+  const AttributeType made =
+      filled({"LEN = 9", "DecCnt=2", "Type = REAL8", "NO DATA = -1.5", "OUT FIELD = FLOW", "OUTFLAG = .TRUE.",
+              "OUTNODE", "NO NEGATIVES = yes", "POSITIVE ONLY = 1", "SOMETHING"});
   EXPECT_EQ(made.length, 9);
   EXPECT_EQ(made.decimals, 2);
   EXPECT_EQ(made.dataType.padded(), "R8");
@@ -68,7 +69,8 @@ class Equation : public ::testing::Test {
 };
 
 TEST_F(Equation, KeepsTermsAndFieldsInOrder) {
-  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1", "TERM: FIELD = AREA, COEF = 3, EXPONENT = 0.5, ATTRIBUTE = PRECIP, BASE = 10",
+  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1",
+                  "TERM: FIELD = AREA, COEF = 3, EXPONENT = 0.5, ATTRIBUTE = PRECIP, BASE = 10",
                   "TERM: FIELD = SLOPE", "END EQUATION:"}),
             0);
   EXPECT_EQ(made.equation.intercept, 2.5F);
@@ -87,12 +89,13 @@ TEST_F(Equation, FaultsAreReported) {
   const struct {
     std::vector<std::string> lines;
     const char* message;
-  } cases[] = {{{"TERM: FIELD = A"}, "Error reading EQUATION inputs"},
-               {{"INTERCEPT: x", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
-               {{"INTERCEPT:", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
-               {{"TERM: FIELD = AREA, COEFFICIENT = q", "END EQUATION:"}, "Error reading COEF value for AREA"},
-               {{"TERM: FIELD = AREA, BASE = 1.5", "END EQUATION:"}, "Error reading BASE value for AREA"},
-               {{"TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
+  } cases[] = {
+      {{"TERM: FIELD = A"}, "Error reading EQUATION inputs"},
+      {{"INTERCEPT: x", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
+      {{"INTERCEPT:", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
+      {{"TERM: FIELD = AREA, COEFFICIENT = q", "END EQUATION:"}, "Error reading COEF value for AREA"},
+      {{"TERM: FIELD = AREA, BASE = 1.5", "END EQUATION:"}, "Error reading BASE value for AREA"},
+      {{"TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
   for (const auto& c : cases) {
     Messages seen;
     EXPECT_EQ(read(c.lines), -1) << c.message;

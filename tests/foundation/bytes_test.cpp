@@ -17,7 +17,8 @@ std::vector<std::byte> bytesOf(std::initializer_list<int> values) {
 }
 
 TEST(Bytes, EachReadSaysItsOrder) {
-  const auto bytes = bytesOf({0x00, 0x00, 0x27, 0x0A, 0xE8, 0x03, 0x00, 0x00, 0x3F, 0xF8, 0, 0, 0, 0, 0, 0, 0xFE, 0xFF});
+  const auto bytes =
+      bytesOf({0x00, 0x00, 0x27, 0x0A, 0xE8, 0x03, 0x00, 0x00, 0x3F, 0xF8, 0, 0, 0, 0, 0, 0, 0xFE, 0xFF});
   ByteReader in(bytes);
   EXPECT_EQ(in.big<int32_t>(), 9994);
   EXPECT_EQ(in.little<int32_t>(), 1000);

@@ -11,34 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "foundation/memory.h"
-#include "foundation/messages.h"
-#include "foundation/platform.h"
+#include "support/reporting.h"
 
 namespace terrain {
 namespace {
 
-class Distribution : public testing::Test {
- protected:
-  Distribution() {
-    messages() = {};
-    platform::console().out = &text_;
-  }
-  ~Distribution() override {
-    platform::console() = console_;
-    messages() = {};
-    memoryLimits() = {};
-  }
-  std::string written() {
-    std::string text = text_.str();
-    text_.str({});
-    return text;
-  }
-
- private:
-  platform::Console console_ = platform::console();
-  std::ostringstream text_;
-};
+using Distribution = test::Reporting;
 
 using ModeOfValues = Distribution;
 

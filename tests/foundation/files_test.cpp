@@ -18,7 +18,9 @@
 namespace terrain {
 namespace {
 
-void writeFile(const std::string& name, std::string_view text) { std::ofstream(name, std::ios::binary) << text; }
+void writeFile(const std::string& name, std::string_view text) {
+  std::ofstream(name, std::ios::binary) << text;
+}
 std::string readFile(const std::string& name) {
   std::ifstream in(name, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
@@ -134,10 +136,11 @@ TEST_F(Files, LogIsCopiedWithOneMoreBlankWhileItGoesOn) {
   startLogFile(unit, dir_.path() + "log", dir_.path() + "in",
                {.programName = "P ", .startText = "now", .version = "1"});
   ASSERT_GT(unit, 10);
-  const std::string head = " P log file\n   Version 1\n   Started now\n " + std::string(62, '=') + "\n Input file: " +
-                           dir_.path() + "in\n   copied below\n " + std::string(62, '-') + "\n KEY: 1\n " +
-                           std::string(512, 'x') +
-                           "\n ====================End Input File==========================\n \n Program runtime output follows\n \n";
+  const std::string head = " P log file\n   Version 1\n   Started now\n " + std::string(62, '=') +
+                           "\n Input file: " + dir_.path() + "in\n   copied below\n " + std::string(62, '-') +
+                           "\n KEY: 1\n " + std::string(512, 'x') +
+                           "\n ====================End Input File==========================\n \n Program "
+                           "runtime output follows\n \n";
   EXPECT_EQ(readFile(dir_.path() + "log"), head);
   putMessage("one");
   CopyLogFile(unit, dir_.path() + "copy");
@@ -147,9 +150,11 @@ TEST_F(Files, LogIsCopiedWithOneMoreBlankWhileItGoesOn) {
   EXPECT_TRUE(copy.starts_with("  P log file\n    Version 1\n"));
   EXPECT_TRUE(copy.ends_with("\n  one\n"));
   EXPECT_TRUE(readFile(dir_.path() + "copy2").starts_with(copy));
-  EXPECT_TRUE(readFile(dir_.path() + "copy2").ends_with("  Created log file " + dir_.path() + "copy\n  two\n"));
+  EXPECT_TRUE(
+      readFile(dir_.path() + "copy2").ends_with("  Created log file " + dir_.path() + "copy\n  two\n"));
   CopyLogFile(unit, dir_.path() + "none/copy");
-  EXPECT_NE(console_.text().find("Error opening log file for " + dir_.path() + "none/copy"), std::string::npos);
+  EXPECT_NE(console_.text().find("Error opening log file for " + dir_.path() + "none/copy"),
+            std::string::npos);
 
   // A second run of the same stamp takes the name, not the file.
   int32_t other = 0;
@@ -167,15 +172,22 @@ TEST_F(Files, ClockTellsStartAndEnd) {
   const ClockState before = clockState();
   std::string text;
   std::string stamp;
-  platform::clock().now = [] { return platform::DateTime{.year = 2026, .month = 11, .day = 5, .hour = 0, .minute = 5, .second = 5, .millisecond = 7}; };
+  platform::clock().now = [] {
+    return platform::DateTime{
+        .year = 2026, .month = 11, .day = 5, .hour = 0, .minute = 5, .second = 5, .millisecond = 7};
+  };
   RunClock({.start = true, .startText = &text, .stamp = &stamp});
   EXPECT_EQ(text, "November 5, 2026 at 12:05 AM");
   EXPECT_EQ(stamp, "Nov_5_26_0_05_5");
-  platform::clock().now = [] { return platform::DateTime{.year = 2026, .month = 12, .day = 31, .hour = 12, .minute = 40, .second = 59, .millisecond = 120}; };
+  platform::clock().now = [] {
+    return platform::DateTime{
+        .year = 2026, .month = 12, .day = 31, .hour = 12, .minute = 40, .second = 59, .millisecond = 120};
+  };
   RunClock({.stop = true, .stamp = &stamp, .stampLength = 10});
   EXPECT_EQ(stamp, "Dec_31_26_");
-  EXPECT_EQ(console_.text(), " Started November 5, 2026 at 12:05 AM\n\n Started November 5, 2026 at 12:05: 5:  7 AM\n"
-                             " Done    December 31, 2026 at 12:40:59:120 PM\n");
+  EXPECT_EQ(console_.text(),
+            " Started November 5, 2026 at 12:05 AM\n\n Started November 5, 2026 at 12:05: 5:  7 AM\n"
+            " Done    December 31, 2026 at 12:40:59:120 PM\n");
   platform::clock() = realClock;
   clockState() = before;
 }
@@ -215,7 +227,8 @@ TEST_F(Files, FieldsAndComparisons) {
   EXPECT_FALSE(sameR4(0.0F, 0.00001F));
   EXPECT_TRUE(sameR8(2.0, -2.0, 1e-8, 0.1));
   EXPECT_FALSE(sameR8(2.0, -2.0));
-  EXPECT_TRUE(isR8(1.0, " = ", 1.0 + 1e-10) && isI4(2, "<=", 2) && isChar("a ", "=", "a") && isChar("a", "<", "b"));
+  EXPECT_TRUE(isR8(1.0, " = ", 1.0 + 1e-10) && isI4(2, "<=", 2) && isChar("a ", "=", "a") &&
+              isChar("a", "<", "b"));
   EXPECT_FALSE(isI8(1, "==", 1));
   EXPECT_NE(console_.text().find("unknown comparison test: =="), std::string::npos);
 

@@ -10,37 +10,17 @@
 #include <string>
 #include <vector>
 
-#include "foundation/memory.h"
-#include "foundation/messages.h"
-#include "foundation/platform.h"
+#include "support/reporting.h"
 
 namespace terrain {
 namespace {
 
-class Fits : public testing::Test {
+class Fits : public test::Reporting {
  protected:
-  Fits() {
-    messages() = {};
-    platform::console().out = &text_;
-  }
-  ~Fits() override {
-    platform::console() = console_;
-    messages() = {};
-    memoryLimits() = {};
-  }
-  std::string written() {
-    std::string text = text_.str();
-    text_.str({});
-    return text;
-  }
   std::string fitReport(const std::string& line) { return " ERROR: FitPoly in Utilities\n " + line + "\n"; }
   std::string azimuthReport(const std::string& line) {
     return " ERROR: AzimuthDeg in Utilities\n " + line + "\n";
   }
-
- private:
-  platform::Console console_ = platform::console();
-  std::ostringstream text_;
 };
 
 using Azimuth = Fits;

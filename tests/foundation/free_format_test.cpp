@@ -17,9 +17,14 @@ std::string fieldsOf(std::string_view text, FreeFormat format = {}) {
   for (int i = 0; i < 20; ++i) {
     std::string word;
     switch (reader.next(word)) {
-      case Field::value: shown += '[' + word + ']'; break;
-      case Field::null: shown += '-'; break;
-      default: return shown + '.';
+      case Field::value:
+        shown += '[' + word + ']';
+        break;
+      case Field::null:
+        shown += '-';
+        break;
+      default:
+        return shown + '.';
     }
     if (shown.ends_with("-----")) return shown;  // behind a slash nulls never end
   }
@@ -43,8 +48,18 @@ TEST(FreeFormat, ReadsNumbersInEveryForm) {
     const char* text;
     double value;
   };
-  for (const Case& c : {Case{"15", 15}, {"+15.", 15}, {".5", 0.5}, {"-1.5e1", -15}, {"1.5d1", 15}, {"1.5Q+1", 15},
-                        {"1.5+3", 1500}, {"15-1", 1.5}, {"1e-400", 0}, {"0.000e999", 0}, {"15 m", 15}, {"15/2", 15}}) {
+  for (const Case& c : {Case{"15", 15},
+                        {"+15.", 15},
+                        {".5", 0.5},
+                        {"-1.5e1", -15},
+                        {"1.5d1", 15},
+                        {"1.5Q+1", 15},
+                        {"1.5+3", 1500},
+                        {"15-1", 1.5},
+                        {"1e-400", 0},
+                        {"0.000e999", 0},
+                        {"15 m", 15},
+                        {"15/2", 15}}) {
     SCOPED_TRACE(c.text);
     double value = -1;
     EXPECT_TRUE(readFree(c.text, value));

@@ -53,12 +53,15 @@ TEST_F(InputFile, SplitsLinesIntoKeywordAndArguments) {
                         {"A: \t x\t ##", "A|x;"},
                         {"A: 1, # c", "A|1;"},
                         {"# c\n\n   \n#A: 1\nB: c:\\d", "B|c:\\d;"},
-                        {"\xEF\xBB\xBF" "A: 1\r\nB: 2\r\n", "A|1;B|2;"},
+                        {"\xEF\xBB\xBF"
+                         "A: 1\r\nB: 2\r\n",
+                         "A|1;B|2;"},
                         {"A: f = x", "A|f = x;"}}) {
     SCOPED_TRACE(c.text);
     EXPECT_EQ(linesOf(open(c.text)), c.shown);
   }
-  EXPECT_EQ(linesOf(open("A; 1! 2 % c\nB; x#", {.keywordDelimiter = ';', .commentMark = '%', .argumentDelimiter = '!'})),
+  EXPECT_EQ(linesOf(open("A; 1! 2 % c\nB; x#",
+                         {.keywordDelimiter = ';', .commentMark = '%', .argumentDelimiter = '!'})),
             "A|1|2;B|x;");
 }
 
@@ -137,10 +140,12 @@ TEST_F(InputFile, InfersColumnFormats) {
     std::string shown;
     if (file.FindFormats(columns) != 0) return std::string("-1");
     for (const ColumnFormat& column : columns)
-      shown += column.dataType + ':' + std::to_string(column.length) + ':' + std::to_string(column.decCnt) + ' ';
+      shown +=
+          column.dataType + ':' + std::to_string(column.length) + ':' + std::to_string(column.decCnt) + ' ';
     return shown;
   };
-  EXPECT_EQ(formats("a,b,c,d,e\n12,3.5,12,2147483648,\n3.5,12,word,1,\n"), "R4:3:1 R4:3:1 C :4:0 I8:10:0 U :0:0 ");
+  EXPECT_EQ(formats("a,b,c,d,e\n12,3.5,12,2147483648,\n3.5,12,word,1,\n"),
+            "R4:3:1 R4:3:1 C :4:0 I8:10:0 U :0:0 ");
   EXPECT_EQ(formats("a,b\n123456.78,1.25\n1,1.2\n"), "R8:9:2 R4:4:2 ");
   EXPECT_EQ(formats("a,b\n1-2,E5\n"), "C :3:0 C :2:0 ");
   EXPECT_EQ(formats("a,b\n1\n2,3\n"), "I4:1:0 I4:1:0 ");
@@ -151,8 +156,11 @@ TEST(Arguments, AreTakenApart) {
   struct Case {
     std::string_view text, name, operation, value;
   };
-  for (const Case& c : {Case{"FILE = x y", "FILE", "=", "x y"}, {"a>=3", "a", ">=", "3"}, {"a < 3", "a", "<", "3"},
-                        {"plain", "", "", "plain"}, {"=x", "", "", "=x"}}) {
+  for (const Case& c : {Case{"FILE = x y", "FILE", "=", "x y"},
+                        {"a>=3", "a", ">=", "3"},
+                        {"a < 3", "a", "<", "3"},
+                        {"plain", "", "", "plain"},
+                        {"=x", "", "", "=x"}}) {
     const SplitArgument parts = splitArgument(c.text);
     EXPECT_EQ(parts.name, c.name) << c.text;
     EXPECT_EQ(parts.operation, c.operation) << c.text;

@@ -8,29 +8,15 @@
 #include <sstream>
 #include <string>
 
-#include "foundation/messages.h"
-#include "foundation/platform.h"
+#include "support/reporting.h"
 
 namespace terrain {
 namespace {
 
-class Simpson : public testing::Test {
+class Simpson : public test::Reporting {
  protected:
-  Simpson() {
-    messages() = {};
-    simpsonTolerances() = {};
-    platform::console().out = &text_;
-  }
-  ~Simpson() override {
-    platform::console() = console_;
-    messages() = {};
-    simpsonTolerances() = {};
-  }
-  std::string written() { return text_.str(); }
-
- private:
-  platform::Console console_ = platform::console();
-  std::ostringstream text_;
+  Simpson() { simpsonTolerances() = {}; }
+  ~Simpson() override { simpsonTolerances() = {}; }
 };
 
 TEST_F(Simpson, GivesKnownIntegrals) {

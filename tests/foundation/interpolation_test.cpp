@@ -9,33 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "foundation/messages.h"
-#include "foundation/platform.h"
+#include "support/reporting.h"
 
 namespace terrain {
 namespace {
 
-/// Takes what goes to the console.
-class Interpolation : public testing::Test {
- protected:
-  Interpolation() {
-    messages() = {};
-    platform::console().out = &text_;
-  }
-  ~Interpolation() override {
-    platform::console() = console_;
-    messages() = {};
-  }
-  std::string written() {
-    std::string text = text_.str();
-    text_.str({});
-    return text;
-  }
-
- private:
-  platform::Console console_ = platform::console();
-  std::ostringstream text_;
-};
+using Interpolation = test::Reporting;
 
 using Lookup = Interpolation;
 

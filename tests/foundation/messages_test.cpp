@@ -56,7 +56,13 @@ TEST_F(Messages, GoToTheConsoleUntilThereIsALogAndThenToBoth) {
 }
 
 TEST_F(Messages, ReportHasItsLinesInOrderOnlyWhereGiven) {
-  reportError({.routine = "r", .code = 200, .file = "f  ", .message1 = "m1", .message3 = "m3", .line = 7, .text = "Real_Row"});
+  reportError({.routine = "r",
+               .code = 200,
+               .file = "f  ",
+               .message1 = "m1",
+               .message3 = "m3",
+               .line = 7,
+               .text = "Real_Row"});
   EXPECT_EQ(console_.text(),
             " ERROR: r\n Unable to allocate memory for object\n FILE: f\n m1\n m3\n LINE: 7\n Real_Row\n");
 }
@@ -90,8 +96,8 @@ TEST_F(Messages, ListIsKeptPrintedOrDroppedAsAsked) {
 TEST_F(Messages, StopEndsTheRunWithStatusOneAndACompleteLog) {
   openLog();
   platform::console().out = &std::cerr;
-  EXPECT_EXIT(reportError({.message1 = "last words", .stop = true, .unit = logUnit_}), ::testing::ExitedWithCode(1),
-              " last words\n PROGRAM ABORTED\n");
+  EXPECT_EXIT(reportError({.message1 = "last words", .stop = true, .unit = logUnit_}),
+              ::testing::ExitedWithCode(1), " last words\n PROGRAM ABORTED\n");
   EXPECT_EQ(logText(), " last words\n RETURN CODE = -1\n PROGRAM ABORTED\n");
 }
 

@@ -15,7 +15,9 @@ using test::Storage;
 
 class FloatRaster : public test::InBothStorages {
  protected:
-  void write(const std::string& name, std::string_view text) { std::ofstream(scratch_.path() + name, std::ios::binary) << text; }
+  void write(const std::string& name, std::string_view text) {
+    std::ofstream(scratch_.path() + name, std::ios::binary) << text;
+  }
   template <class T>
   void writeCells(const std::string& name, const std::vector<T>& cells) {
     write(name, {reinterpret_cast<const char*>(cells.data()), cells.size() * sizeof(T)});
@@ -28,17 +30,20 @@ class FloatRaster : public test::InBothStorages {
   bool onDisk() { return GetParam() == Storage::disk; }
   bool said(std::string_view text) { return console_.text().find(text) != std::string::npos; }
 };
-INSTANTIATE_TEST_SUITE_P(Storages, FloatRaster, ::testing::Values(Storage::memory, Storage::disk), test::storageName);
+INSTANTIATE_TEST_SUITE_P(Storages, FloatRaster, ::testing::Values(Storage::memory, Storage::disk),
+                         test::storageName);
 
 TEST_P(FloatRaster, HeaderIsWrittenLineByLine) {
-  auto grid = test::gridOf<R4Grid_type>("1 2\n 3 .", {.xmin = 556560, .ymin = 4373130.25, .cellsize = 30, .storage = GetParam()});
+  auto grid = test::gridOf<R4Grid_type>(
+      "1 2\n 3 .", {.xmin = 556560, .ymin = 4373130.25, .cellsize = 30, .storage = GetParam()});
   grid.projection.lines = {"PROJCS[" + std::string(5000, 'x') + "]"};
   const VersionStamp stamp{.createdBy = "Maker", .createdOn = "May 1, 2026"};
   ASSERT_EQ(grid.WritefltR4(at("a b"), &stamp), 0);
-  EXPECT_EQ(read("a b.hdr"),
-            " NCOLS        2\n NROWS        2\n XLLCORNER 556560.000000000\n YLLCORNER 4373130.250000000\n"
-            " CELLSIZE         30.000000000\n NODATA_VALUE  -9999.0\n BYTEORDER     LSBFIRST\n \n #_FILE_TYPE R4\n"
-            " #_BIT_DEPTH 32\n \n #  Created on: May 1, 2026\n #  Created by: Maker\n");
+  EXPECT_EQ(
+      read("a b.hdr"),
+      " NCOLS        2\n NROWS        2\n XLLCORNER 556560.000000000\n YLLCORNER 4373130.250000000\n"
+      " CELLSIZE         30.000000000\n NODATA_VALUE  -9999.0\n BYTEORDER     LSBFIRST\n \n #_FILE_TYPE R4\n"
+      " #_BIT_DEPTH 32\n \n #  Created on: May 1, 2026\n #  Created by: Maker\n");
   EXPECT_EQ(read("a b.prj"), grid.projection.lines[0] + '\n');
   R4Grid_type back;
   ASSERT_EQ(ReadGrid(back, at("a b.flt"), {.onDisk = onDisk()}), 0);
@@ -61,12 +66,16 @@ TEST_P(FloatRaster, HeaderKeywordsComeInManyForms) {
     double xmin, ymin, cellsize, xcellsize, ycellsize;
     float nodata;
   };
-  for (const Case& c : {
-           Case{"ncols 3\r\nnrows,2\r\nXMIN 5\nyllcorner 6d0\ncellsize 10\nNoData -1\n", 3, 5, 6, 10, 10, 10, -1},
-           {"NCOLS\n3\nNROWS 2 extra words\n\n# NCOLS 9\n'X CELLSIZE' 10\n\"Y CELLSIZE\" 20\n", 3, -9999, -9999, -9999, 10, 20, -9999},
-           {"NCOLS 4\nNCOLS 3\nNROWS 2\nX CELLSIZE 30\ncellsize 30\nXCELLSIZE 5\n", 3, -9999, -9999, 30, 30, 30, -9999},
-           {"NROWS 2\nNCOLS 3\nULXMAP 115\nULYMAP 245\nXDIM 30\nYDIM 30\nNODATA -32768\n", 3, 100, 200, 30, 30, 30, -32768},
-           {"NROWS 2\nNCOLS 3\nXDIM 10\nYDIM 20\nULXMAP 5\nULYMAP 30\nYLLCORNER 7\n", 3, 0, 7, -9999, 10, 20, -9999}}) {
+  for (const Case& c : {Case{"ncols 3\r\nnrows,2\r\nXMIN 5\nyllcorner 6d0\ncellsize 10\nNoData -1\n", 3, 5, 6,
+                             10, 10, 10, -1},
+                        {"NCOLS\n3\nNROWS 2 extra words\n\n# NCOLS 9\n'X CELLSIZE' 10\n\"Y CELLSIZE\" 20\n",
+                         3, -9999, -9999, -9999, 10, 20, -9999},
+                        {"NCOLS 4\nNCOLS 3\nNROWS 2\nX CELLSIZE 30\ncellsize 30\nXCELLSIZE 5\n", 3, -9999,
+                         -9999, 30, 30, 30, -9999},
+                        {"NROWS 2\nNCOLS 3\nULXMAP 115\nULYMAP 245\nXDIM 30\nYDIM 30\nNODATA -32768\n", 3,
+                         100, 200, 30, 30, 30, -32768},
+                        {"NROWS 2\nNCOLS 3\nXDIM 10\nYDIM 20\nULXMAP 5\nULYMAP 30\nYLLCORNER 7\n", 3, 0, 7,
+                         -9999, 10, 20, -9999}}) {
     SCOPED_TRACE(c.text);
     write("h.hdr", c.text);
     Grid_Header h;
@@ -122,14 +131,16 @@ TEST_P(FloatRaster, FilesOfEveryTypeAreConverted) {
 }
 
 TEST_P(FloatRaster, ClipKeepsTheClipGridsExtent) {
-  auto grid = test::gridOf<R4Grid_type>("1 2 3\n 4 5 6\n 7 8 9", {.storage = Storage::memory});  // x 1000.., y 2000..
+  auto grid =
+      test::gridOf<R4Grid_type>("1 2 3\n 4 5 6\n 7 8 9", {.storage = Storage::memory});  // x 1000.., y 2000..
   ASSERT_EQ(grid.WritefltR4(at("c")), 0);
   Grid_Header clip;
   clip.InitializeHeader(3, 3, 990.0, 2010.0, {.cellsize = 10.0});  // one column west, one row north
   R4Grid_type part;
   part.nodata = -5.0F;
   ASSERT_EQ(ReadGrid(part, at("c"), {.clipGrid = &clip, .onDisk = onDisk()}), 0);
-  EXPECT_EQ(test::cellsOf(part), (std::vector{-9999.0F, -9999.0F, -9999.0F, -9999.0F, 1.0F, 2.0F, -9999.0F, 4.0F, 5.0F}));
+  EXPECT_EQ(test::cellsOf(part),
+            (std::vector{-9999.0F, -9999.0F, -9999.0F, -9999.0F, 1.0F, 2.0F, -9999.0F, 4.0F, 5.0F}));
   EXPECT_EQ(part.nodata, -5.0F);
   EXPECT_EQ(part.xmin, 990.0);
   R4Grid_type lean;
@@ -161,22 +172,26 @@ TEST_P(FloatRaster, WhatDoesNotFitIsRefusedInWords) {
   };
   writeCells("x.flt", std::vector<float>(6, 1.0F));
   const std::string place = "XLLCORNER 0\nYLLCORNER 0\nCELLSIZE 1\n";
-  for (const Case& c : {
-           Case{"NCOLS 3\nNROWS 3\n#_FILE_TYPE R4\n#_BIT_DEPTH 32\n", "The raster file is shorter than its header says"},
-           {"NCOLS 3\nNROWS 3\n", "Unknown bit depth"},
-           {"NCOLS 3\nNROWS 2\n#_FILE_TYPE R8\n#_BIT_DEPTH 32\n", "grid header file type and bit depth do not match"},
-           {"NCOLS 3\nNROWS 2\n#_FILE_TYPE Q7\n", "Unrecognized raster file type: Q7"},
-           {"NCOLS 3\nNROWS 2\n#_FILE_TYPE IN\n#_BIT_DEPTH 24\n", "Unrecognized raster file type"},
-           {"NROWS 2\n", "NCOLS is missing or below 1"},
-           {"NCOLS 0\nNROWS 2\n", "NCOLS is missing or below 1"},
-           {"NCOLS 3\nNROWS -2\n", "NROWS is missing or below 1"},
-           {"NCOLS 2147483647\nNROWS 2147483647\n#_FILE_TYPE R4\n#_BIT_DEPTH 32\n", "The raster file is shorter than its header says"},
-           {"NCOLS 3\nNROWS 2\nCELLSIZE nan\n", "CELLSIZE is missing or not above 0"},
-           {"NCOLS 3\nNROWS 2\nCELLSIZE 0\nXCELLSIZE -1\nYCELLSIZE 1\n", "CELLSIZE is missing or not above 0"},
-           {"NCOLS 3\nNROWS 2\nXLLCORNER inf\n", "XLLCORNER is not a number"},
-           {"NCOLS 3\nNROWS 2\nBYTEORDER M\n", "BYTEORDER M: only rasters with the low byte first can be read"},
-           {"NCOLS 3\nNROWS 2\nNBANDS 3\n", "NBANDS 3: only rasters of one band can be read"},
-           {"NCOLS 3\nNROWS 2\nPIXELTYPE SIGNEDINT\n", "PIXELTYPE SIGNEDINT: the cells of a .flt raster must be floats"}}) {
+  for (const Case& c :
+       {Case{"NCOLS 3\nNROWS 3\n#_FILE_TYPE R4\n#_BIT_DEPTH 32\n",
+             "The raster file is shorter than its header says"},
+        {"NCOLS 3\nNROWS 3\n", "Unknown bit depth"},
+        {"NCOLS 3\nNROWS 2\n#_FILE_TYPE R8\n#_BIT_DEPTH 32\n",
+         "grid header file type and bit depth do not match"},
+        {"NCOLS 3\nNROWS 2\n#_FILE_TYPE Q7\n", "Unrecognized raster file type: Q7"},
+        {"NCOLS 3\nNROWS 2\n#_FILE_TYPE IN\n#_BIT_DEPTH 24\n", "Unrecognized raster file type"},
+        {"NROWS 2\n", "NCOLS is missing or below 1"},
+        {"NCOLS 0\nNROWS 2\n", "NCOLS is missing or below 1"},
+        {"NCOLS 3\nNROWS -2\n", "NROWS is missing or below 1"},
+        {"NCOLS 2147483647\nNROWS 2147483647\n#_FILE_TYPE R4\n#_BIT_DEPTH 32\n",
+         "The raster file is shorter than its header says"},
+        {"NCOLS 3\nNROWS 2\nCELLSIZE nan\n", "CELLSIZE is missing or not above 0"},
+        {"NCOLS 3\nNROWS 2\nCELLSIZE 0\nXCELLSIZE -1\nYCELLSIZE 1\n", "CELLSIZE is missing or not above 0"},
+        {"NCOLS 3\nNROWS 2\nXLLCORNER inf\n", "XLLCORNER is not a number"},
+        {"NCOLS 3\nNROWS 2\nBYTEORDER M\n", "BYTEORDER M: only rasters with the low byte first can be read"},
+        {"NCOLS 3\nNROWS 2\nNBANDS 3\n", "NBANDS 3: only rasters of one band can be read"},
+        {"NCOLS 3\nNROWS 2\nPIXELTYPE SIGNEDINT\n",
+         "PIXELTYPE SIGNEDINT: the cells of a .flt raster must be floats"}}) {
     SCOPED_TRACE(c.header);
     write("x.hdr", place + std::string(c.header));
     R4Grid_type grid;

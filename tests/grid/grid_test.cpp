@@ -25,10 +25,20 @@ TEST(GridHeader, FindsTheLatticeCellOfAPoint) {
     double x, y;
     ColRow cell;
   };
-  for (const Case& c : {Case{100, 220, {1, 1}}, {100, 220 + 1e-9, {1, 1}}, {100, 221, {1, -1}}, {100, 231, {1, -2}},
-                        {100, 200, {1, 3}}, {100, 199, {1, 4}}, {100, 190, {1, 4}}, {100, 189, {1, 5}},
-                        {99.9, 205, {-1, 3}}, {89, 215, {-2, 2}}, {135, 205, {4, 3}}, {140, 205, {5, 3}},
-                        {109.9, 210, {1, 2}}, {110, 209.9, {2, 3}}}) {
+  for (const Case& c : {Case{100, 220, {1, 1}},
+                        {100, 220 + 1e-9, {1, 1}},
+                        {100, 221, {1, -1}},
+                        {100, 231, {1, -2}},
+                        {100, 200, {1, 3}},
+                        {100, 199, {1, 4}},
+                        {100, 190, {1, 4}},
+                        {100, 189, {1, 5}},
+                        {99.9, 205, {-1, 3}},
+                        {89, 215, {-2, 2}},
+                        {135, 205, {4, 3}},
+                        {140, 205, {5, 3}},
+                        {109.9, 210, {1, 2}},
+                        {110, 209.9, {2, 3}}}) {
     EXPECT_EQ(h.XYtoColRow(c.x, c.y), c.cell) << c.x << ' ' << c.y;
   }
   EXPECT_EQ(h.NearestColRow(105, 205), (ColRow{2, 2}));
@@ -84,7 +94,9 @@ TYPED_TEST_SUITE(EveryType, Types);
 TYPED_TEST(EveryType, OnDiskHoldsItsFillAndReadsInBothViews) {
   using T = typename TypeParam::CellValue;
   TypeParam grid;
-  ASSERT_EQ(CreateGrid(grid, {.ncols = 7, .nrows = 5, .size = {.cellsize = 1.0}, .fillValue = 3.7F, .onDisk = true}), 0);
+  ASSERT_EQ(CreateGrid(
+                grid, {.ncols = 7, .nrows = 5, .size = {.cellsize = 1.0}, .fillValue = 3.7F, .onDisk = true}),
+            0);
   const std::string file = grid.scratchFile;
   EXPECT_TRUE(grid.rowAccess && !grid.cellAccess && grid.GridExists());
   EXPECT_EQ(fsize(file), static_cast<int64_t>(35 * sizeof(T)));
@@ -105,7 +117,8 @@ TYPED_TEST(EveryType, OnDiskHoldsItsFillAndReadsInBothViews) {
 
   // Made again over itself, with its geometry: a fresh grid, and the old file is gone.
   ASSERT_EQ(CreateGrid(grid, {.like = &grid, .cellAccess = true}), 0);
-  EXPECT_NE(this->console_.text().find("CreateGrid in Grid_Module: Grid-to-be-created already exists"), std::string::npos);
+  EXPECT_NE(this->console_.text().find("CreateGrid in Grid_Module: Grid-to-be-created already exists"),
+            std::string::npos);
   EXPECT_EQ(grid.cols(), 7);
   EXPECT_TRUE(grid.cellAccess && grid.value(2, 3, "") == grid.nodataValue());
   const std::string second = grid.scratchFile;
@@ -119,7 +132,8 @@ TYPED_TEST(EveryType, FallsBackOnScratchWhenMemoryRunsOut) {
   TypeParam grid;
   ASSERT_EQ(CreateGrid(grid, {.ncols = 100, .nrows = 100, .size = {.cellsize = 1.0}}), 0);
   EXPECT_TRUE(grid.onDisk && !grid.cells.present());
-  EXPECT_NE(this->console_.text().find("WARNING: CreateGrid unable to allocate memory for "), std::string::npos);
+  EXPECT_NE(this->console_.text().find("WARNING: CreateGrid unable to allocate memory for "),
+            std::string::npos);
   TypeParam padded;
   EXPECT_EQ(CreateGrid(padded, {.ncols = 100, .nrows = 100, .size = {.cellsize = 1.0}, .padCells = 1}), -1);
   memoryLimits().largestBlock.reset();
@@ -131,7 +145,8 @@ TEST_F(GridStorage, RefusesWhatItCannotMake) {
   EXPECT_EQ(CreateGrid(grid, {}), -1);
   EXPECT_EQ(CreateGrid(grid, {.ncols = 0, .nrows = 5}), -1);
   EXPECT_FALSE(grid.HeaderExists());
-  EXPECT_EQ(CreateGrid(grid, {.ncols = 2, .nrows = 2, .onDisk = true, .cellAccess = true, .rowAccess = true}), -1);
+  EXPECT_EQ(CreateGrid(grid, {.ncols = 2, .nrows = 2, .onDisk = true, .cellAccess = true, .rowAccess = true}),
+            -1);
   // Cells beyond any memory and any disk: a failure in words, and nothing is left behind.
   grid.onDisk = false;
   EXPECT_EQ(CreateGrid(grid, {.ncols = 2147483647, .nrows = 2147483647}), -1);
@@ -178,13 +193,15 @@ TEST_F(GridStorage, UnreadableScratchEndsTheRunWithItsLines) {
     static_cast<void>(grid.ExtractR4ValueColRow(300, 300));
   };
   EXPECT_EXIT(readCut(), ::testing::ExitedWithCode(1),
-              "ERROR: ExtractR4ValueColRow in Grid_module\n   Error reading scratch file\n   File: .*Scratch0\n   Unit: 11\n   Error: 36");
+              "ERROR: ExtractR4ValueColRow in Grid_module\n   Error reading scratch file\n   File: "
+              ".*Scratch0\n   Unit: 11\n   Error: 36");
 }
 
 // ---- access ----
 
 class GridAccess : public test::InBothStorages {};
-INSTANTIATE_TEST_SUITE_P(Storages, GridAccess, ::testing::Values(Storage::memory, Storage::disk), test::storageName);
+INSTANTIATE_TEST_SUITE_P(Storages, GridAccess, ::testing::Values(Storage::memory, Storage::disk),
+                         test::storageName);
 
 TEST_P(GridAccess, CellsRowsAndWindows) {
   auto grid = test::gridOf<R4Grid_type>("1 2 3\n 4 . 6\n 7 8 9", {.nodata = 0.0F, .storage = GetParam()});
@@ -214,7 +231,9 @@ TEST_P(GridAccess, CellsRowsAndWindows) {
   std::array<float, 9> around{};
   grid.ExtractR4Neighbours(around, 3, 1);
   EXPECT_EQ(around, (std::array{0.0F, 0.0F, 0.0F, 2.0F, 3.0F, 0.0F, 8.0F, 5.0F, 0.0F}));
-  EXPECT_EQ(grid.setWindowR4({.col1 = 2, .col2 = 3, .row1 = 1, .row2 = 2}, std::vector{10.0F, 20.0F, 30.0F, 40.0F}), 0);
+  EXPECT_EQ(
+      grid.setWindowR4({.col1 = 2, .col2 = 3, .row1 = 1, .row2 = 2}, std::vector{10.0F, 20.0F, 30.0F, 40.0F}),
+      0);
   std::vector<float> window(4);
   grid.ExtractR4Window(window, {.col1 = 3, .col2 = 4, .row1 = 1, .row2 = 2});
   EXPECT_EQ(window, (std::vector{20.0F, 0.0F, 40.0F, 0.0F}));
@@ -223,7 +242,8 @@ TEST_P(GridAccess, CellsRowsAndWindows) {
 
 TEST_P(GridAccess, IntegersChangeInPlace) {
   auto i4 = test::gridOf<I4Grid_type>("1 2\n 3 .", {.storage = GetParam()});
-  EXPECT_EQ(i4.setWindowMaxI4({.col1 = 1, .col2 = 2, .row1 = 1, .row2 = 2}, std::vector<int32_t>{0, 5, 2, -3}), 0);
+  EXPECT_EQ(
+      i4.setWindowMaxI4({.col1 = 1, .col2 = 2, .row1 = 1, .row2 = 2}, std::vector<int32_t>{0, 5, 2, -3}), 0);
   EXPECT_EQ(test::cellsOf(i4), (std::vector<int32_t>{1, 5, 3, -3}));
   EXPECT_EQ(i4.SetI4Negative(2, 1), 0);
   EXPECT_EQ(i4.AddColRowI4(1, 1, 2147483647), 0);
@@ -249,7 +269,7 @@ TEST_P(GridAccess, PointsBetweenCellsAreInterpolated) {
   EXPECT_EQ(grid.ExtractR4ValueXY(x, y), -9999.0F);
   EXPECT_EQ(grid.ExtractR4ValueXY(x, y, {.ignoreNodata = true}), 2.5F);
   EXPECT_EQ(grid.ExtractR4ValueXY(1010.0, 2020.0), 10.0F);
-  EXPECT_EQ(grid.ExtractR4ValueXY(1034.0, 2034.0), 0.0F);   // the strips beyond the lattice
+  EXPECT_EQ(grid.ExtractR4ValueXY(1034.0, 2034.0), 0.0F);  // the strips beyond the lattice
   EXPECT_EQ(grid.ExtractR4ValueXY(1010.0, 1999.0), -9999.0F);
   EXPECT_EQ(grid.ExtractR4ValueXY(x, y, {.interpolate = true, .noInterpolate = true}), -9999.0F);
   EXPECT_EQ(grid.ExtractR4ValueXY(1011.0, 2019.0, {.nearest = true}), 10.0F);

@@ -21,7 +21,8 @@ TEST(Layers, IncludesGoOneWay) {
   const std::regex include(R"re(^#include "([a-z]+)/)re");
   int looked = 0;
   for (const auto& [room, below] : allowed) {
-    for (const auto& entry : std::filesystem::directory_iterator(std::string(TERRAIN_SOURCE_DIR) + "/src/" + room)) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string(TERRAIN_SOURCE_DIR) + "/src/" + room)) {
       std::ifstream file(entry.path());
       for (std::string line; std::getline(file, line);) {
         std::smatch found;

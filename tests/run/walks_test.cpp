@@ -26,7 +26,8 @@ class WalksTest : public test::InBothStorages {
   std::vector<float> check(WalkValues values, R4Grid_type& grad, R4Grid_type& aspect, R4Grid_type& bcon) {
     R4Grid_type accum;
     accum.onDisk = GetParam() == Storage::disk;
-    EXPECT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = bcon, .accum = accum}, aspect), 0);
+    EXPECT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = bcon, .accum = accum}, aspect),
+              0);
     R4Grid_type plainAccum;
     CreateGrid(plainAccum, {.like = &aspect, .fillValue = 0.0F, .onDisk = false});
     test::PlainWalks plain(values, grad, aspect, plainAccum);
@@ -47,9 +48,18 @@ class WalksTest : public test::InBothStorages {
     R4Grid_type none;
     return check(values, grad, aspect, none);
   }
-  R4Grid_type grid(int32_t cols, int32_t rows) { return test::emptyGrid<R4Grid_type>(cols, rows, {.storage = GetParam()}); }
+  R4Grid_type grid(int32_t cols, int32_t rows) {
+    return test::emptyGrid<R4Grid_type>(cols, rows, {.storage = GetParam()});
+  }
 };
-INSTANTIATE_TEST_SUITE_P(Storages, WalksTest, ::testing::Values(Storage::memory, Storage::disk), test::storageName);
+INSTANTIATE_TEST_SUITE_P(Storages, WalksTest, ::testing::Values(Storage::memory, Storage::disk),
+                         test::storageName);
+
+class UnreadableScratch : public ::testing::Test {
+ protected:
+  test::ConsoleCapture console_;
+  test::ScratchDir scratch_;
+};
 
 /// Every kind of cell at once: holes, flats, aspects on and beside the centres, beyond a full circle and
 /// negative, cells that face each other, walls and NaN.
@@ -58,7 +68,8 @@ struct Mixture {
   Mixture(int32_t cols, int32_t rows, uint32_t seed, Storage storage) {
     std::mt19937 random(seed);
     std::uniform_real_distribution<float> unit(0.0F, 1.0F);
-    for (R4Grid_type* g : {&grad, &aspect, &bcon}) *g = test::emptyGrid<R4Grid_type>(cols, rows, {.storage = storage});
+    for (R4Grid_type* g : {&grad, &aspect, &bcon})
+      *g = test::emptyGrid<R4Grid_type>(cols, rows, {.storage = storage});
     const float main = unit(random) * 6.28F;
     test::fillWith(aspect, [&](int32_t, int32_t) {
       const float kind = unit(random);
@@ -77,7 +88,9 @@ struct Mixture {
       if (kind < 0.12F) return 100.0F * unit(random);
       return 0.05F + unit(random);
     });
-    test::fillWith(bcon, [&](int32_t, int32_t) { return unit(random) < 0.2F ? 0.0F : unit(random) < 0.05F ? 1e-9F : 2 * unit(random); });
+    test::fillWith(bcon, [&](int32_t, int32_t) {
+      return unit(random) < 0.2F ? 0.0F : unit(random) < 0.05F ? 1e-9F : 2 * unit(random);
+    });
   }
 };
 
@@ -85,10 +98,13 @@ TEST_P(WalksTest, AreThePlainFormOnEveryKindOfCell) {
   for (uint32_t seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE(seed);
     Mixture m(static_cast<int32_t>(3 + seed * 3), static_cast<int32_t>(40 - seed * 3), seed, GetParam());
-    check({.byTime = true, .duration = 9.0F + static_cast<float>(seed), .conductivity = 10.0F}, m.grad, m.aspect);
-    check({.byTime = true, .specific = true, .duration = 24.0F, .conductivity = 4.0F}, m.grad, m.aspect, m.bcon);
+    check({.byTime = true, .duration = 9.0F + static_cast<float>(seed), .conductivity = 10.0F}, m.grad,
+          m.aspect);
+    check({.byTime = true, .specific = true, .duration = 24.0F, .conductivity = 4.0F}, m.grad, m.aspect,
+          m.bcon);
     check({.byDistance = true, .maxDistance = 60.0F + static_cast<float>(seed)}, m.grad, m.aspect);
-    check({.byDistance = true, .specific = true, .maxDistance = 10.0F * static_cast<float>(seed)}, m.grad, m.aspect, m.bcon);
+    check({.byDistance = true, .specific = true, .maxDistance = 10.0F * static_cast<float>(seed)}, m.grad,
+          m.aspect, m.bcon);
     // The reach that just fits, and those beside it.
     const float three = 10.0F + 10.0F + 10.0F * 1.4142135F;
     for (float limit : {three, std::nextafter(three, 0.0F), std::nextafter(three, 100.0F)})
@@ -108,10 +124,13 @@ TEST_P(WalksTest, AreThePlainFormOnRealGrids) {
     ASSERT_EQ(dem.GetElev(), 0);
     for (R4Grid_type* g : {&dem.grad, &dem.aspect})
       ASSERT_EQ(CreateGrid(*g, {.like = &dem.elev, .onDisk = GetParam() == Storage::disk}), 0);
-    ASSERT_EQ(surfaceRasters(dem.elev, 2.0F * static_cast<float>(dem.cellsize), {.gradient = &dem.grad, .aspect = &dem.aspect}), 0);
+    ASSERT_EQ(surfaceRasters(dem.elev, 2.0F * static_cast<float>(dem.cellsize),
+                             {.gradient = &dem.grad, .aspect = &dem.aspect}),
+              0);
     ASSERT_EQ(dem.calcBcon(1.0F, &dem.aspect), 0);
     const float cells = static_cast<float>(dem.cellsize);
-    check({.byTime = true, .specific = true, .duration = 20.0F, .conductivity = cells}, dem.grad, dem.aspect, dem.bcon);
+    check({.byTime = true, .specific = true, .duration = 20.0F, .conductivity = cells}, dem.grad, dem.aspect,
+          dem.bcon);
     check({.byDistance = true, .maxDistance = 4.3F * cells}, dem.grad, dem.aspect);
   }
 }
@@ -135,7 +154,8 @@ TEST_P(WalksTest, ALineOfCellsCountsWholeStepsAndTheCutOne) {
   dry.conductivity = 0.0F;
   EXPECT_EQ(check(dry, grad, aspect), std::vector(8, 1.0F));
   EXPECT_EQ(check({.byDistance = true, .maxDistance = 9.9F}, grad, aspect), std::vector(8, 0.0F));
-  EXPECT_EQ(check({.byDistance = true, .maxDistance = 20.0F}, grad, aspect), (std::vector{0.0F, 1.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F}));
+  EXPECT_EQ(check({.byDistance = true, .maxDistance = 20.0F}, grad, aspect),
+            (std::vector{0.0F, 1.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F, 2.0F}));
 }
 
 TEST_P(WalksTest, SpecificAreaIsTheCountOverTheContour) {
@@ -144,8 +164,11 @@ TEST_P(WalksTest, SpecificAreaIsTheCountOverTheContour) {
   R4Grid_type bcon = grid(1, 8);
   test::fillWith(aspect, [](int32_t, int32_t row) { return row == 8 ? -1.0F : kPi; });
   test::fillWith(grad, [](int32_t, int32_t) { return 1.0F; });
-  test::fillWith(bcon, [](int32_t, int32_t row) { return row == 5 ? 0.5F : row == 6 ? 0.0F : row == 7 ? 1e-6F : 1.0F; });
-  const auto area = check({.byTime = true, .specific = true, .duration = 100.0F, .conductivity = 20.0F}, grad, aspect, bcon);
+  test::fillWith(bcon, [](int32_t, int32_t row) {
+    return row == 5 ? 0.5F : row == 6 ? 0.0F : row == 7 ? 1e-6F : 1.0F;
+  });
+  const auto area = check({.byTime = true, .specific = true, .duration = 100.0F, .conductivity = 20.0F}, grad,
+                          aspect, bcon);
   EXPECT_EQ(area, (std::vector{1.0F, 2.0F, 3.0F, 4.0F, 10.0F, 6.0F, 1000000.0F, -9999.0F}));
 }
 
@@ -159,7 +182,8 @@ TEST_P(WalksTest, ALongPathNeedsNoDeepStack) {
   WalkValues values{.byTime = true, .duration = 2e6F, .conductivity = 20.0F};
   R4Grid_type accum;
   R4Grid_type none;
-  ASSERT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect), 0);
+  ASSERT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect),
+            0);
   EXPECT_EQ(accum.ExtractR4ValueColRow(1, 1), 2.0F);
   EXPECT_EQ(accum.ExtractR4ValueColRow(1, rows), 1.0F);
   EXPECT_EQ(accum.ExtractR4ValueColRow(1, 2), -9999.0F);
@@ -184,6 +208,18 @@ TEST_P(WalksTest, EndWhereStepsDoNotAdvanceOrRunBackwards) {
   EXPECT_EQ(accumulateCells(fast, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, flat), -1);
 }
 
+TEST_F(UnreadableScratch, IsAFailureAndNoResult) {
+  R4Grid_type aspect = test::emptyGrid<R4Grid_type>(1200, 100, {.storage = Storage::disk});
+  R4Grid_type grad = test::emptyGrid<R4Grid_type>(1200, 100);
+  R4Grid_type accum;
+  R4Grid_type none;
+  std::filesystem::resize_file(aspect.scratchFile, 100'000);
+  WalkValues values{.byTime = true, .duration = 1.0F, .conductivity = 1.0F};
+  EXPECT_EQ(accumulateCells(values, {.grad = grad, .aspect = aspect, .bcon = none, .accum = accum}, aspect),
+            -1);
+  EXPECT_NE(console_.text().find("Error in reading file"), std::string::npos);
+}
+
 TEST_P(WalksTest, SingleWalksAddWhereTheyPass) {
   R4Grid_type grad = grid(3, 3);
   R4Grid_type aspect = grid(3, 3);
@@ -192,7 +228,9 @@ TEST_P(WalksTest, SingleWalksAddWhereTheyPass) {
   Walks walks;
   WalkValues values{.byDistance = true, .maxDistance = 10.0F};
   values.cellDistance = stepLengths(10.0);
-  ASSERT_EQ(walks.prepare(values, grad, aspect, GetParam() == Storage::disk ? WalkStorage::disk : WalkStorage::memory), 0);
+  ASSERT_EQ(walks.prepare(values, grad, aspect,
+                          GetParam() == Storage::disk ? WalkStorage::disk : WalkStorage::memory),
+            0);
   bool origin = true;
   walks.walkByDistance(1, 2, 1.0F, 0.0F, origin);
   EXPECT_FALSE(origin);

@@ -33,16 +33,18 @@ class PlainWalks {
       if (values_.duration >= arrival) {
         walkByTime(col - colOffset[at], row - rowOffset[at], p * share, arrival);
       } else if (values_.duration > elapsed) {
-        walkByTime(col - colOffset[at], row - rowOffset[at], ((p * share) * (values_.duration - elapsed)) / step,
-                   arrival);
+        walkByTime(col - colOffset[at], row - rowOffset[at],
+                   ((p * share) * (values_.duration - elapsed)) / step, arrival);
       }
     }
   }
 
   void walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin) {
     ++visits;
-    if (origin) origin = false;
-    else accum_.AddR4(col, row, share);
+    if (origin)
+      origin = false;
+    else
+      accum_.AddR4(col, row, share);
     const float aspect = aspect_.ExtractR4ValueColRow(col, row);
     for (int32_t k = 1; k <= 8; ++k) {
       const auto at = static_cast<std::size_t>(k);

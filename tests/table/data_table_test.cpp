@@ -15,8 +15,8 @@ using terrain::testing::Messages;
 class Table : public ::testing::Test {
  protected:
   Table() {
-    const AttributeType list[] = {attribute("i", "I4"), attribute("l", "I8"), attribute("f", "R4"), attribute("d", "R8"),
-                                  attribute("c", "C ")};
+    const AttributeType list[] = {attribute("i", "I4"), attribute("l", "I8"), attribute("f", "R4"),
+                                  attribute("d", "R8"), attribute("c", "C ")};
     EXPECT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 3}), 0);
   }
   Messages seen;
@@ -28,9 +28,16 @@ TEST_F(Table, RealsReadAsIntegersOnlyWhenWholeOrNegative) {
     double value;
     bool reads;
     int64_t whole;
-  } cases[] = {{2.0, true, 2},   {2.5, false, -9999},  {-2.5, true, -2},    {2.0 + 5e-9, true, 2}, {2.0 + 2e-8, false, -9999},
-               {1e10, true, 10000000000}, {1e19, false, -9999}, {std::nan(""), false, -9999},
-               {-std::numeric_limits<double>::infinity(), false, -9999}, {-9.3e18, false, -9999}};
+  } cases[] = {{2.0, true, 2},
+               {2.5, false, -9999},
+               {-2.5, true, -2},
+               {2.0 + 5e-9, true, 2},
+               {2.0 + 2e-8, false, -9999},
+               {1e10, true, 10000000000},
+               {1e19, false, -9999},
+               {std::nan(""), false, -9999},
+               {-std::numeric_limits<double>::infinity(), false, -9999},
+               {-9.3e18, false, -9999}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.value);
     table.WriteR8Value(4, 1, c.value);
@@ -126,7 +133,8 @@ TEST_F(Table, ExtremesPassOverNodata) {
   EXPECT_EQ(table.Maximum({.fieldName = "f", .nodata = 5.0F}), -9999.0);
   table.Minimum({.fieldNum = 1, .fieldName = "i"});
   table.Minimum({.fieldNum = 5});
-  EXPECT_TRUE(seen.has("Cannot have both fieldNum and fieldName arguments") && seen.has("Unknown data type C"));
+  EXPECT_TRUE(seen.has("Cannot have both fieldNum and fieldName arguments") &&
+              seen.has("Unknown data type C"));
 }
 
 TEST_F(Table, ReplacementWorksOnTenCharacters) {

@@ -20,7 +20,8 @@ std::string outputOf(const std::string& command) {
   FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
   if (pipe == nullptr) return text;
   std::array<char, 4096> buffer;
-  while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe)) text.append(buffer.data(), got);
+  while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe))
+    text.append(buffer.data(), got);
   ::pclose(pipe);
   return text;
 }
@@ -53,11 +54,13 @@ TEST(DbfFiles, RealTablesGoRound) {
       if (kindOf(field->dataType.padded()) == FieldKind::unknown) continue;
       const FieldContent* other = back.fieldAt(++copy);
       ASSERT_NE(other, nullptr);
-      const bool repeated = table.FieldNumber(field->name.trimmed()) != number;  // one of these has such a name
+      const bool repeated =
+          table.FieldNumber(field->name.trimmed()) != number;  // one of these has such a name
       EXPECT_EQ(other->name == field->name.trimmed(), !repeated) << other->name.trimmed();
       for (int64_t r = 1; r <= table.numRecords; ++r) {
         if (field->dataType == "C ") {
-          ASSERT_EQ(field->Char[static_cast<std::size_t>(r) - 1], other->Char[static_cast<std::size_t>(r) - 1]);
+          ASSERT_EQ(field->Char[static_cast<std::size_t>(r) - 1],
+                    other->Char[static_cast<std::size_t>(r) - 1]);
         } else {
           double a = 0, b = 0;
           table.ReadR8Value(number, r, a);
@@ -75,8 +78,8 @@ TEST(DbfFiles, OgrReadsWhatIsWritten) {
   Messages seen;
   Scratch scratch;
   DataTableType table;
-  const AttributeType list[] = {attribute("whole", "I4", 9), attribute("long", "I8", 18), attribute("real", "R8", 20, 6),
-                                attribute("text", "C ", 254)};
+  const AttributeType list[] = {attribute("whole", "I4", 9), attribute("long", "I8", 18),
+                                attribute("real", "R8", 20, 6), attribute("text", "C ", 254)};
   ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 2}), 0);
   table.WriteI4Field(std::vector<int32_t>{7, -12345678}, 1);
   table.WriteI8Field(std::vector<int64_t>{123456789012345678, -5}, 2);
@@ -86,20 +89,24 @@ TEST(DbfFiles, OgrReadsWhatIsWritten) {
   const std::string told = outputOf("ogrinfo -al " + scratch.path("ours.dbf"));
   EXPECT_EQ(told.find("Warning"), std::string::npos) << told;
   EXPECT_EQ(told.find("ERROR"), std::string::npos) << told;
-  for (const char* line : {"Feature Count: 2", "whole: Integer (9.0)", "long: Integer64 (18.0)", "real: Real (20.6)",
-                           "text: String (254.0)", "whole (Integer) = -12345678", "long (Integer64) = 123456789012345678",
-                           "real (Real) = 1234567.015625", "text (String) = b c"})
+  for (const char* line :
+       {"Feature Count: 2", "whole: Integer (9.0)", "long: Integer64 (18.0)", "real: Real (20.6)",
+        "text: String (254.0)", "whole (Integer) = -12345678", "long (Integer64) = 123456789012345678",
+        "real (Real) = 1234567.015625", "text (String) = b c"})
     EXPECT_NE(told.find(line), std::string::npos) << line << "\n" << told;
   ASSERT_EQ(table.writeDBFfile(scratch.path("none"), {.recIndex = std::span<const int64_t>()}), 0);
-  EXPECT_NE(outputOf("ogrinfo -al -so " + scratch.path("none.dbf")).find("Feature Count: 0"), std::string::npos);
+  EXPECT_NE(outputOf("ogrinfo -al -so " + scratch.path("none.dbf")).find("Feature Count: 0"),
+            std::string::npos);
 }
 
 TEST(DbfFiles, WhatOgrWritesIsRead) {
   if (!hasOgr()) GTEST_SKIP() << "no ogr2ogr";
   Messages seen;
   Scratch scratch;
-  writeBytes(scratch.path("in.csv"), "i,r,d,t,w\n12,1.5,2001/02/03,one,a\n,,,,\n-7,2500000.25,1999/12/31,two words,z\n");
-  writeBytes(scratch.path("in.csvt"), "\"Integer(5)\",\"Real(15.4)\",\"Date\",\"String(20)\",\"String(254)\"\n");
+  writeBytes(scratch.path("in.csv"),
+             "i,r,d,t,w\n12,1.5,2001/02/03,one,a\n,,,,\n-7,2500000.25,1999/12/31,two words,z\n");
+  writeBytes(scratch.path("in.csvt"),
+             "\"Integer(5)\",\"Real(15.4)\",\"Date\",\"String(20)\",\"String(254)\"\n");
   outputOf("ogr2ogr -f 'ESRI Shapefile' " + scratch.path("theirs.dbf") + " " + scratch.path("in.csv"));
   DataTableType table;
   ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("theirs.dbf")}), 0) << seen.text();

@@ -10,8 +10,8 @@ namespace {
 
 using terrain::testing::attribute;
 using terrain::testing::Messages;
-using terrain::testing::RawDbfField;
 using terrain::testing::rawDbf;
+using terrain::testing::RawDbfField;
 using terrain::testing::readBytes;
 using terrain::testing::Scratch;
 using terrain::testing::writeBytes;
@@ -46,10 +46,11 @@ class Dbf : public ::testing::Test {
 TEST_F(Dbf, TypesFollowLetterLengthAndDecimals) {
   Messages seen;
   DataTableType table;
-  const std::vector<RawDbfField> fields{{"A", 'F', 8, 2}, {"B", 'O', 9}, {"C", 'N', 9}, {"D", 'N', 10}, {"E", 'N', 8, 2},
-                                        {"F", 'N', 9, 2}, {"G", 'D', 8}, {"H", 'L', 1},  {"I", 'C', 4}};
-  const std::string record = std::string(" ") + "1.5     " + "2.5      " + "12       " + "3456789012" + "3.25    " +
-                             "45.50    " + "20010203" + "T" + "abcd";
+  const std::vector<RawDbfField> fields{{"A", 'F', 8, 2}, {"B", 'O', 9},    {"C", 'N', 9},
+                                        {"D", 'N', 10},   {"E", 'N', 8, 2}, {"F", 'N', 9, 2},
+                                        {"G", 'D', 8},    {"H", 'L', 1},    {"I", 'C', 4}};
+  const std::string record = std::string(" ") + "1.5     " + "2.5      " + "12       " + "3456789012" +
+                             "3.25    " + "45.50    " + "20010203" + "T" + "abcd";
   ASSERT_EQ(read(table, rawDbf(fields, {record})), 0) << seen.text();
   std::string types;
   for (int32_t f = 1; f <= table.nfields; ++f) types += table.fieldAt(f)->dataType.padded();
@@ -72,11 +73,12 @@ TEST_F(Dbf, NumbersReadAsTheyStand) {
     int32_t whole;
     double real;
     bool bad;
-  } cases[] = {{"      12", 12, 12, false},        {"12      ", 12, 12, false},      {"        ", -9999, -9999, false},
-               {"********", -9999, -9999, false},  {"5.      ", 5, 5, false},        {"5.00    ", 5, 5, false},
-               {"1,5     ", -9999, -9999, true},   {"1/2     ", -9999, -9999, true}, {"1e3     ", 1000, 1000, false},
-               {"2*      ", -9999, -9999, false},  {"+7      ", 7, 7, false},        {"abc     ", -9999, -9999, true},
-               {"12 abc  ", 12, 12, false},        {"-0.      ", 0, 0, false}};
+  } cases[] = {
+      {"      12", 12, 12, false},       {"12      ", 12, 12, false},      {"        ", -9999, -9999, false},
+      {"********", -9999, -9999, false}, {"5.      ", 5, 5, false},        {"5.00    ", 5, 5, false},
+      {"1,5     ", -9999, -9999, true},  {"1/2     ", -9999, -9999, true}, {"1e3     ", 1000, 1000, false},
+      {"2*      ", -9999, -9999, false}, {"+7      ", 7, 7, false},        {"abc     ", -9999, -9999, true},
+      {"12 abc  ", 12, 12, false},       {"-0.      ", 0, 0, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     Messages seen;
@@ -85,13 +87,15 @@ TEST_F(Dbf, NumbersReadAsTheyStand) {
     ASSERT_EQ(read(table, rawDbf({{"I", 'N', 8}, {"R", 'F', 8, 2}}, {" " + text + text})), 0);
     EXPECT_EQ(table.field[0]->I4[0], c.whole);
     EXPECT_EQ(static_cast<double>(table.field[1]->R4[0]), c.real);
-    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, I: " ), c.bad);
-    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, R: " ), c.bad);
+    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, I: "), c.bad);
+    EXPECT_EQ(seen.has("NonFatal ERROR dbf record 1, R: "), c.bad);
   }
   Messages seen;
   DataTableType table;
   const std::string nul(8, '\0');
-  ASSERT_EQ(read(table, rawDbf({{"I", 'N', 8}}, {" " + nul, " x       ", " 2.5     ", std::string(" 3\0\0\0\0\0\0\0", 9)})), 0);
+  ASSERT_EQ(read(table, rawDbf({{"I", 'N', 8}},
+                               {" " + nul, " x       ", " 2.5     ", std::string(" 3\0\0\0\0\0\0\0", 9)})),
+            0);
   EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{-9999, -9999, -9999, 3}));
   EXPECT_EQ(seen.text(), " NonFatal ERROR dbf record 2, I: x\n   Records with unreadable numbers in I: 2\n");
 }
@@ -100,7 +104,8 @@ TEST_F(Dbf, LongTextKeepsLaterColumnsInPlace) {
   Messages seen;
   DataTableType table;
   const std::string longText(300, 'x');
-  ASSERT_EQ(read(table, rawDbf({{"T", 'C', 300}, {"N", 'N', 4}}, {" " + longText + "  42"})), 0) << seen.text();
+  ASSERT_EQ(read(table, rawDbf({{"T", 'C', 300}, {"N", 'N', 4}}, {" " + longText + "  42"})), 0)
+      << seen.text();
   EXPECT_EQ(table.field[0]->Char[0], std::string(256, 'x'));
   EXPECT_EQ(table.field[1]->I4[0], 42);
   // A width of 44 whose decimal byte is used for something else: the byte alone counts.
@@ -128,8 +133,8 @@ TEST_F(Dbf, CountZeroComesFromTheFileUnlessItEnds) {
 
 TEST_F(Dbf, EveryCutAndEveryLieIsAnErrorOrAWholeTable) {
   Messages seen;
-  const std::string good =
-      rawDbf({{"NAME", 'C', 3}, {"N", 'N', 4}, {"R", 'N', 12, 3}}, {" abc   1     1.500  ", " def   2     2.500  "});
+  const std::string good = rawDbf({{"NAME", 'C', 3}, {"N", 'N', 4}, {"R", 'N', 12, 3}},
+                                  {" abc   1     1.500  ", " def   2     2.500  "});
   const std::size_t complete = good.size() - 1;  // the end mark may be missing
   for (std::size_t length = 0; length <= good.size(); ++length) {
     DataTableType table;
@@ -243,7 +248,8 @@ TEST_F(Dbf, NamesEqualInTenCharactersAreMadeUnique) {
   ASSERT_FALSE(written(table).empty());
   DataTableType back;
   ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
-  EXPECT_EQ(back.FieldOutNames(), (std::vector<std::string>{"MEAN_ANNUA", "MEAN_ANN_2", "MEAN_ANN_1", "MEAN_ANN_3"}));
+  EXPECT_EQ(back.FieldOutNames(),
+            (std::vector<std::string>{"MEAN_ANNUA", "MEAN_ANN_2", "MEAN_ANN_1", "MEAN_ANN_3"}));
   EXPECT_TRUE(seen.has("Field MEAN_ANNUAL_RAIN is written to the dbf file as MEAN_ANN_2"));
 }
 

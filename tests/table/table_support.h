@@ -73,7 +73,8 @@ inline void writeBytes(const std::string& path, std::string_view bytes) {
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-inline AttributeType attribute(std::string_view name, std::string_view type, int32_t length = 12, int32_t decimals = 0) {
+inline AttributeType attribute(std::string_view name, std::string_view type, int32_t length = 12,
+                               int32_t decimals = 0) {
   AttributeType made;
   made.name = name;
   made.dataType = type;
