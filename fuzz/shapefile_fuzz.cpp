@@ -3,19 +3,15 @@
 //   bytes 1-4   bytes of the main file, little-endian; bytes 5-8 bytes of the table; the rest is the index
 // What is read and can be written must read back.
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <span>
-#include <sstream>
 #include <string>
 
 #include "foundation/bytes.h"
-#include "foundation/platform.h"
 #include "grid/storage.h"
+#include "input_on_disk.h"
 #include "table/line_vectors.h"
 #include "table/point_vectors.h"
 #include "table/polygon_vectors.h"
@@ -25,26 +21,8 @@ namespace {
 
 using namespace terrain;
 
-struct Place {
-  std::string stem;
-  std::ostringstream console;
-
-  Place() {
-    // In memory where the host has such a directory.
-    std::string name = std::filesystem::is_directory("/dev/shm") ? "/dev/shm/shapefile_fuzz_XXXXXX"
-                                                                 : "/tmp/shapefile_fuzz_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) std::abort();
-    stem = name + "/in";
-  }
-  ~Place() {
-    std::error_code ignored;
-    std::filesystem::remove_all(std::filesystem::path(stem).parent_path(), ignored);
-  }
-};
-
 void put(const std::string& name, std::span<const std::byte> bytes) {
-  platform::File file;
-  if (file.open(name, platform::Open::replace) != kIoOk || file.writeAt(0, bytes) != kIoOk) std::abort();
+  fuzz::writeInput(name, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
 }
 
 void require(bool held, const char* what) {
@@ -74,9 +52,6 @@ bool hasColumns(const DataTableType& table) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  static Place place;
-  place.console.str("");
-  platform::console().out = &place.console;
   ByteReader in(std::as_bytes(std::span(data, size)));
   const auto choice = in.little<uint8_t>();
   const auto mainBytes = in.little<uint32_t>();
@@ -84,10 +59,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const auto main = in.take(mainBytes);
   const auto table = in.take(tableBytes);
   if (!in.ok()) return 0;
-  put(place.stem + ".shp", main);
-  put(place.stem + ".dbf", table);
-  put(place.stem + ".shx", in.take(in.remaining()));
-  (void)NumRecordsInShapefile(place.stem);
+  const std::string stem = fuzz::folder() + "in";
+  put("in.shp", main);
+  put("in.dbf", table);
+  put("in.shx", in.take(in.remaining()));
+  (void)NumRecordsInShapefile(stem);
 
   static R4Grid_type grid;
   if (!grid.GridExists()) {
@@ -99,11 +75,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   }
   const bool withGrid = (choice & 16U) != 0;
   grid.units = withGrid ? 'f' : 'm';
-  const std::string out = place.stem + "_out";
+  const std::string out = fuzz::folder() + "out";
   switch (choice % 3) {
     case 0: {
       PointVectorType points;
-      if (ReadPointShapefile(points, place.stem, {.grid = withGrid ? &grid : nullptr}) != 0) break;
+      if (ReadPointShapefile(points, stem, {.grid = withGrid ? &grid : nullptr}) != 0) break;
       require(whole(points, points.point.size()), "rows and points differ");
       if (points.WritePointShapefile(out) != 0 || !hasColumns(points)) break;
       PointVectorType back;
@@ -114,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
       LineVectorType lines;
       const bool withMask = (choice & 32U) != 0;
       if (ReadPolylineShapefile(
-              lines, place.stem,
+              lines, stem,
               {.grid = withGrid ? &grid : nullptr, .mask = withGrid && withMask ? &grid : nullptr}) != 0)
         break;
       require(whole(lines, lines.segment.size()), "rows and lines differ");
@@ -125,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     }
     default: {
       PolyVectorType polygons;
-      if (ReadPolygonShapefile(polygons, place.stem, {.grid = withGrid ? &grid : nullptr}) != 0) break;
+      if (ReadPolygonShapefile(polygons, stem, {.grid = withGrid ? &grid : nullptr}) != 0) break;
       require(whole(polygons, polygons.polygon.size()), "rows and polygons differ");
       if (polygons.WritePolygonZShapefile(out) != 0 || !hasColumns(polygons)) break;
       PolyVectorType back;

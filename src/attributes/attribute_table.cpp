@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::string_view kTag = "ReadList in Utilities";
 
-int fail(std::string_view message) {
-  return reportError({.routine = kTag, .code = kOwnWords, .message1 = message});
-}
-
 // ---- the argument names, each with the member it sets ----
 
 template <class Member>
@@ -84,10 +80,10 @@ int applyArgument(AttributeType& attribute, std::string_view argument) {
     attribute.*flag = textIsTrue(value);
   } else if (const auto integer = memberOf(kIntegers, name)) {
     if (!readFree(value, attribute.*integer))
-      return fail(integer == &AttributeType::length ? "Error reading field length"
-                                                    : "Error reading field decCnt");
+      return fail(kTag, integer == &AttributeType::length ? "Error reading field length"
+                                                          : "Error reading field decCnt");
   } else if (const auto real = memberOf(kReals, name)) {
-    if (!readFree(value, attribute.*real)) return fail("Error reading field nodata");
+    if (!readFree(value, attribute.*real)) return fail(kTag, "Error reading field nodata");
   } else if (isOneOf(kTypeNames, name)) {
     for (const auto& [word, code] : kTypes)
       if (word == value) attribute.dataType = code;
@@ -118,7 +114,7 @@ int addTerm(EquationType& equation, const std::vector<std::string>& arguments) {
       const bool read = isCoef               ? readFree(parts.value, last.coef)
                         : name == "EXPONENT" ? readFree(parts.value, last.exponent)
                                              : readFree(parts.value, last.base);
-      if (!read) return fail(error + std::string(last.name.trimmed()));
+      if (!read) return fail(kTag, error + std::string(last.name.trimmed()));
     }
   }
   return kSuccess;
@@ -161,20 +157,19 @@ int fillFromArguments(AttributeType& attribute, bool& wantsNodes) {
 int readEquation(InputFileType& input, AttributeType& attribute) {
   LogicalLine line;
   while (input.GetLine(line) == kSuccess) {
-    const std::string_view keyword =
-        stripped(line.keyword.empty() && line.arguments.size() == 1
-                     ? std::string_view(line.arguments.front())
-                     : std::string_view(line.keyword));  // "END EQUATION" without ":"
-    if (keyword == "END EQUATION") return kSuccess;
+    const std::string_view keyword = stripped(line.keyword);
+    const bool bareEnd =  // without ":"
+        keyword.empty() && line.arguments.size() == 1 && stripped(line.arguments.front()) == "END EQUATION";
+    if (bareEnd || keyword == "END EQUATION") return kSuccess;
     if (keyword == "INTERCEPT" || keyword == "CONSTANT") {
-      if (line.keyword.empty() || line.arguments.empty() ||
+      if (line.arguments.empty() ||
           !readFree(splitArgument(line.arguments.front()).value, attribute.equation.intercept))
-        return fail("Error reading INTERCEPT for " + std::string(attribute.name.trimmed()));
+        return fail(kTag, "Error reading INTERCEPT for " + std::string(attribute.name.trimmed()));
     } else if (keyword == "TERM") {
       if (addTerm(attribute.equation, line.arguments) != kSuccess) return kFailure;
     }
   }
-  return fail("Error reading EQUATION inputs");
+  return fail(kTag, "Error reading EQUATION inputs");
 }
 
 int checkEquations(std::span<const AttributeType> list) {

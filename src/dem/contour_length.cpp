@@ -93,7 +93,7 @@ class RowWindow {
       return true;
     }
     if (grid_.readRow(number, cells) != kIoOk) {
-      reportError({.routine = kTag, .code = kReadError, .file = grid_.scratchFile});
+      reportScratchRead(kTag, grid_);
       return false;
     }
     for (float& cell : cells)
@@ -144,13 +144,12 @@ int fillRows(R4Grid_type& elev, R4Grid_type& aspect, R4Grid_type& bcon) {
   RowWindow angles(aspect);
   std::vector<float> row;
   if (!tryAllocate(row, static_cast<std::size_t>(bcon.cols())) || !heights.allocate() || !angles.allocate())
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "row windows"});
+    return cannotAllocate(kTag, "row windows");
   if (!heights.start() || !angles.start()) return kFailure;
   for (int32_t r = 1; r <= bcon.rows(); ++r) {
     if (!heights.moveTo(r) || !angles.moveTo(r)) return kFailure;
     // A cell without an aspect keeps what the grid holds.
-    if (bcon.readRow(r, row) != kIoOk)
-      return reportError({.routine = kTag, .code = kReadError, .file = bcon.scratchFile});
+    if (bcon.readRow(r, row) != kIoOk) return reportScratchRead(kTag, bcon);
     for (std::size_t col = 1; col <= row.size(); ++col) {
       const float a = angles.row(0)[col];
       if (a == angles.none()) continue;

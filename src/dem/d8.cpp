@@ -54,7 +54,7 @@ class Rows {
       return kSuccess;
     }
     if (aspect_.readRow(row, out) == kIoOk) return kSuccess;
-    return reportError({.routine = kTag, .code = kReadError, .file = aspect_.scratchFile});
+    return reportScratchRead(kTag, aspect_);
   }
   int write(int32_t row, std::span<const int32_t> in) const {
     if (access_ == D8Access::rows) return codes_.SetI4row(row, in);
@@ -75,7 +75,7 @@ int fillCodes(R4Grid_type& aspect, I4Grid_type& codes, D8Access access) {
   std::vector<float> aspects;
   std::vector<int32_t> row;
   if (!tryAllocate(aspects, static_cast<std::size_t>(aspect.cols())) || !tryAllocate(row, aspects.size()))
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "row arrays"});
+    return cannotAllocate(kTag, "row arrays");
   const int32_t none = codes.GetNodataI4();
   for (int32_t r = 1; r <= aspect.rows(); ++r) {
     if (rows.read(r, aspects) != kSuccess) return kFailure;

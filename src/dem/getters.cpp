@@ -165,7 +165,7 @@ int prepareSurface(DEM_type& dem, std::string_view routine) {
 int planCurvatures(R4Grid_type& elev, float length, R4Grid_type& out) {
   std::vector<float> row;
   if (!tryAllocate(row, static_cast<std::size_t>(out.cols())))
-    return reportError({.routine = "GetPlanCurvature in DEM_Module", .code = kCannotAllocate, .text = "row"});
+    return cannotAllocate("GetPlanCurvature in DEM_Module", "row");
   const float none = out.GetNodataR4();
   for (int32_t r = 1; r <= out.rows(); ++r) {
     for (int32_t c = 1; c <= out.cols(); ++c) {

@@ -24,11 +24,9 @@ int changeRows(R4Grid_type& grid, std::string_view routine, Change change) {
     return kSuccess;
   }
   std::vector<float> cells;
-  if (!tryAllocate(cells, static_cast<std::size_t>(grid.cols())))
-    return reportError({.routine = routine, .code = kCannotAllocate, .text = "row"});
+  if (!tryAllocate(cells, static_cast<std::size_t>(grid.cols()))) return cannotAllocate(routine, "row");
   for (int32_t row = 1; row <= grid.rows(); ++row) {
-    if (grid.readRow(row, cells) != kIoOk)
-      return reportError({.routine = routine, .code = kReadError, .file = grid.scratchFile});
+    if (grid.readRow(row, cells) != kIoOk) return reportScratchRead(routine, grid);
     change(std::span<float>(cells));
     const IoCode code = grid.writeRow(row, cells);
     if (code != kIoOk) return reportScratchWrite(routine, grid, code);

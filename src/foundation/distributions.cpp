@@ -53,7 +53,7 @@ int quantiles(std::span<const Real> values, std::vector<Real>& dist, int32_t nBi
   if (values.empty()) return refuse("CumulativeDist in Utilities: array is empty");
   Ranked<Real> sample{values, {}};
   if (!tryAllocate(sample.order, values.size()) || mergeRank(values, sample.order) != kSuccess)
-    return reportError({.routine = kDistTag, .code = kCannotAllocate, .text = "order"});
+    return cannotAllocate(kDistTag, "order");
 
   const int32_t n = sample.size();
   int32_t lo = 1;
@@ -70,8 +70,7 @@ int quantiles(std::span<const Real> values, std::vector<Real>& dist, int32_t nBi
       return refuse("CumulativeDist in Utilities: array has no values less than specified maximum");
   }
 
-  if (!tryAllocate(dist, static_cast<std::size_t>(nBins) + 1))
-    return reportError({.routine = kDistTag, .code = kCannotAllocate, .text = "dist"});
+  if (!tryAllocate(dist, static_cast<std::size_t>(nBins) + 1)) return cannotAllocate(kDistTag, "dist");
   // The width of a bin is rounded to the sample's precision, the position is not.
   const Real step = static_cast<Real>(hi - lo) / static_cast<Real>(nBins);
   for (std::size_t i = 0; i < dist.size(); ++i)

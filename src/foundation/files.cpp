@@ -23,10 +23,9 @@ std::string zeroLength(std::string_view name) {
 int loadComponent(std::string_view name, std::string_view extension, std::vector<std::byte>& bytes) {
   const std::string file = std::string(trimmed(name)) + '.' + std::string(extension);
   const int64_t size = fsize(file);
-  if (size < 1) return reportError({.routine = kLoadTag, .code = kOwnWords, .message1 = zeroLength(file)});
+  if (size < 1) return fail(kLoadTag, zeroLength(file));
   bytes.clear();
-  if (!tryAllocate(bytes, static_cast<std::size_t>(size)))
-    return reportError({.routine = kLoadTag, .code = kCannotAllocate, .text = extension});
+  if (!tryAllocate(bytes, static_cast<std::size_t>(size))) return cannotAllocate(kLoadTag, extension);
   platform::File source;
   if (source.open(file, platform::Open::read) != kIoOk)
     return reportError({.routine = kLoadTag, .code = kCannotOpenToRead, .file = file});
@@ -44,11 +43,9 @@ int64_t fsize(std::string_view name) {
   constexpr std::string_view tag = "fsize in Utilities";
   platform::File file;
   const std::string shown(trimmed(name));
-  if (file.open(name, platform::Open::read) != kIoOk)
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Error opening file " + shown});
+  if (file.open(name, platform::Open::read) != kIoOk) return fail(tag, "Error opening file " + shown);
   const std::uint64_t size = file.size();
-  if (size == 0)
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Error reading file " + shown});
+  if (size == 0) return fail(tag, "Error reading file " + shown);
   return static_cast<int64_t>(size);
 }
 
@@ -68,11 +65,9 @@ int64_t fsizeByUnit(int32_t unit) {
 // Moved in blocks: a copy never holds more than one of them.
 int CopyFile(std::string_view source, std::string_view target) {
   constexpr std::size_t kBlock = std::size_t{1} << 20;
-  if (fsize(source) < 1)
-    return reportError({.routine = kCopyTag, .code = kOwnWords, .message1 = zeroLength(source)});
+  if (fsize(source) < 1) return fail(kCopyTag, zeroLength(source));
   std::vector<std::byte> block;
-  if (!tryAllocate(block, kBlock))
-    return reportError({.routine = kCopyTag, .code = kCannotAllocate, .text = "thisdbf"});
+  if (!tryAllocate(block, kBlock)) return cannotAllocate(kCopyTag, "thisdbf");
   platform::File from;
   if (from.open(source, platform::Open::read) != kIoOk)
     return reportError({.routine = kCopyTag, .code = kCannotOpenToRead, .file = source});

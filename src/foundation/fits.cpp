@@ -101,7 +101,7 @@ Fit leastSquares(std::span<const double> x, std::span<const double> y, int64_t& 
 }
 
 int reportFit(std::string_view routine, Fit fit) {
-  return fit == Fit::noMemory ? reportError({.routine = routine, .code = kCannotAllocate, .text = "matrix"})
+  return fit == Fit::noMemory ? cannotAllocate(routine, "matrix")
                               : reportError({.routine = routine, .code = kSingular});
 }
 
@@ -124,9 +124,7 @@ double rangeOf(std::span<const double> values) {
 int FitPoly(int32_t first, int32_t last, std::span<const double> x, std::span<const double> y, int32_t order,
             std::vector<double>& coef) {
   coef = {};
-  const auto refuse = [](std::string_view text) {
-    return reportError({.routine = kFitTag, .code = kOwnWords, .message1 = text});
-  };
+  const auto refuse = [](std::string_view text) { return fail(kFitTag, text); };
   const int64_t m = int64_t{last} - first + 1;
   if (order < 0) return refuse("Order of polynomial is negative");
   if (m < int64_t{order} + 1 && m < 2) return refuse(kTooFewPoints);
@@ -141,8 +139,7 @@ float AzimuthDeg(int32_t first, int32_t last, std::span<const double> x, std::sp
                  int32_t order) {
   const int64_t m = int64_t{last} - first + 1;
   const auto nothing = [](int) { return 0.0F; };
-  if (const auto fault = faultOf(m, x, y); !fault.empty())
-    return nothing(reportError({.routine = kAzimuthTag, .code = kOwnWords, .message1 = fault}));
+  if (const auto fault = faultOf(m, x, y); !fault.empty()) return nothing(fail(kAzimuthTag, fault));
 
   const std::size_t count = static_cast<std::size_t>(m);
   std::vector<double> east;

@@ -1,7 +1,7 @@
 #pragma once
 // Places in tables: the interval of an ascending table that holds a value, linear interpolation,
-// and positions in arrays of several dimensions. Indices count from 1; tables hold up to 2^31 - 1
-// elements.
+// and positions in arrays of several dimensions. Indices count from 1; tables hold fewer than
+// 2^31 - 1 elements.
 
 #include <cstdint>
 #include <span>

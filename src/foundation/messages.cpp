@@ -146,6 +146,10 @@ int reportError(const Report& report) {
   return reportError(list, report);
 }
 
+int fail(std::string_view routine, std::string_view message) {
+  return reportError({.routine = routine, .code = kOwnWords, .message1 = message});
+}
+
 int cannotAllocate(std::string_view routine, std::string_view object) {
   return reportError({.routine = routine, .code = kCannotAllocate, .text = object});
 }

@@ -92,6 +92,9 @@ int reportError(ErrorList& list, const Report& report);
 /// A report of its own, printed at once.
 int reportError(const Report& report);
 
+/// A report of one line in the routine's own words.
+int fail(std::string_view routine, std::string_view message);
+
 /// A report that there was no memory for `object`.
 int cannotAllocate(std::string_view routine, std::string_view object);
 

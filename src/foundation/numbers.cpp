@@ -44,6 +44,11 @@ bool sameR8(double a, double b, double tolerance, std::optional<double> absolute
   return same<double>(a, b, tolerance, absolute);
 }
 
+bool isComparison(std::string_view test) {
+  const std::string_view word = stripped(test);
+  return word == "=" || word == ">" || word == "<" || word == "<=" || word == ">=";
+}
+
 bool isR8(double a, std::string_view test, double b) {
   return compare(
       a, test, b, [](double x, double y) { return sameR8(x, y); }, "FUNCTION isR8 in MODULE Utiliti");

@@ -28,6 +28,9 @@ namespace terrain {
 /// Blank-padded equality and order.
 [[nodiscard]] bool isChar(std::string_view a, std::string_view test, std::string_view b);
 
+/// True for the words above.
+[[nodiscard]] bool isComparison(std::string_view test);
+
 /// Truncated towards zero and kept within the range of Integer; NaN gives 0.
 template <class Integer, class Real>
 [[nodiscard]] constexpr Integer truncateTo(Real value) {

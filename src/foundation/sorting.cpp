@@ -78,8 +78,7 @@ Value medianOfThree(std::span<Value> a, std::size_t lo, std::size_t hi) {
 
 /// Splits lo..hi: values before the place returned are not above the pivot, the others not below.
 template <class Value>
-std::size_t split(std::span<Value> a, std::size_t lo, std::size_t hi) {
-  const Value pivot = medianOfThree(a, lo, hi);
+std::size_t split(std::span<Value> a, std::size_t lo, std::size_t hi, Value pivot) {
   std::size_t i = lo;
   std::size_t j = hi;
   for (;;) {
@@ -92,19 +91,27 @@ std::size_t split(std::span<Value> a, std::size_t lo, std::size_t hi) {
   }
 }
 
-/// Leaves every value of lo..hi within kSmallestSpan of its place. Values equal to the pivot stay
-/// in the lower part, so that a range whose pivot is its largest value loses one value a split:
-/// quadratic for masks, classes and the like. A range still unfinished after `depth` splits is
-/// therefore sorted outright; among equal values nothing but the sign of a zero could tell.
+bool isLeft(std::size_t lo, std::size_t hi) { return static_cast<std::ptrdiff_t>(hi - lo) < kSmallestSpan; }
+
+/// Leaves every value of lo..hi within kSmallestSpan of its place. Values equal to the pivot stay in
+/// the lower part, so a range whose pivot is its largest value loses one value a split: quadratic for
+/// masks, classes and the like. Such a split moves nothing but the three values of the median, so it is
+/// made in one step while the pivot stays the largest: the same values in the same places. A range
+/// still unfinished after `depth` splits was made against the median of three and is sorted outright;
+/// among equal values nothing but the sign of a zero could tell.
 template <class Value>
 void splitAll(std::span<Value> a, std::size_t lo, std::size_t hi, int depth) {
-  if (static_cast<std::ptrdiff_t>(hi - lo) < kSmallestSpan) return;
+  if (isLeft(lo, hi)) return;
   if (depth == 0) {
     std::sort(a.begin() + static_cast<std::ptrdiff_t>(lo), a.begin() + static_cast<std::ptrdiff_t>(hi + 1));
     return;
   }
-  const std::size_t at = split(a, lo, hi);
-  splitAll(a, lo, at - 1, depth - 1);
+  const Value pivot = medianOfThree(a, lo, hi);
+  const std::size_t at = split(a, lo, hi, pivot);
+  std::size_t top = at - 1;
+  if (at == hi)  // the pivot is the largest value of lo..top, and among them
+    while (!isLeft(lo, top) && !(medianOfThree(a, lo, top) < pivot)) --top;
+  splitAll(a, lo, top, depth - 1);
   splitAll(a, at, hi, depth - 1);
 }
 

@@ -17,6 +17,10 @@ void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode co
   platform::endProcess(1);
 }
 
+int reportScratchRead(std::string_view tag, const Grid_Header& grid) {
+  return reportError({.routine = tag, .code = kReadError, .file = grid.scratchFile});
+}
+
 int reportScratchWrite(std::string_view tag, const Grid_Header& grid, IoCode code) {
   ErrorList list;
   reportError(list, {.routine = tag,
@@ -39,8 +43,7 @@ void extractRow(GridOf<T>& grid, std::span<T> array, int32_t row, std::string_vi
     std::ranges::fill(array, std::same_as<T, std::int8_t> ? T{0} : truncateOrKeep<T>(kNodata));
     return;
   }
-  if (grid.readRow(row, array.first(width)) != kIoOk)
-    reportError({.routine = tag, .code = kReadError, .file = grid.scratchFile});
+  if (grid.readRow(row, array.first(width)) != kIoOk) reportScratchRead(tag, grid);
 }
 
 struct SetRowTexts {

@@ -24,7 +24,7 @@ class RowView {
 
   int prepare() {
     if (!grid_.onDisk || tryAllocate(buffer_, static_cast<std::size_t>(grid_.cols()))) return kSuccess;
-    return reportError({.routine = routine_, .code = kCannotAllocate, .text = name_});
+    return cannotAllocate(routine_, name_);
   }
   /// The cells to be filled, or those that the grid holds.
   std::span<float> cells(int32_t row) {
@@ -32,7 +32,7 @@ class RowView {
   }
   int read(int32_t row) {
     if (!grid_.onDisk || grid_.readRow(row, buffer_) == kIoOk) return kSuccess;
-    return reportError({.routine = routine_, .code = kReadError, .file = grid_.scratchFile});
+    return reportScratchRead(routine_, grid_);
   }
   int write(int32_t row) {
     if (!grid_.onDisk) return kSuccess;

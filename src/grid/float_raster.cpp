@@ -295,9 +295,7 @@ struct RowObjects<std::int64_t> {
   static constexpr std::string_view in = "I8InRow", out = "I8OutRow";
 };
 
-int noMemory(std::string_view object) {
-  return reportError({.routine = kTag, .code = kCannotAllocate, .text = object});
-}
+int noMemory(std::string_view object) { return cannotAllocate(kTag, object); }
 
 template <Cell T>
 int moveRows(GridOf<T>& grid, const Source& source, const Placement& place, Converter<T> convert) {
@@ -441,7 +439,7 @@ int writeCells(GridOf<T>& grid, platform::File& file, const std::string& name, c
   std::vector<T> rowIn;
   const std::size_t blockRows = allocateBlock(block, cols, grid.rows());
   if (blockRows == 0 || (grid.onDisk && !tryAllocate(rowIn, cols)))
-    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = texts.rowObject});
+    return cannotAllocate(texts.routine, texts.rowObject);
 
   IoCode code = file.reserve(std::uint64_t{cols} * static_cast<std::uint64_t>(grid.rows()) * sizeof(float));
   std::uint64_t offset = 0;

@@ -28,6 +28,9 @@ struct AccessTexts {
 /// Lines, tag first, that tell of a scratch file that could not be read, then the end of the run: a
 /// value that cannot be read cannot be told to the caller through the result.
 [[noreturn]] void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode code);
+/// Report of a scratch file that could not be read; -1. A row that cannot be read must not become one
+/// of the result.
+int reportScratchRead(std::string_view tag, const Grid_Header& grid);
 /// Report of a scratch file that could not be written; -1.
 int reportScratchWrite(std::string_view tag, const Grid_Header& grid, IoCode code);
 

@@ -36,8 +36,7 @@ int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const
   if (CreateGrid(grid, {.like = args.matchGrid, .onDisk = args.onDisk}) != kSuccess)
     return fail("ReadGrid failed for tempGrid");
   std::vector<T> row;
-  if (!tryAllocate(row, static_cast<std::size_t>(grid.cols())))
-    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = "row"});
+  if (!tryAllocate(row, static_cast<std::size_t>(grid.cols()))) return cannotAllocate(texts.routine, "row");
   for (int32_t r = 1; r <= grid.rows(); ++r) {
     for (int32_t c = 1; c <= grid.cols(); ++c) {
       const Point at = grid.ColRowToXY(c, r);
@@ -178,10 +177,8 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
 
   std::vector<float> in;
   std::vector<float> out;
-  if (!tryAllocate(in, fileCols))
-    return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "inArray"});
-  if (!tryAllocate(out, static_cast<std::size_t>(grid.cols())))
-    return reportError({.routine = kOpenTag, .code = kCannotAllocate, .text = "outArray"});
+  if (!tryAllocate(in, fileCols)) return cannotAllocate(kOpenTag, "inArray");
+  if (!tryAllocate(out, static_cast<std::size_t>(grid.cols()))) return cannotAllocate(kOpenTag, "outArray");
   const int64_t firstCol = std::max<int64_t>(1, 1 - shift.cols);
   const int64_t lastCol = std::min<int64_t>(grid.cols(), int64_t{file.cols()} - shift.cols);
   for (int32_t row = 1; row <= grid.rows(); ++row) {

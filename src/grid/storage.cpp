@@ -151,7 +151,7 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
   std::vector<T> row;
   if (code == kIoOk && !tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
     grid.releaseStorage();
-    return reportError({.routine = kCreateTag, .code = kCannotAllocate, .text = CellTraits<T>::rowObject});
+    return cannotAllocate(kCreateTag, CellTraits<T>::rowObject);
   }
   std::ranges::fill(row, fill);
   for (int32_t r = 1; r <= grid.rows() && code == kIoOk; ++r) code = grid.writeRow(r, row);

@@ -23,22 +23,18 @@ float finished(float total, float aspect, float contour, bool specific) {
   return std::min(total / contour, kMostSpecificArea);
 }
 
-int readRow(R4Grid_type& grid, int32_t row, std::span<float> out) {
-  if (grid.readRow(row, out) == kIoOk) return kSuccess;
-  return reportError({.routine = kTag, .code = kReadError, .file = grid.scratchFile});
-}
-
 int finalPass(const WalkValues& values, const AccumulationGrids& grids, Walks& walks) {
   const auto cols = static_cast<std::size_t>(grids.accum.cols());
   std::vector<float> totals;
   std::vector<float> aspects;
   std::vector<float> contours;
   if (!tryAllocate(totals, cols) || !tryAllocate(aspects, cols) || !tryAllocate(contours, cols))
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "rows of the final pass"});
+    return cannotAllocate(kTag, "rows of the final pass");
   for (int32_t row = 1; row <= grids.accum.rows(); ++row) {
     walks.totals(row, totals);
-    if (readRow(grids.aspect, row, aspects) != kSuccess) return kFailure;
-    if (values.specific && readRow(grids.bcon, row, contours) != kSuccess) return kFailure;
+    if (grids.aspect.readRow(row, aspects) != kIoOk) return reportScratchRead(kTag, grids.aspect);
+    if (values.specific && grids.bcon.readRow(row, contours) != kIoOk)
+      return reportScratchRead(kTag, grids.bcon);
     for (std::size_t c = 0; c < cols; ++c)
       totals[c] = finished(totals[c], aspects[c], contours[c], values.specific);
     if (grids.accum.SetR4row(row, totals) != kSuccess) return kFailure;

@@ -44,12 +44,6 @@ WalkCell walkCell(const WalkValues& values, float gradient, float aspect, int64_
   return cell;
 }
 
-/// A row that cannot be read must not become a row of the result.
-int readRow(R4Grid_type& grid, int32_t row, std::span<float> out) {
-  if (grid.readRow(row, out) == kIoOk) return kSuccess;
-  return reportError({.routine = kTag, .code = kReadError, .file = grid.scratchFile});
-}
-
 float withoutNaN(float value) { return std::isnan(value) ? kNodata : value; }
 
 }  // namespace
@@ -98,12 +92,12 @@ int WalkTable::make(const WalkValues& values, R4Grid_type& grad, R4Grid_type& as
   std::vector<float> aspects;
   const auto cols = static_cast<std::size_t>(cols_);
   if (!tryAllocate(row, width) || !tryAllocate(gradients, cols) || !tryAllocate(aspects, cols))
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "rows of the walk table"});
+    return cannotAllocate(kTag, "rows of the walk table");
   for (int32_t r = 0; r <= rows_ + 1; ++r) {
     std::ranges::fill(row, WalkCell{});
     if (r >= 1 && r <= rows_) {
-      if (readRow(aspect, r, aspects) != kSuccess) return kFailure;
-      if (values.byTime && readRow(grad, r, gradients) != kSuccess) return kFailure;
+      if (aspect.readRow(r, aspects) != kIoOk) return reportScratchRead(kTag, aspect);
+      if (values.byTime && grad.readRow(r, gradients) != kIoOk) return reportScratchRead(kTag, grad);
       for (std::size_t c = 0; c < cols; ++c) {
         WalkCell& cell = row[c + 1];
         cell =

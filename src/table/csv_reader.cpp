@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "foundation/field_text.h"
 #include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
@@ -20,11 +21,14 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kTag = "NewDataTable in TabularDataModule";
+constexpr std::string_view kAddTag = "AddField in DataTableModule";
 constexpr std::string_view kOpenTag = "NewInputFile in InputFileModule";
-constexpr std::size_t kMostFields =
-    100000;  // a field is described in some 1500 bytes, whatever its name's length
+// A field is described in some 1500 bytes, whatever its name's length.
+constexpr std::size_t kMostFields = 100000;
 
-int fail(std::string_view path, std::string_view message) {
+constexpr std::uint64_t kShortestLimit = std::uint64_t{32} << 20;
+
+int failFile(std::string_view path, std::string_view message) {
   return reportError({.routine = kTag, .code = kOwnWords, .file = path, .message1 = message});
 }
 
@@ -65,8 +69,9 @@ class Lines {
  private:
   TextFile& file_;
   std::string_view path_;
+  // Room to grow by copying; a line of less than the minimum is read however little memory is free.
   const std::size_t limit_ =
-      static_cast<std::size_t>(platform::availableMemory() / 4);  // room to grow by copying
+      static_cast<std::size_t>(std::max(kShortestLimit, platform::availableMemory() / 4));
   std::string line_;
   int64_t number_ = 0;
   bool noMemory_ = false;
@@ -83,13 +88,13 @@ struct Heading {
 int readHeading(Lines& lines, Heading& heading) {
   if (!lines.next()) {
     lines.fault();
-    return fail(lines.path(), "NewInputFile unable to read header line for " + std::string(lines.path()));
+    return failFile(lines.path(), "NewInputFile unable to read header line for " + std::string(lines.path()));
   }
   DelimitedLine cells = lines.cells();
   for (std::string_view cell; cells.next(cell);) {
     if (heading.names.size() == kMostFields)
-      return fail(lines.path(),
-                  "More than " + freeText(static_cast<int64_t>(kMostFields)) + " fields in the header line");
+      return failFile(lines.path(), "More than " + freeText(static_cast<int64_t>(kMostFields)) +
+                                        " fields in the header line");
     heading.names.emplace_back(cut(cell, kTextLength));
   }
   return kSuccess;
@@ -112,7 +117,7 @@ int surveyColumns(Lines& lines, Heading& heading) {
     for (std::size_t f = 0; f < numFields; ++f) heading.columns[f].note(values[f]);
   }
   if (lines.fault() == kSuccess) return kSuccess;
-  return fail(lines.path(), "NewInputFile%findFormats failed for " + std::string(lines.path()));
+  return failFile(lines.path(), "NewInputFile%findFormats failed for " + std::string(lines.path()));
 }
 
 // ---- the table's columns ----
@@ -138,33 +143,34 @@ int addColumns(DataTableType& table, const Lines& lines, const Heading& heading,
                std::vector<Target>& targets) {
   const std::size_t numFields = heading.names.size();
   std::vector<AttributeType> list;
-  std::uint64_t numColumns = 0;
+  std::vector<std::size_t> sources;  // the cell of each column
   for (std::size_t f = 0; f < numFields; ++f) {
-    list.push_back(attributeOf(heading.names[f], heading.columns[f].format()));
-    if (list.back().dataType != "U ") ++numColumns;
+    const ColumnFormat format = heading.columns[f].format();
+    if (kindOf(format.dataType) == FieldKind::unknown) {  // no memory goes to what the table will not have
+      fail(kAddTag, "Unknown data type " + std::string(format.dataType));
+      continue;
+    }
+    list.push_back(attributeOf(heading.names[f], format));
+    sources.push_back(f);
   }
   // A whole record has a character for each of its cells. A table of which next to nothing stands in
   // the file comes from a damaged file, and would take memory out of all proportion to it.
   constexpr std::uint64_t kFewCells = std::uint64_t{1} << 20;
   const auto records = static_cast<std::uint64_t>(heading.numRecords);
   const std::uint64_t room = std::max(kFewCells, 8 * lines.fileSize());
-  if (numColumns > 0 && records > room / numColumns)
-    return fail(lines.path(), "Most fields of the records are missing");
+  if (!list.empty() && records > room / list.size())
+    return failFile(lines.path(), "Most fields of the records are missing");
 
   table.numRecords = heading.numRecords;
   if (table.AddField(list) != kSuccess) return kFailure;
   targets.resize(numFields);
-  for (std::size_t f = 0; f < numFields; ++f) {
-    FieldContent& content = *table.field[f];
-    const FieldKind kind = kindOf(content.dataType.padded());
-    if (kind == FieldKind::unknown) continue;
-    targets[f].content = &content;
-    if (kind == FieldKind::text && !content.Char.assign(content.Char.size(), heading.columns[f].characters()))
-      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+  for (std::size_t c = 0; c < sources.size(); ++c) {
+    FieldContent& content = *table.field[c];
+    targets[sources[c]].content = &content;
+    if (kindOf(content.dataType.padded()) == FieldKind::text &&
+        !content.Char.assign(content.Char.size(), heading.columns[sources[c]].characters()))
+      return cannotAllocate(kTag, "newField%char");
   }
-  std::erase_if(table.field,
-                [](const auto& content) { return kindOf(content->dataType.padded()) == FieldKind::unknown; });
-  table.nfields = static_cast<int32_t>(table.field.size());
   return kSuccess;
 }
 
@@ -179,7 +185,7 @@ Stored store(std::string_view text, TextColumn& column, std::size_t record, Targ
 /// A blank number leaves the nodata that the column is filled with.
 template <class T>
 Stored store(std::string_view text, std::vector<T>& column, std::size_t record, Target& /*target*/) {
-  text = leftAdjusted(text);
+  text = leftAdjusted(trimmedField(text));  // as its type was found
   if (text.empty()) return Stored::yes;
   return isDelimitedNumber(text) && parseNumber(text, column[record]) ? Stored::yes : Stored::unreadable;
 }
@@ -194,8 +200,7 @@ int readRecord(Lines& lines, std::span<Target> targets, std::size_t record) {
     Stored stored = Stored::yes;
     visitColumn(*target.content,
                 [&](auto& column) { stored = store(trimmed(cell), column, record, target); });
-    if (stored == Stored::noMemory)
-      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+    if (stored == Stored::noMemory) return cannotAllocate(kTag, "newField%char");
     if (stored == Stored::unreadable)
       return reportError({.routine = kTag,
                           .code = kOwnWords,
@@ -213,7 +218,7 @@ int readRecords(Lines& lines, std::span<Target> targets, int64_t numRecords) {
   for (int64_t record = 1; record <= numRecords; ++record) {
     if (!lines.next()) {
       lines.fault();
-      return fail(lines.path(), "ReadLine failed");
+      return failFile(lines.path(), "ReadLine failed");
     }
     if (readRecord(lines, targets, static_cast<std::size_t>(record) - 1) != kSuccess) return kFailure;
   }
@@ -228,7 +233,7 @@ int readRecords(Lines& lines, std::span<Target> targets, int64_t numRecords) {
 
 /// True if the file is open as `unit` and not empty; else the reason is told.
 bool openFile(std::string_view path, int32_t unit) {
-  if (!platform::fileExists(path)) {
+  if (!platform::fileExists(path) && !platform::isDirectory(path)) {
     reportError({.routine = kOpenTag, .message1 = "  Cannot find " + std::string(path)});
     return false;
   }
@@ -244,7 +249,7 @@ bool openFile(std::string_view path, int32_t unit) {
 int readFile(DataTableType& table, std::string_view path, DelimitedPart part) {
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
-  if (!openFile(path, unit)) return fail(path, "NewInputFile failed for " + std::string(path));
+  if (!openFile(path, unit)) return failFile(path, "NewInputFile failed for " + std::string(path));
   Lines lines(*units().text(unit), path);
   Heading heading;
   std::vector<Target> targets;

@@ -31,7 +31,8 @@ struct Column {
   int64_t joinedLines = 0;  ///< texts of several lines
 };
 
-/// The fields to write. A field without values in memory is a failure unless there are no records.
+/// The fields to write; one of a type without values is named and passed over. A field without values
+/// in memory is a failure unless there are no records.
 int chooseColumns(const DataTableType& table, bool csvOnly, std::vector<Column>& columns) {
   const std::vector<std::string> outNames = table.FieldOutNames();
   for (std::size_t f = 0; f < table.field.size(); ++f) {
@@ -39,11 +40,13 @@ int chooseColumns(const DataTableType& table, bool csvOnly, std::vector<Column>&
     if (!content.outFlag || (csvOnly && !content.csvFlag)) continue;
     std::size_t held = 0;
     const bool known = visitColumn(content, [&held](const auto& values) { held = values.size(); });
-    if (known && std::cmp_less(held, table.numRecords))
-      return reportError(
-          {.routine = kTag,
-           .code = kOwnWords,
-           .message1 = "Field has no values in memory: " + std::string(content.name.trimmed())});
+    if (!known) {
+      putMessage(unwrittenField(content));
+      continue;
+    }
+    if (std::cmp_less(held, table.numRecords))
+      return fail(kTag, "Field has no values in memory: " + std::string(content.name.trimmed()));
+    tellDecimals(content);
     columns.push_back({&content, outNames[f]});
   }
   return kSuccess;
@@ -60,8 +63,7 @@ int orderById(DataTableType& table, std::vector<int32_t>& recOrder) {
       table.ReadI8Value(table.IDfield, static_cast<int64_t>(r) + 1, ID[r]);
     there = mergeRank(ID, recOrder) == kSuccess;
   }
-  return there ? kSuccess
-               : reportError({.routine = kTag, .code = kCannotAllocate, .text = "ID and recOrder"});
+  return there ? kSuccess : cannotAllocate(kTag, "ID and recOrder");
 }
 
 /// Makes the line of one record after the other.
@@ -75,11 +77,9 @@ class RecordLine {
     line_.clear();
     for (std::size_t c = 0; c < columns_.size(); ++c) {
       Column& column = columns_[c];
-      const bool known = visitColumn(*column.content, [&](const auto& values) {
+      visitColumn(*column.content, [&](const auto& values) {
         append(values[static_cast<std::size_t>(record) - 1], column, c == 0);
       });
-      if (!known)
-        return fail(record, column, path, "Unknown type " + std::string(column.content->dataType.padded()));
       if (line_.size() > columns_.size() * kFieldRoom)
         return fail(record, column, path, "Record exceeded RecordLength");
       if (c + 1 < columns_.size()) line_ += ',';

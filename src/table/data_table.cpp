@@ -1,6 +1,7 @@
 #include "table/data_table.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "foundation/memory.h"
@@ -17,10 +18,6 @@ namespace {
 constexpr std::string_view kAddTag = "AddField in DataTableModule";
 constexpr std::string_view kNewTag = "NewDataTable in TabularDataModule";
 constexpr std::size_t kDbfNameLength = 10;
-
-int fail(std::string_view routine, std::string_view message) {
-  return reportError({.routine = routine, .code = kOwnWords, .message1 = message});
-}
 
 std::string withoutNuls(std::string_view text) {
   std::string clean(text);
@@ -72,7 +69,7 @@ bool addColumn(FieldContent& content, int64_t numRecords, int32_t fill) {
     fail(kAddTag, "Unknown data type " + std::string(content.dataType.padded()));
   } else if (!there) {
     const std::string type(content.dataType == "C " ? "char" : content.dataType.trimmed());
-    reportError({.routine = kAddTag, .code = kCannotAllocate, .text = "newField%" + type});
+    cannotAllocate(kAddTag, "newField%" + type);
   }
   return there;
 }
@@ -90,16 +87,25 @@ AttributeType attributeOf(const FieldContent& content) {
   return attribute;
 }
 
-template <class Column>
-struct Element {
-  using type = typename Column::value_type;
-};
-template <>
-struct Element<TextColumn> {
-  using type = TextColumn;
-};
-template <class Column>
-using ElementOf = typename Element<Column>::type;
+/// Gives each old field with the name of an entry a name of 10 characters at most that ends in "1",
+/// entry after entry: a new name may be that of a later entry.
+void renameOldFields(std::span<const std::unique_ptr<FieldContent>> fields,
+                     std::span<const AttributeType> list) {
+  std::multimap<std::string, FieldContent*, std::less<>> byName;
+  for (const auto& content : fields) byName.emplace(content->name.trimmed(), content.get());
+  for (const AttributeType& entry : list) {
+    const auto [first, last] = byName.equal_range(entry.name.trimmed());
+    if (first == last) continue;
+    const std::string name = std::string(cut(entry.name.trimmed(), 9)) + "1";
+    std::vector<FieldContent*> renamed;
+    for (auto each = first; each != last; ++each) renamed.push_back(each->second);
+    byName.erase(first, last);
+    for (FieldContent* const content : renamed) {
+      content->name = std::string_view(name);
+      byName.emplace(content->name.trimmed(), content);
+    }
+  }
+}
 
 /// Keeps the records of an ascending list: no value stands before its new place, so they move in place.
 template <class T>
@@ -109,6 +115,14 @@ void keepValues(std::vector<T>& column, std::span<const int64_t> records) {
   column.resize(records.size());
 }
 void keepValues(TextColumn& column, std::span<const int64_t> records) { column.keep(records); }
+
+template <class T>
+std::uint64_t bytesOf(const std::vector<T>& column, std::span<const int64_t> records) {
+  return column.empty() ? 0 : records.size() * sizeof(T);
+}
+std::uint64_t bytesOf(const TextColumn& column, std::span<const int64_t> records) {
+  return column.empty() ? 0 : column.bytesFor(records);
+}
 
 /// The records of any list, into an empty column. False if there is no memory.
 template <class T>
@@ -183,9 +197,7 @@ int DataTableType::AddField(std::span<const AttributeType> newFields, const AddF
 
 int DataTableType::GetAttributeList(std::vector<AttributeType>& list) {
   Attempt attempt{status};
-  if (!tryAllocate(list, field.size()))
-    return reportError(
-        {.routine = "GetAttributeList in DataTableModule", .code = kCannotAllocate, .text = "list"});
+  if (!tryAllocate(list, field.size())) return cannotAllocate("GetAttributeList in DataTableModule", "list");
   for (std::size_t i = 0; i < field.size(); ++i) list[i] = attributeOf(*field[i]);
   return attempt.succeed();
 }
@@ -199,10 +211,7 @@ int DataTableType::ApplyAttributeList(std::vector<AttributeType>& list, const Ap
     for (const auto& content : field) setFlags(*content, *options.outValue);
   if (FieldContent* const id = fieldAt(IDfield); id != nullptr && options.idOut) setFlags(*id, true);
 
-  for (const AttributeType& entry : list)
-    for (const auto& content : field)
-      if (entry.name == content->name.trimmed())
-        content->name = std::string_view(std::string(cut(content->name.trimmed(), 9)) + "1");
+  renameOldFields(field, list);
   const int32_t numOld = nfields;
   const auto numEntries = static_cast<int32_t>(list.size());
   if (!list.empty() && AddField(list) != kSuccess) return kFailure;
@@ -240,24 +249,34 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
     if (i > 0 && records[i] <= records[i - 1]) ascending = false;
   }
   std::vector<std::unique_ptr<FieldContent>> taken;
-  for (auto& content : field) {
-    std::unique_ptr<FieldContent> copy;
-    if (!ascending) {
-      copy = std::make_unique<FieldContent>();
-      static_cast<FieldDescription&>(*copy) = *content;
-    }
+  if (!ascending) {
+    // The copies are asked for together: each alone could fit where all of them do not.
+    std::uint64_t bytes = 0;
+    for (const auto& content : field)
+      visitColumn(*content, [&](const auto& column) { bytes += bytesOf(column, records); });
+    if (!memoryFor(bytes)) return cannotAllocate(tag, "columns");
+  }
+  for (const auto& content : field) {
+    if (ascending) break;
+    auto copy = std::make_unique<FieldContent>();
+    static_cast<FieldDescription&>(*copy) = *content;
     bool done = true;
-    visitColumn(*content, [&](auto& column) {
-      if (column.empty()) return;
-      if (ascending)
-        keepValues(column, records);
-      else
+    visitColumn(*content, [&](const auto& column) {
+      if (!column.empty())
         done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
     });
-    if (!done) return reportError({.routine = tag, .code = kCannotAllocate, .text = content->name.trimmed()});
-    if (!ascending) taken.push_back(std::move(copy));
+    if (!done) return cannotAllocate(tag, content->name.trimmed());
+    taken.push_back(std::move(copy));
   }
-  if (!ascending) field = std::move(taken);
+  if (!takeShapes(records)) return cannotAllocate(tag, "shapes");
+  if (ascending) {
+    for (const auto& content : field)
+      visitColumn(*content, [&](auto& column) {
+        if (!column.empty()) keepValues(column, records);
+      });
+  } else {
+    field = std::move(taken);
+  }
   numRecords = static_cast<int64_t>(records.size());
   return attempt.succeed();
 }

@@ -115,10 +115,11 @@ class DataTableType {
   /// Makes the output names of the written fields unique.
   int duplicateCheck();
   int32_t RecordID(int64_t irec);  ///< -9999 without an ID field
+  /// A number below 0 stands for none; 0, or one above `nfields`, is a failure.
   int SetIDfield(const FieldChoice& which = {});
   void SetOutFlags(std::optional<bool> allFields = std::nullopt, std::optional<bool> idField = std::nullopt);
   int SetOutFlag(bool outFlag, const SetOutFlagOptions& options);
-  void SetShpFlag(int32_t fieldNum, bool value);
+  void SetShpFlag(int32_t fieldNum, bool value);  ///< this and the next ignore a number out of range
   void SetOutName(int32_t fieldNum, std::string_view name);
 
   // ---- whole columns: no conversion; `values` gets numRecords places ----
@@ -155,16 +156,21 @@ class DataTableType {
   /// Writes delimited text with a heading, ordered by ID where there is an ID field; ".csv" is
   /// appended to a path without it.
   int WriteCSV(std::string_view path, const CsvWriteOptions& options = {});
-  /// Keeps the records listed (from 1), in that order, a record as often as it is listed; `numRecords`
-  /// becomes their number. All columns or, where memory runs out or a number is out of range, none.
+  /// Keeps the records listed (from 1), in that order, a record as often as it is listed, with their
+  /// shapes where every record has one; `numRecords` becomes their number. All or, where memory runs out
+  /// or a number is out of range, nothing.
   int takeRecords(std::span<const int64_t> records);
-  /// No fields, no records, no open file.
-  void clear();
+  /// No fields, no records and no shapes, no open file.
+  virtual void clear();
 
   /// True for the tables whose records have a selection flag.
   [[nodiscard]] virtual bool hasRecordFlags() const { return false; }
   /// The flag of record `irec`, from 1 to numRecords; null where there are none.
   [[nodiscard]] virtual bool* recordFlag(int64_t /*irec*/) { return nullptr; }
+
+ private:
+  /// The shapes' part of `takeRecords`. False, with nothing changed, if there is no memory.
+  [[nodiscard]] virtual bool takeShapes(std::span<const int64_t> /*records*/) { return true; }
 };
 
 struct NewTableOptions {

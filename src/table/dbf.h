@@ -46,6 +46,23 @@ struct DbfReadOptions {
 /// reported with the file's name and leave the table without fields.
 int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options = {});
 
+/// The bytes of a file, made whole before anything is written: what cannot be written is told while an
+/// old file still stands.
+class DbfImage {
+ public:
+  /// Settles the written fields, their flags and names, and puts the records in form. 0, or -1 with a
+  /// report that names the field and the record.
+  int make(DataTableType& table, const DbfWriteOptions& options);
+  /// Writes path + ".dbf", and path + ".cpg" where the table has a `codePage`; without one an old file
+  /// of that name goes. 0, or -1 with a report.
+  [[nodiscard]] int save(std::string_view path) const;
+
+ private:
+  std::vector<std::byte> bytes_{};
+  uint64_t blockSize_ = 0;  ///< the bytes are written in blocks of this many
+  std::string codePage_{};
+};
+
 /// Writes path + ".dbf" (and path + ".cpg" where the table has a `codePage`): the records of
 /// `options.recIndex`, in that order, or all those whose flag is set, or all. See
 /// `DataTableType::writeDBFfile`, the face of this.

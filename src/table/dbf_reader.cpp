@@ -27,7 +27,7 @@ constexpr std::byte kEndOfFile{0x1A};
 /// The column type of a letter; the letter itself where no type fits.
 FixedText<2> typeOf(char letter, int32_t length, int32_t decimals) {
   const bool isReal = letter == 'F' || letter == 'O' || (letter == 'N' && decimals != 0);
-  if (length < 1) return "U ";  // such a field has no bytes to read a value from
+  if (length < 1) return "U ";  // no bytes to read from: memory must not follow a record count alone
   if (isReal) return length < 9 ? "R4" : "R8";
   if (letter == 'N') return length < 10 ? "I4" : "I8";
   if (letter == 'C' || letter == 'D') return "C ";
@@ -59,7 +59,8 @@ bool settleLengths(const std::vector<RawField>& raw, DbfHeader& header) {
     settled.name = field.name;
     settled.letter = field.letter;
     settled.length = word ? field.wordLength : field.byteLength;
-    settled.decimals = word ? 0 : field.decimals;
+    // Text has no decimals: what some writers leave in that byte must not widen the column.
+    settled.decimals = field.letter == 'C' || field.letter == 'D' ? 0 : field.decimals;
     settled.dataType = typeOf(settled.letter, settled.length, settled.decimals);
   }
   return true;
@@ -171,8 +172,7 @@ int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_vie
     start += static_cast<std::size_t>(field.length);
   }
   for (std::size_t f = 0; f < slices.size(); ++f)
-    if (!prepareTexts(slices[f], table.field[f]->Char))
-      return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+    if (!prepareTexts(slices[f], table.field[f]->Char)) return cannotAllocate(kTag, "newField%char");
   bool stored = true;
   for (std::size_t first = 0; first < count; first += kBlock) {
     const std::size_t end = std::min(count, first + kBlock);
@@ -186,7 +186,7 @@ int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_vie
       });
     }
   }
-  if (!stored) return reportError({.routine = kTag, .code = kCannotAllocate, .text = "newField%char"});
+  if (!stored) return cannotAllocate(kTag, "newField%char");
   for (std::size_t f = 0; f < unread.size(); ++f) {
     if (unread[f].count == 0) continue;
     putMessage("NonFatal ERROR dbf record " + freeText(unread[f].firstRecord) + ", " + header.fields[f].name +
@@ -199,7 +199,7 @@ int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_vie
 
 // ---- files ----
 
-int fail(std::string_view path, std::string_view message) {
+int failFile(std::string_view path, std::string_view message) {
   return reportError({.routine = kTag, .code = kOwnWords, .file = path, .message1 = message});
 }
 
@@ -221,8 +221,7 @@ std::vector<AttributeType> attributesOf(const DbfHeader& header) {
 IoCode openHeader(DataTableType& table, std::string_view path, std::size_t length,
                   std::vector<std::byte>& bytes) {
   const int32_t unit = freeUnit();
-  if (const IoCode code = units().openRecords(unit, path, platform::Open::read, 1); code != kIoOk)
-    return code;
+  if (units().openRecords(unit, path, platform::Open::read, 1) != kIoOk) return kIoNotFound;
   table.dbfUnit = unit;
   bytes.resize(length);
   return units().records(unit)->readBytes(0, bytes);
@@ -290,7 +289,7 @@ int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& o
   Attempt attempt{table.status};
   const int64_t found = fsize(trimmed(path));  // tells what is wrong with the file
   const auto size = static_cast<std::uint64_t>(std::max<int64_t>(found, 0));
-  if (size < 1) return fail(path, "fsize returned zero file length for " + std::string(trimmed(path)));
+  if (size < 1) return failFile(path, "fsize returned zero file length for " + std::string(trimmed(path)));
 
   std::vector<std::byte> bytes;
   const IoCode code =
@@ -304,12 +303,14 @@ int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& o
   };
   if (code == ByteWriter::kNoMemory)
     return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
-  if (code != kIoOk) return giveUp(reportError({.routine = kTag, .code = kReadError, .file = path}));
+  if (code != kIoOk)
+    return giveUp(reportError(
+        {.routine = kTag, .code = code == kIoNotFound ? kCannotOpenToRead : kReadError, .file = path}));
 
   DbfHeader header;
   std::string fault;
   const std::uint64_t known = options.headerOnly ? size : bytes.size();
-  if (!parseDbfHeader(bytes, known, header, fault)) return giveUp(fail(path, fault));
+  if (!parseDbfHeader(bytes, known, header, fault)) return giveUp(failFile(path, fault));
   if (header.recordLength < 1) {
     putMessage("WARNING InitDBFfileFromDisk: input file has zero record length");
     putMessage("  File: " + std::string(trimmed(path)));

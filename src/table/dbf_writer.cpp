@@ -25,10 +25,6 @@ constexpr int64_t kLongest = 65535;  // of header and record, whose lengths stan
 constexpr int64_t kLongestNumber = 255;
 constexpr uint64_t kLargestBlock = 199999999;
 
-int fail(std::string_view message) {
-  return reportError({.routine = kTag, .code = kOwnWords, .message1 = message});
-}
-
 /// One written field.
 struct Column {
   FieldContent* content;
@@ -43,10 +39,13 @@ struct Column {
 
 bool isPrintable(char c) { return c > ' ' || static_cast<unsigned char>(c) >= 0x80; }
 
+const FixedText<kTextLength>& outputName(const FieldContent& content) {
+  return content.outName.blank() ? content.name : content.outName;
+}
+
 /// At most 10 characters without blanks: those inside become "_".
 std::string fileName(const FieldContent& content) {
-  const FixedText<256>& full = content.outName.blank() ? content.name : content.outName;
-  std::string name(cut(full.padded(), kNameLength));
+  std::string name(cut(outputName(content).padded(), kNameLength));
   std::size_t end = name.size();
   while (end > 0 && !isPrintable(name[end - 1])) --end;
   name.resize(end);
@@ -71,7 +70,7 @@ void makeNamesUnique(std::vector<Column>& columns) {
     } while (taken.contains(name));
     taken.insert(name);
     given.insert(name);
-    putMessage("Field " + std::string(trimmed(column.content->outName.padded())) +
+    putMessage("Field " + std::string(outputName(*column.content).trimmed()) +
                " is written to the dbf file as " + name);
     column.name = name;
   }
@@ -96,20 +95,25 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
       continue;
     std::size_t held = 0;
     const bool known = visitColumn(content, [&held](const auto& column) { held = column.size(); });
-    if (!known) continue;
+    if (!known) {
+      putMessage(unwrittenField(content));
+      continue;
+    }
     const std::string name(content.name.trimmed());
     if (std::cmp_not_equal(held, std::max<int64_t>(table.numRecords, 0)))
-      return fail("Field has no values in memory: " + name);
+      return fail(kTag, "Field has no values in memory: " + name);
     if (lengths[f] < 1 || lengths[f] > (content.dataType == "C " ? kLongest : kLongestNumber))
-      return fail("Field length " + freeText(lengths[f]) + " out of range: " + name);
+      return fail(kTag, "Field length " + freeText(lengths[f]) + " out of range: " + name);
+    tellDecimals(content);
     const auto length = static_cast<std::size_t>(lengths[f]);
     columns.push_back({&content, fileName(content), length, start});
     start += length;
   }
   const auto numFields = static_cast<int64_t>(columns.size());
-  if (33 + 32 * numFields > kLongest) return fail("Too many fields for a dbf file: " + freeText(numFields));
+  if (33 + 32 * numFields > kLongest)
+    return fail(kTag, "Too many fields for a dbf file: " + freeText(numFields));
   if (std::cmp_greater(start + 1, kLongest))
-    return fail("Fields are too long for a dbf file: " + freeText(static_cast<int64_t>(start) + 1));
+    return fail(kTag, "Fields are too long for a dbf file: " + freeText(static_cast<int64_t>(start) + 1));
   makeNamesUnique(columns);
   return kSuccess;
 }
@@ -117,17 +121,15 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
 // ---- which records ----
 
 int chooseRecords(DataTableType& table, const DbfWriteOptions& options, std::vector<int64_t>& records) {
-  const auto noMemory = [] {
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "recIndex"});
-  };
+  const auto noMemory = [] { return cannotAllocate(kTag, "recIndex"); };
   if (options.recIndex) {
     for (const int64_t record : *options.recIndex)
       if (record < 1 || record > table.numRecords)
-        return fail("Record number out of range: " + freeText(record));
+        return fail(kTag, "Record number out of range: " + freeText(record));
     if (!tryAllocate(records, options.recIndex->size())) return noMemory();
     std::copy(options.recIndex->begin(), options.recIndex->end(), records.begin());
   } else {
-    if (options.isFlag && !table.hasRecordFlags()) return fail("Unknown shapefile type");
+    if (options.isFlag && !table.hasRecordFlags()) return fail(kTag, "Unknown shapefile type");
     if (!tryAllocate(records, static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0))))
       return noMemory();
     std::iota(records.begin(), records.end(), int64_t{1});
@@ -137,7 +139,7 @@ int chooseRecords(DataTableType& table, const DbfWriteOptions& options, std::vec
         return flag == nullptr || !*flag;
       });
   }
-  if (records.size() > UINT32_MAX) return fail("Too many records for a dbf file");
+  if (records.size() > UINT32_MAX) return fail(kTag, "Too many records for a dbf file");
   return kSuccess;
 }
 
@@ -170,7 +172,8 @@ class RecordWriter {
   template <class T>
   requires std::is_arithmetic_v<T>
   int put(T value, Column& column, std::byte* at, int64_t record) {
-    if (nodataOut_ && countsAsNodata(value)) value = static_cast<T>(*nodataOut_);
+    const bool isNodata = nodataOut_ && countsAsNodata(value);
+    if (isNodata) value = static_cast<T>(*nodataOut_);
     if constexpr (std::is_integral_v<T>)
       text_.set(value);
     else
@@ -181,9 +184,15 @@ class RecordWriter {
       return kSuccess;
     }
     if (text_.substituted()) ++column.substituted;
-    if (text_.wholeLength() > column.length)
-      return fail("Record " + freeText(record) + ": value does not fit field " + column.name + ": " +
-                  freeText(value));
+    if (text_.wholeLength() > column.length) {
+      const std::string why =
+          "Record " + freeText(record) + ": value does not fit field " + column.name + ": " + freeText(value);
+      return isNodata ? reportError({.routine = kTag,
+                                     .code = kOwnWords,
+                                     .message1 = "Error writing nodata value",
+                                     .message2 = why})
+                      : fail(kTag, why);
+    }
     copy(cut(text_.text(), column.length), at);  // only digits behind the point can go here
     return kSuccess;
   }
@@ -240,11 +249,13 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
     const bool isText = column.content->dataType == "C ";
     out.text(isText ? "C" : "N");
     out.fill(std::byte{0}, 4);
-    if (column.length < 128 || !isText) {  // a number keeps its decimal count whatever its length
+    // The count of decimals decides the type that a reader takes: integers have none whatever the field
+    // says of them, and reals keep theirs at any length, which only text has in 16 bits.
+    if (column.length < 128 || !isText) {
       out.little(static_cast<uint8_t>(column.length));
       const bool isReal = kindOf(column.content->dataType.padded()) == FieldKind::R4 ||
                           kindOf(column.content->dataType.padded()) == FieldKind::R8;
-      out.little(static_cast<uint8_t>(isReal ? std::clamp(column.content->decimals, 0, 20) : 0));
+      out.little(static_cast<uint8_t>(isReal ? writtenDecimals(column.content->decimals) : 0));
     } else {
       out.little(static_cast<uint16_t>(column.length));
     }
@@ -253,22 +264,20 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
   out.little(uint8_t{0x0D});
 }
 
-int writeImage(const std::string& name, std::span<const std::byte> image, const Blocks& blocks) {
+int writeImage(const std::string& name, std::span<const std::byte> image, uint64_t blockSize) {
   const int32_t unit = freeUnit();
-  IoCode code =
-      units().openRecords(unit, name, platform::Open::replace, static_cast<std::size_t>(blocks.size));
+  const auto size = static_cast<std::size_t>(blockSize);
+  IoCode code = units().openRecords(unit, name, platform::Open::replace, size);
   if (code != kIoOk) {
     reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error opening dbf file"});
     putMessage("Error code:    ", code);
     putMessage("Unit number:   ", unit);
     putMessage("dbfFileSize:   ", static_cast<int64_t>(image.size()));
-    putMessage("dbfRecordSize: ", static_cast<int64_t>(blocks.size));
+    putMessage("dbfRecordSize: ", static_cast<int64_t>(blockSize));
     return kFailure;
   }
-  for (uint64_t block = 0; block < blocks.count && code == kIoOk; ++block)
-    code = units().records(unit)->write(
-        static_cast<int64_t>(block) + 1,
-        image.subspan(static_cast<std::size_t>(block * blocks.size), static_cast<std::size_t>(blocks.size)));
+  for (std::size_t at = 0; at < image.size() && code == kIoOk; at += size)
+    code = units().records(unit)->write(static_cast<int64_t>(at / size) + 1, image.subspan(at, size));
   const IoCode closed = units().close(unit);
   if (code == kIoOk && closed == kIoOk) return kSuccess;
   reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error writing to dbf file"});
@@ -276,7 +285,14 @@ int writeImage(const std::string& name, std::span<const std::byte> image, const 
   return kFailure;
 }
 
-int writeCodePage(const std::string& name, std::string_view codePage) {
+/// Writes the name of the encoding beside the table. A table without one takes away what an older table
+/// of that name left there, which would be said of texts that it does not know.
+int settleCodePage(const std::string& name, std::string_view codePage) {
+  if (codePage.empty()) {
+    if (platform::fileExists(name) && platform::removeFile(name) != kIoOk)
+      return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
+    return kSuccess;
+  }
   platform::File file;
   if (file.open(name, platform::Open::replace) == kIoOk &&
       file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk && file.close() == kIoOk)
@@ -286,11 +302,10 @@ int writeCodePage(const std::string& name, std::string_view codePage) {
 
 }  // namespace
 
-// The whole file is made in memory first, so a value that cannot be written leaves an old file as it is.
-int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
+int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
   constexpr std::size_t kRecordsAtATime = 4096;  // formatted field by field while their bytes are at hand
-  Attempt attempt{table.status};
-  if (options.isFlag && options.recIndex) return fail("Incompatible arguments: isFlag = TRUE and recIndex");
+  if (options.isFlag && options.recIndex)
+    return fail(kTag, "Incompatible arguments: isFlag = TRUE and recIndex");
   std::vector<int64_t> records;
   if (chooseRecords(table, options, records) != kSuccess) return kFailure;
   setFlags(table, options);
@@ -304,16 +319,18 @@ int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions&
   writeHeader(header, columns, records.size(), recordLength, options.date);
   const uint64_t records64 = uint64_t{recordLength} * records.size();
   const Blocks blocks = blocksFor(header.size() + records64 + 1);
-  std::vector<std::byte> image;
-  if (!tryAllocate(image, static_cast<std::size_t>(blocks.count * blocks.size))) {
+  if (!tryAllocate(bytes_, static_cast<std::size_t>(blocks.count * blocks.size))) {
+    cannotAllocate(kTag, "dbf");
     putConsoleLine("dbfFileSize: " + freeText(static_cast<int64_t>(blocks.count * blocks.size)));
-    return reportError({.routine = kTag, .code = kCannotAllocate, .text = "dbf"});
+    return kFailure;
   }
-  std::copy(header.begin(), header.end(), image.begin());
-  std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(header.size()), records64, std::byte{' '});
-  image[header.size() + static_cast<std::size_t>(records64)] = std::byte{0x1A};
+  blockSize_ = blocks.size;
+  codePage_ = table.codePage;
+  std::copy(header.begin(), header.end(), bytes_.begin());
+  std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(header.size()), records64, std::byte{' '});
+  bytes_[header.size() + static_cast<std::size_t>(records64)] = std::byte{0x1A};
 
-  RecordWriter writer(image, header.size(), recordLength, options.nodataOut);
+  RecordWriter writer(bytes_, header.size(), recordLength, options.nodataOut);
   for (std::size_t first = 0; first < records.size(); first += kRecordsAtATime) {
     const auto some = std::span(records).subspan(first, std::min(kRecordsAtATime, records.size() - first));
     for (Column& column : columns)
@@ -326,11 +343,20 @@ int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions&
       putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
                  column.substituted);
   }
+  return kSuccess;
+}
 
+int DbfImage::save(std::string_view path) const {
   const std::string stem(trimmed(path));
-  if (writeImage(stem + ".dbf", image, blocks) != kSuccess) return kFailure;
-  if (!table.codePage.empty() && writeCodePage(stem + ".cpg", table.codePage) != kSuccess) return kFailure;
-  return attempt.succeed();
+  if (writeImage(stem + ".dbf", bytes_, blockSize_) != kSuccess) return kFailure;
+  return settleCodePage(stem + ".cpg", codePage_);
+}
+
+int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
+  Attempt attempt{table.status};
+  DbfImage image;
+  return image.make(table, options) == kSuccess && image.save(path) == kSuccess ? attempt.succeed()
+                                                                                : kFailure;
 }
 
 }  // namespace terrain

@@ -150,8 +150,14 @@ ColumnSurvey::Kind ColumnSurvey::kindWith(std::string_view value) {
   const bool wide = value.size() > kMostCharactersOfR4;
   if (point == std::string_view::npos && kind_ != Kind::real) {
     int64_t whole = 0;
-    if (!parseNumber(value, whole)) return Kind::text;
-    wide_ = wide_ || wide;  // in case the column turns out to be real
+    wide_ = wide_ || wide;             // in case the column turns out to be real
+    if (!parseNumber(value, whole)) {  // "1E-05", or beyond 64 bits: a number where the column is real
+      double real = 0.0;
+      float narrow = 0.0F;
+      wide_ = wide_ || !parseNumber(value, narrow);
+      notInteger_ = true;
+      return parseNumber(value, real) ? Kind::integer : Kind::text;
+    }
     smallest_ = std::min(smallest_, whole);
     largest_ = std::max(largest_, whole);
     return Kind::integer;
@@ -185,7 +191,7 @@ ColumnFormat ColumnSurvey::format() const {
       found.dataType = "U ";
       break;
     case Kind::integer:
-      found.dataType = smallest_ < low || largest_ > high ? "I8" : "I4";
+      found.dataType = notInteger_ ? "C " : smallest_ < low || largest_ > high ? "I8" : "I4";
       break;
     case Kind::real:
       found.dataType = wide_ ? "R8" : "R4";

@@ -71,7 +71,8 @@ class ColumnSurvey {
   [[nodiscard]] Kind kindWith(std::string_view value);
 
   Kind kind_ = Kind::none;
-  bool wide_ = false;  // a value asks for float64
+  bool wide_ = false;        // a value asks for float64
+  bool notInteger_ = false;  // a value without a point is no integer: the column is real or text
   std::size_t length_ = 0;
   std::size_t decimals_ = 0;
   std::size_t characters_ = 0;

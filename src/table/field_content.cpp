@@ -18,6 +18,11 @@ FieldKind kindOf(std::string_view dataType) {
   return FieldKind::unknown;
 }
 
+std::string unwrittenField(const FieldDescription& field) {
+  return "Unknown type " + std::string(field.dataType.trimmed()) + ", not written: field " +
+         std::string(field.name.trimmed());
+}
+
 bool TextColumn::assign(std::size_t count, std::size_t characters) {
   clear();
   if (!memoryFor(characters) || !tryAllocate(places_, count)) return false;
@@ -47,7 +52,7 @@ bool TextColumn::set(std::size_t record, std::string_view text) {
   unused_ += old;
   place.length = 0;
   try {
-    if (unused_ > characters_.size() / 2 && unused_ > 4096) compact();
+    if (unused_ > std::max(characters_.size() / 2, places_.size()) && unused_ > 4096) compact();
     const std::size_t start = characters_.size();
     characters_.insert(characters_.end(), kept.begin(),
                        kept.begin() + static_cast<std::ptrdiff_t>(text.size()));
@@ -82,10 +87,15 @@ void TextColumn::keep(std::span<const int64_t> records) {
   unused_ = characters_.size() - used;
 }
 
+std::uint64_t TextColumn::bytesFor(std::span<const int64_t> records) const {
+  std::uint64_t bytes = records.size() * sizeof(Place);
+  for (const int64_t record : records) bytes += (*this)[static_cast<std::size_t>(record) - 1].size();
+  return bytes;
+}
+
 bool TextColumn::takeFrom(const TextColumn& other, std::span<const int64_t> records) {
-  std::size_t characters = 0;
-  for (const int64_t record : records) characters += other[static_cast<std::size_t>(record) - 1].size();
-  if (!assign(records.size(), characters)) return false;
+  const auto characters = other.bytesFor(records) - records.size() * sizeof(Place);
+  if (!assign(records.size(), static_cast<std::size_t>(characters))) return false;
   for (std::size_t i = 0; i < records.size(); ++i)
     if (!set(i, other[static_cast<std::size_t>(records[i]) - 1])) return false;
   return true;

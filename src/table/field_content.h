@@ -31,6 +31,8 @@ class TextColumn {
   [[nodiscard]] bool set(std::size_t record, std::string_view text);
   /// Keeps the records listed (from 1), ascending.
   void keep(std::span<const int64_t> records);
+  /// Bytes that a column of the records listed (from 1) takes.
+  [[nodiscard]] std::uint64_t bytesFor(std::span<const int64_t> records) const;
   /// The records of another column that are listed (from 1). False if there is no memory.
   [[nodiscard]] bool takeFrom(const TextColumn& other, std::span<const int64_t> records);
   void clear();
@@ -86,6 +88,18 @@ auto& columnOf(auto& field) {
     return field.Char;
 }
 
+/// The type by which `columnOf` finds an array, from the array's own type.
+template <class Column>
+struct ColumnElement {
+  using type = typename Column::value_type;
+};
+template <>
+struct ColumnElement<TextColumn> {
+  using type = TextColumn;
+};
+template <class Column>
+using ElementOf = typename ColumnElement<Column>::type;
+
 enum class FieldKind { I4, I8, R4, R8, text, unknown };
 
 /// The kind of a type code, compared exactly.
@@ -115,5 +129,8 @@ bool visitColumn(Field& field, F&& f) {
   }
   return false;
 }
+
+/// What the log says of a field that a writer leaves out, since its type has no values.
+[[nodiscard]] std::string unwrittenField(const FieldDescription& field);
 
 }  // namespace terrain

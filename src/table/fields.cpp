@@ -13,10 +13,6 @@ namespace terrain {
 
 namespace {
 
-int fail(std::string_view routine, std::string_view message) {
-  return reportError({.routine = routine, .code = kOwnWords, .message1 = message});
-}
-
 constexpr std::string_view kDuplicateTag = "duplicateCheck in DataTableModule";
 
 /// The written fields by output name, kept up to date while they are renamed.
@@ -128,10 +124,12 @@ int DataTableType::Rename(int32_t fieldNum, std::string_view name, std::optional
 }
 
 void DataTableType::AbbreviateFieldNames() {
+  Attempt attempt{status};
   for (const auto& content : field) {
     if (content->name == "MEAN ANNUAL PRECIP") content->outName = "MEANPREC_M";
     if (content->name == "MEAN ANNUAL FLOW") content->outName = "MEANFLWCMS";
   }
+  attempt.succeed();
 }
 
 // Every pair i < j is looked at in order, as the names stand then; going from one equal name to the
@@ -169,15 +167,17 @@ int DataTableType::SetIDfield(const FieldChoice& which) {
     number = *which.fieldNum;
   else if (which.fieldName)
     number = FieldNumber(*which.fieldName);
-  if (fieldAt(number) == nullptr) return fail("SetIDfield in DataTableModule", "Cannot locate field");
+  if (number == 0 || number > nfields) return fail("SetIDfield in DataTableModule", "Cannot locate field");
   IDfield = number;
   return attempt.succeed();
 }
 
 void DataTableType::SetOutFlags(std::optional<bool> allFields, std::optional<bool> idField) {
+  Attempt attempt{status};
   if (allFields)
     for (const auto& content : field) content->outFlag = *allFields;
   if (FieldContent* const id = fieldAt(IDfield); id != nullptr && idField) id->outFlag = *idField;
+  attempt.succeed();
 }
 
 int DataTableType::SetOutFlag(bool outFlag, const SetOutFlagOptions& options) {
@@ -195,11 +195,15 @@ int DataTableType::SetOutFlag(bool outFlag, const SetOutFlagOptions& options) {
 }
 
 void DataTableType::SetShpFlag(int32_t fieldNum, bool value) {
+  Attempt attempt{status};
   if (FieldContent* const content = fieldAt(fieldNum)) content->shpFlag = value;
+  attempt.succeed();
 }
 
 void DataTableType::SetOutName(int32_t fieldNum, std::string_view name) {
+  Attempt attempt{status};
   if (FieldContent* const content = fieldAt(fieldNum)) content->outName = leftAdjusted(name);
+  attempt.succeed();
 }
 
 }  // namespace terrain

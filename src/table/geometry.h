@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <optional>
 #include <span>
@@ -128,8 +129,23 @@ struct PolygonType {
   /// First vertex of each ring, from 1.
   int PolyParts(std::vector<int32_t>& starts) const;
 
-  /// Sets the box from the vertices; as it was without any.
+  /// Sets the box from the vertices; -9999.0 on all sides without any.
   void settleBox();
 };
+
+/// The shapes of the records listed (from 1), in that order. False, with nothing changed, if there is no
+/// memory.
+template <class ShapeType>
+[[nodiscard]] bool takeShapesOf(std::vector<ShapeType>& shapes, std::span<const int64_t> records) {
+  try {
+    std::vector<ShapeType> taken;
+    taken.reserve(records.size());
+    for (const int64_t record : records) taken.push_back(shapes[static_cast<std::size_t>(record) - 1]);
+    shapes.swap(taken);
+  } catch (const std::exception&) {  // bad_alloc, length_error
+    return false;
+  }
+  return true;
+}
 
 }  // namespace terrain

@@ -12,17 +12,16 @@
 #include "grid/grid.h"
 #include "table/line_vectors.h"
 #include "table/shape_parts.h"
+#include "table/written_records.h"
 
 namespace terrain {
 
 namespace {
 
 constexpr std::string_view kReadTag = "ReadPolylineShapefile in DataTableModule";
+constexpr std::string_view kVertexArrays = "Segment%x,y";
 constexpr std::string_view kWriteTag = "WriteShapefile in DataTableModule";
 
-int fail(std::string_view routine, std::string_view why) {
-  return reportError({.routine = routine, .code = kOwnWords, .message1 = why});
-}
 // ---- reading ----
 
 /// What decides which vertices stay, and how they are changed on the way in.
@@ -90,14 +89,14 @@ void clip(const Clipper& clipper, ShapeParts& parts, std::vector<ColRow>& cells)
   if (!parts.z.empty()) parts.z.resize(kept);
 }
 
-/// Gives a segment what is left of its record.
-void store(SegmentType& line, ShapeParts& parts, std::span<const ColRow> cells, int32_t xyDecimals) {
+/// Gives a segment what is left of its record. The name of the array that has no memory; blank if all have.
+std::string_view store(SegmentType& line, ShapeParts& parts, std::span<const ColRow> cells,
+                       int32_t xyDecimals) {
   for (double& x : parts.x) x = roundedTo(x, xyDecimals);
   for (double& y : parts.y) y = roundedTo(y, xyDecimals);
-  line.x = parts.x;
-  line.y = parts.y;
-  line.z = parts.z;
-  line.parts = parts.starts;
+  if (!tryCopy<double>(line.x, parts.x) || !tryCopy<double>(line.y, parts.y)) return kVertexArrays;
+  if (!tryCopy<int32_t>(line.parts, parts.starts)) return "Segment%parts";
+  if (!tryCopy<double>(line.z, parts.z)) return "Segment%z";
   for (int32_t& start : line.parts) ++start;
   line.col.reserve(cells.size());
   line.row.reserve(cells.size());
@@ -105,6 +104,7 @@ void store(SegmentType& line, ShapeParts& parts, std::span<const ColRow> cells, 
     line.col.push_back(cell.col);
     line.row.push_back(cell.row);
   }
+  return {};
 }
 
 /// Reads the records that follow; `shapes` counts those that are not null.
@@ -119,29 +119,21 @@ int readLines(ShapefileReader& file, const Clipper& clipper, int32_t xyDecimals,
       if (file.next(record) != kSuccess) return kFailure;
       if (record.type == Shape::null) continue;
       ++shapes;
-      if (!readParts(record, parts, why)) return file.fault(why, record.number);
+      if (!readParts(record, parts, why))
+        return why.empty() ? cannotAllocate(kReadTag, kVertexArrays) : file.fault(why, record.number);
       clip(clipper, parts, cells);
-      if (parts.x.size() >= 2) store(line, parts, cells, xyDecimals);
+      if (parts.x.size() < 2) continue;
+      if (const auto array = store(line, parts, cells, xyDecimals); !array.empty())
+        return cannotAllocate(kReadTag, array);
     }
   } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(kReadTag, "Segment%x,y");
+    return cannotAllocate(kReadTag, kVertexArrays);
   }
   return kSuccess;
 }
 
-void takeReference(LineVectorType& table, const Grid_Header& grid) {
-  table.units = grid.units;
-  table.xmin = grid.xmin;
-  table.xmax = grid.xmax;
-  table.ymin = grid.ymin;
-  table.ymax = grid.ymax;
-  table.cellsize = grid.cellsize;
-  table.ncols = grid.cols();
-  table.nrows = grid.rows();
-}
-
 void resetReference(LineVectorType& table) {
-  takeReference(table, Grid_Header{});
+  table.takeReference(Grid_Header{});
   table.feetConverted = false;
   table.prj = InputFileType{};
 }
@@ -171,39 +163,20 @@ bool overlap(const Grid_Header& grid, const Clipper& clipper, const Box& box) {
 
 // ---- writing ----
 
-/// What the first pass finds.
-struct WritePlan {
-  std::vector<int64_t> records{};  ///< in the order in which they are written
-  uint64_t parts = 0;
-  uint64_t vertices = 0;
-};
-
-bool hasPositiveID(LineVectorType& table, int64_t irec, int64_t& id) {
-  if (table.IDfield < 1) return true;
-  return table.ReadI8Value(table.IDfield, irec, id) == kSuccess && id > 0;
-}
-
-/// Settles which records are written, in which order, and sets their flags.
-int plan(LineVectorType& table, bool isFlag, WritePlan& found) {
-  std::vector<int64_t> ids;
-  const bool sorted = table.IDfield >= 1 && !isFlag;
-  try {
-    for (int64_t irec = 1; irec <= table.numRecords; ++irec) {
-      SegmentType& line = *table.segmentAt(irec);
-      if (isFlag && !line.flag) continue;
-      int64_t id = 0;
-      line.flag = !line.x.empty() && hasPositiveID(table, irec, id);
-      if (!line.flag) continue;
-      found.parts += std::max<std::size_t>(line.parts.size(), 1);
-      found.vertices += line.x.size();
-      found.records.push_back(irec);
-      if (sorted) ids.push_back(id);
-    }
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(kWriteTag, "ID and recIndex0 arrays");
-  }
-  if (sorted && orderByID(found.records, ids) != kSuccess) return cannotAllocate(kWriteTag, "recOrder array");
-  return kSuccess;
+/// The records to write: in table order with `isFlag`, else by ID.
+int chooseLines(LineVectorType& table, bool isFlag, WrittenRecords& chosen) {
+  return chooseWrittenRecords(
+      table,
+      {.isFlag = isFlag,
+       .byID = !isFlag,
+       .routine = kWriteTag,
+       .idArrays = "ID and recIndex0 arrays",
+       .orderArray = "recOrder array"},
+      [&table](int64_t irec) {
+        const SegmentType& line = *table.segmentAt(irec);
+        return RecordSize{.parts = std::max<std::size_t>(line.parts.size(), 1), .vertices = line.x.size()};
+      },
+      chosen);
 }
 
 /// The arrays of one line as they go to the file.
@@ -228,7 +201,8 @@ void reverseParts(std::vector<int32_t>& starts, std::size_t vertices) {
 void makeImage(const SegmentType& line, const LineWriteOptions& options, bool feet, LineImage& image) {
   image.starts = line.parts;
   if (image.starts.empty()) image.starts.push_back(1);
-  for (int32_t& start : image.starts) --start;
+  // A start that is none may be anything: the lowest wraps round and is refused like the others.
+  for (int32_t& start : image.starts) start = static_cast<int32_t>(int64_t{start} - 1);
   image.x = line.x;
   image.y = line.y;
   image.z.clear();
@@ -255,19 +229,19 @@ int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const Li
   table.DestroySegments();
   resetReference(table);
   Attempt attempt{table.status};
-  if (options.grid != nullptr) takeReference(table, *options.grid);
-  if (options.grid == nullptr && options.mask != nullptr) takeReference(table, *options.mask);
+  if (options.grid != nullptr) table.takeReference(*options.grid);
+  if (options.grid == nullptr && options.mask != nullptr) table.takeReference(*options.mask);
   if (table.units == 'f') {
     putConsoleLine("  Shapefile is converted to meters internally");
     table.feetConverted = true;
   }
-  if (options.mask != nullptr) takeReference(table, *options.mask);
+  if (options.mask != nullptr) table.takeReference(*options.mask);
 
   const std::string stem(trimmed(path));
   if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
     return fail(kReadTag, "NewDataTable failed for " + stem);
   if (options.IDfieldName) {
-    const std::string name(stripped(*options.IDfieldName));
+    const std::string name(trimmed(*options.IDfieldName));
     const int32_t number = table.FieldNumber(name);
     if (number < 1) return fail(kReadTag, "IDfieldName not found: " + name);
     table.IDfield = number;
@@ -275,12 +249,12 @@ int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const Li
   ShapefileReader file(kReadTag, stem);
   if (file.load() != kSuccess) return kFailure;
   if (!tellType(file)) return file.fault("Not a file of lines");
-  if (file.checkRecords(table.numRecords) != kSuccess) return kFailure;
 
   const Clipper clipper(options, table.feetConverted);
   const Grid_Header* grid = options.grid != nullptr ? options.grid : options.mask;
   if (grid != nullptr && table.numRecords > 0 && !overlap(*grid, clipper, file.box()))
     return fail(kReadTag, "Grid and shapefile do not overlap");
+  if (file.checkRecords(table.numRecords) != kSuccess) return kFailure;
   std::vector<SegmentType> lines;
   if (!tryAllocate(lines, static_cast<std::size_t>(table.numRecords)))
     return cannotAllocate(kReadTag, "segment");
@@ -298,14 +272,15 @@ int LineVectorType::WriteShapefile(std::string_view path, const LineWriteOptions
   if (static_cast<int64_t>(segment.size()) != numRecords)
     return fail(kWriteTag, "The table has " + freeText(numRecords) + " records, but " +
                                freeText(static_cast<int64_t>(segment.size())) + " segments");
-  WritePlan found;
-  if (plan(*this, options.isFlag, found) != kSuccess) return kFailure;
+  WrittenRecords found;
+  if (chooseLines(*this, options.isFlag, found) != kSuccess) return kFailure;
   const uint64_t bytes =
       shapefileBytes(found.records.size(), found.parts, found.vertices, options.zForm, false);
   if (bytes > static_cast<uint64_t>(kLargestShapefile)) {
+    fail(kWriteTag, "shpFileSize exceeds maximum size");
     putConsoleLine("shpFileSize: " + freeText(static_cast<int64_t>(bytes)));
     putConsoleLine("Max size   : " + freeText(kLargestShapefile));
-    return fail(kWriteTag, "shpFileSize exceeds maximum size");
+    return kFailure;
   }
   ShapefileWriter out(options.zForm ? Shape::polylineZ : Shape::polyline, bytes, found.records.size());
   if (!out.ok()) return cannotAllocate(kWriteTag, "shapefile component files");
@@ -327,15 +302,13 @@ int LineVectorType::WriteShapefile(std::string_view path, const LineWriteOptions
   }
   if (found.records.empty()) ranges.box = {.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 0.0}};
   if (ranges.z.empty()) ranges.z = {0, 0};
-  if (out.save(kWriteTag, path, ranges.box, ranges.z) != kSuccess) return kFailure;
-  if (writeDBFfile(path, {.shpOnly = true,
-                          .nodataOut = options.nodataOut,
-                          .recIndex = found.records,
-                          .allFields = options.zForm && options.allFields,
-                          .date = options.date}) != kSuccess)
-    return fail(kWriteTag, "writeDBFfile failed");
-  if (writeProjection(kWriteTag, path, prj) != kSuccess) return kFailure;
-  return attempt.succeed();
+  out.setRanges(ranges.box, ranges.z);
+  const DbfWriteOptions rows{.shpOnly = true,
+                             .nodataOut = options.nodataOut,
+                             .recIndex = found.records,
+                             .allFields = options.zForm && options.allFields,
+                             .date = options.date};
+  return saveShapefile(kWriteTag, path, out, *this, rows, prj) == kSuccess ? attempt.succeed() : kFailure;
 }
 
 }  // namespace terrain

@@ -95,8 +95,7 @@ void LineVectorType::ConvertToMeters() {
 int LineVectorType::initializeSegments(std::optional<int64_t> n) {
   constexpr std::string_view tag = "initializeSegments in DataTableModule";
   Attempt attempt{status};
-  if (!segment.empty())
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Segment already allocated"});
+  if (!segment.empty()) return fail(tag, "Segment already allocated");
   const int64_t count = n.value_or(numRecords);
   if (count < 0 || !tryAllocate(segment, static_cast<std::size_t>(count)))
     return cannotAllocate(tag, "Segment");
@@ -108,8 +107,7 @@ int LineVectorType::initializeSegment(int64_t irec, int32_t n) {
   constexpr std::string_view tag = "initializeSegment in DataTableModule";
   Attempt attempt{status};
   SegmentType* at = segmentAt(irec);
-  if (at == nullptr)
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Segment number outside range"});
+  if (at == nullptr) return fail(tag, "Segment number outside range");
   at->col.clear();
   at->row.clear();
   if (n < 0 || !growTo(at->col, static_cast<std::size_t>(n))) return cannotAllocate(tag, "segment(iseg)%col");
@@ -121,19 +119,16 @@ int LineVectorType::setSegmentXY(int64_t irec, std::span<const double> x, std::s
                                  std::optional<std::span<const double>> xAlt,
                                  std::optional<std::span<const double>> yAlt) {
   Attempt attempt{status};
-  if (segment.empty())
-    return reportError({.routine = kSetXYTag, .code = kOwnWords, .message1 = "Segments not allocated"});
+  if (segment.empty()) return fail(kSetXYTag, "Segments not allocated");
   SegmentType* at = segmentAt(irec);
   if (at == nullptr) return kFailure;
-  if (!at->x.empty())
-    return reportError(
-        {.routine = kSetXYTag, .code = kOwnWords, .message1 = "Segment x-y already allocated"});
+  if (!at->x.empty()) return fail(kSetXYTag, "Segment x-y already allocated");
   const auto fits = [&x](const std::optional<std::span<const double>>& other) {
     return !other || other->size() == x.size();
   };
-  if (y.size() != x.size() || !fits(xAlt) || !fits(yAlt) || xAlt.has_value() != yAlt.has_value())
-    return reportError(
-        {.routine = kSetXYTag, .code = kOwnWords, .message1 = "x and y arrays of unequal size"});
+  if (xAlt.has_value() != yAlt.has_value()) return fail(kSetXYTag, "xAlt and yAlt go together");
+  if (y.size() != x.size() || !fits(xAlt) || !fits(yAlt))
+    return fail(kSetXYTag, "x and y arrays of unequal size");
   bool held = tryCopy(at->x, x) && tryCopy(at->y, y);
   if (xAlt) held = held && tryCopy(at->xAlt, *xAlt) && tryCopy(at->yAlt, *yAlt);
   if (!held) {
@@ -157,19 +152,16 @@ int LineVectorType::SetSegmentLinkB(int64_t irec, int64_t value, int32_t index) 
 
 int LineVectorType::setColRow(int64_t irec, int32_t index, int32_t col, int32_t row) {
   Attempt attempt{status};
-  const auto fail = [](std::string_view why) {
-    return reportError({.routine = kColRowTag, .code = kOwnWords, .message1 = why});
-  };
-  if (segment.empty()) return fail("segment has not been allocated");
+  if (segment.empty()) return fail(kColRowTag, "segment has not been allocated");
   SegmentType* at = segmentAt(irec);
-  if (at == nullptr) return fail("iseg out of range");
+  if (at == nullptr) return fail(kColRowTag, "iseg out of range");
   if (at->col.empty()) {
-    if (at->x.empty()) return fail("col and row arrays have not been allocated");
+    if (at->x.empty()) return fail(kColRowTag, "col and row arrays have not been allocated");
     if (!growTo(at->col, at->x.size())) return cannotAllocate(kColRowTag, "segment(iseg)%col");
   }
   if (!growTo(at->row, at->col.size())) return cannotAllocate(kColRowTag, "segment(iseg)%row");
   int32_t* place = entryOf(at->col, index);
-  if (place == nullptr) return fail("array index out of range");
+  if (place == nullptr) return fail(kColRowTag, "array index out of range");
   *place = col;
   *entryOf(at->row, index) = row;
   return attempt.succeed();
@@ -188,8 +180,7 @@ int LineVectorType::setVertexZ(int64_t irec, int32_t index, float z) {
   Attempt attempt{status};
   SegmentType* at = segmentAt(irec);
   if (at == nullptr) return kFailure;
-  if (at->x.empty())
-    return reportError({.routine = kSetZTag, .code = kOwnWords, .message1 = "z array not allocated"});
+  if (at->x.empty()) return fail(kSetZTag, "z array not allocated");
   if (entryOf(at->x, index) == nullptr) return kFailure;
   if (!growTo(at->z, at->x.size())) return cannotAllocate(kSetZTag, "z array");
   *entryOf(at->z, index) = static_cast<double>(z);
@@ -202,7 +193,7 @@ int LineVectorType::SetVerticesAlt(int64_t irec, std::span<const double> xAlt, s
   SegmentType* at = segmentAt(irec);
   if (at == nullptr) return kFailure;
   if (xAlt.size() != at->x.size() || yAlt.size() != at->x.size())
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "x and y arrays of unequal size"});
+    return fail(tag, "x and y arrays of unequal size");
   if (!tryCopy(at->xAlt, xAlt) || !tryCopy(at->yAlt, yAlt)) return cannotAllocate(tag, "x,y arrays");
   return attempt.succeed();
 }

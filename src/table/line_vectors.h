@@ -15,6 +15,7 @@
 #include "grid/header.h"
 #include "table/data_table.h"
 #include "table/geometry.h"
+#include "table/grid_reference.h"
 
 namespace terrain {
 
@@ -48,15 +49,16 @@ struct SegmentEndCells {
   int32_t lastCol = -1, lastRow = -1, firstCol = -1, firstRow = -1;
 };
 
-class LineVectorType : public DataTableType {
+/// The reference is that of the grid, or mask, that the lines were read against.
+class LineVectorType : public DataTableType, public GridReference {
  public:
-  int32_t ncols = 0, nrows = 0;  ///< reference of the grid, or mask, that the lines were read against
-  double xmin = 0, xmax = 0, ymin = 0, ymax = 0, cellsize = 0;
-  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
-  char units = 'm';
   std::vector<SegmentType> segment{};  ///< record n stands at n - 1
   InputFileType prj{};                 ///< the projection text, written back unchanged
 
+  void clear() override {
+    DataTableType::clear();
+    segment.clear();
+  }
   /// Once: extents and vertices times the float32 0.3048.
   void ConvertToMeters();
   /// Makes `segment`, of `numRecords` segments or n; a table without columns takes n records.
@@ -125,6 +127,11 @@ class LineVectorType : public DataTableType {
     return irec >= 1 && irec <= static_cast<int64_t>(segment.size())
                ? &segment[static_cast<std::size_t>(irec) - 1]
                : nullptr;
+  }
+
+ private:
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
+    return static_cast<int64_t>(segment.size()) != numRecords || takeShapesOf(segment, records);
   }
 };
 

@@ -49,9 +49,7 @@ bool pairsOf(const ShapefileReader& file, ShapeRecord& record, uint64_t& pairs) 
 
 /// Gathers the points within the header's box, in the file's units, converted behind the comparison.
 int readPoints(ShapefileReader& file, int64_t records, double factor, PointsRead& read) {
-  const auto noMemory = [] {
-    return reportError({.routine = kReadTag, .code = kCannotAllocate, .text = "self%point object array"});
-  };
+  const auto noMemory = [] { return cannotAllocate(kReadTag, "self%point object array"); };
   // A record is at least 12 bytes of a file in memory, so that this follows the file's size.
   if (!memoryFor(static_cast<std::uint64_t>(records) * (sizeof(PointType) + sizeof(int64_t))))
     return noMemory();
@@ -103,17 +101,17 @@ int checkLimits(int64_t n) {
   constexpr int64_t kMostRecords = 2147483647;
   constexpr int64_t kLimit = 2147483548;
   if (n > kMostRecords) {
+    fail(kWriteTag, "Too many points for shapefile");
     putConsoleLine("Number of records: " + freeText(n));
     putConsoleLine("Maximum feasible:  " + freeText(kMostRecords));
-    return reportError(
-        {.routine = kWriteTag, .code = kOwnWords, .message1 = "Too many points for shapefile"});
+    return kFailure;
   }
   const int64_t bytes = static_cast<int64_t>(kShapeRecordHeaderBytes + kContentBytes) * n;
   if (bytes >= kLimit) {
+    fail(kWriteTag, "shpFileSize exceeds 4-byte integer limit");
     putConsoleLine("shpFileSize: " + freeText(bytes));
     putConsoleLine("limit      ::" + freeText(kLimit));
-    return reportError(
-        {.routine = kWriteTag, .code = kOwnWords, .message1 = "shpFileSize exceeds 4-byte integer limit"});
+    return kFailure;
   }
   return kSuccess;
 }
@@ -131,8 +129,7 @@ int ReadPointShapefile(PointVectorType& table, std::string_view path, const Poin
 
   const std::string stem(trimmed(path));
   if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
-    return reportError(
-        {.routine = kReadTag, .code = kOwnWords, .message1 = "NewDataTable failed for " + stem});
+    return fail(kReadTag, "NewDataTable failed for " + stem);
   ShapefileReader file(kReadTag, stem);
   if (file.load() != kSuccess) return kFailure;
   if (!isPointType(file.type()))
@@ -176,18 +173,15 @@ int PointVectorType::WritePointShapefile(std::string_view path, const PointWrite
   }
   if (checkLimits(n) != kSuccess) return kFailure;
   if (static_cast<int64_t>(point.size()) != numRecords)
-    return reportError({.routine = kWriteTag,
-                        .code = kOwnWords,
-                        .message1 = "The table has " + freeText(numRecords) + " records, but " +
-                                    freeText(static_cast<int64_t>(point.size())) + " points"});
+    return fail(kWriteTag, "The table has " + freeText(numRecords) + " records, but " +
+                               freeText(static_cast<int64_t>(point.size())) + " points");
 
   const auto count = static_cast<std::uint64_t>(n);
   ShapefileWriter out(Shape::point, kShapeHeaderBytes + (kShapeRecordHeaderBytes + kContentBytes) * count,
                       count);
   std::vector<int64_t> written;
   if (!out.ok() || !tryAllocate(written, count))
-    return reportError(
-        {.routine = kWriteTag, .code = kCannotAllocate, .text = "shapefile component file shp"});
+    return cannotAllocate(kWriteTag, "shapefile component file shp");
   Box box{.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 0.0}};
   std::size_t next = 0;
   for (int64_t irec = 1; irec <= numRecords; ++irec) {
@@ -197,23 +191,17 @@ int PointVectorType::WritePointShapefile(std::string_view path, const PointWrite
     PointXY(irec, x, y, options.applyOffset);
     // A point that no reader would take back is not written as if it were one.
     if (!std::isfinite(x) || !std::isfinite(y))
-      return reportError({.routine = kWriteTag,
-                          .code = kOwnWords,
-                          .message1 = "Record " + freeText(irec) + ": x or y is not a finite number"});
+      return fail(kWriteTag, "Record " + freeText(irec) + ": x or y is not a finite number");
     ByteWriter& record = out.beginRecord(kContentBytes);
     record.little(x);
     record.little(y);
     box.add(x, y);
     written[next++] = irec;
   }
-  if (out.save(kWriteTag, path, box) != kSuccess) return kFailure;
-  if (writeDBFfile(
-          path,
-          {.shpOnly = true, .recIndex = written, .allFields = options.allFields, .date = options.date}) !=
-      kSuccess)
-    return reportError({.routine = kWriteTag, .code = kOwnWords, .message1 = "writeDBFfile failed"});
-  if (writeProjection(kWriteTag, path, prj) != kSuccess) return kFailure;
-  return attempt.succeed();
+  out.setRanges(box);
+  const DbfWriteOptions rows{
+      .shpOnly = true, .recIndex = written, .allFields = options.allFields, .date = options.date};
+  return saveShapefile(kWriteTag, path, out, *this, rows, prj) == kSuccess ? attempt.succeed() : kFailure;
 }
 
 }  // namespace terrain

@@ -27,7 +27,7 @@ int64_t entryOf(const std::vector<int64_t>& list, std::optional<int32_t> index) 
 int PointVectorType::makePoints(int64_t linkValue, std::string_view routine) {
   if (!point.empty() || numRecords < 1) return kSuccess;
   if (!tryAllocate(point, static_cast<std::size_t>(numRecords)))
-    return reportError({.routine = routine, .code = kCannotAllocate, .text = "self%point object array"});
+    return cannotAllocate(routine, "self%point object array");
   for (PointType& each : point) each.linkValue = linkValue;
   return kSuccess;
 }
@@ -128,11 +128,15 @@ int64_t PointVectorType::LinkValue(int64_t irec) const {
 // ---- flags and the table ----
 
 void PointVectorType::SetAllPointFlags(bool value) {
+  Attempt attempt{status};
   for (PointType& each : point) each.flag = value;
+  attempt.succeed();
 }
 
 void PointVectorType::SetPointFlag(int64_t irec, bool value) {
+  Attempt attempt{status};
   if (PointType* at = pointAt(irec)) at->flag = value;
+  attempt.succeed();
 }
 
 bool PointVectorType::PointFlag(int64_t irec) const {

@@ -38,6 +38,10 @@ class PointVectorType : public DataTableType {
   char units = 'm';                               ///< of the file that was read, 'f' where it was in feet
   bool gridReference = false;                     ///< the points were read against a grid
 
+  void clear() override {
+    DataTableType::clear();
+    point.clear();
+  }
   [[nodiscard]] int32_t PointCol(int64_t irec) const;  ///< -9999 for a bad record
   [[nodiscard]] int32_t PointRow(int64_t irec) const;
   int WritePointShapefile(std::string_view path, const PointWriteOptions& options = {});
@@ -83,6 +87,9 @@ class PointVectorType : public DataTableType {
   }
 
  private:
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
+    return static_cast<int64_t>(point.size()) != numRecords || takeShapesOf(point, records);
+  }
   int makePoints(int64_t linkValue, std::string_view routine);
 };
 

@@ -1,5 +1,6 @@
 // Polygon shapefiles, read and written.
 
+#include <algorithm>
 #include <string>
 
 #include "foundation/free_format.h"
@@ -9,30 +10,18 @@
 #include "foundation/text.h"
 #include "table/polygon_vectors.h"
 #include "table/shape_parts.h"
+#include "table/written_records.h"
 
 namespace terrain {
 
 namespace {
 
 constexpr std::string_view kReadTag = "ReadPolygonShapefile in DataTableModule";
+constexpr std::string_view kVertexArrays = "polygon%x,y";
 constexpr std::string_view kWriteTag = "WritePolygonShapefile in DataTableModule";
 constexpr std::string_view kWriteZTag = "WritePolygonZShapefile in DataTableModule";
 
-int fail(std::string_view routine, std::string_view why) {
-  return reportError({.routine = routine, .code = kOwnWords, .message1 = why});
-}
 // ---- reading ----
-
-void takeReference(PolyVectorType& table, const Grid_Header& grid) {
-  table.units = grid.units;
-  table.xmin = grid.xmin;
-  table.xmax = grid.xmax;
-  table.ymin = grid.ymin;
-  table.ymax = grid.ymax;
-  table.cellsize = grid.cellsize;
-  table.ncols = grid.cols();
-  table.nrows = grid.rows();
-}
 
 int readPolygons(ShapefileReader& file, const PolygonReadOptions& options, double factor,
                  std::vector<PolygonType>& polygons) {
@@ -43,56 +32,45 @@ int readPolygons(ShapefileReader& file, const PolygonReadOptions& options, doubl
     for (PolygonType& polygon : polygons) {
       if (file.next(record) != kSuccess) return kFailure;
       if (record.type == Shape::null) continue;
-      if (!readParts(record, parts, why)) return file.fault(why, record.number);
+      if (!readParts(record, parts, why))
+        return why.empty() ? cannotAllocate(kReadTag, kVertexArrays) : file.fault(why, record.number);
       if (parts.x.empty()) continue;
       for (double& x : parts.x) x = roundedTo(x * factor + options.xOffset, options.xyDecimals);
       for (double& y : parts.y) y = roundedTo(y * factor + options.yOffset, options.xyDecimals);
       for (double& z : parts.z) z = roundedTo(z, options.zDecimals);
-      polygon.ring = parts.starts;
-      polygon.x = parts.x;
-      polygon.y = parts.y;
-      polygon.z = parts.z;
-      polygon.m = parts.m;
+      if (!tryCopy<int32_t>(polygon.ring, parts.starts)) return cannotAllocate(kReadTag, "polygon%ring");
+      if (!tryCopy<double>(polygon.x, parts.x) || !tryCopy<double>(polygon.y, parts.y))
+        return cannotAllocate(kReadTag, kVertexArrays);
+      if (!tryCopy<double>(polygon.z, parts.z) || !tryCopy<double>(polygon.m, parts.m))
+        return cannotAllocate(kReadTag, "polygon%z,m");
       polygon.settleBox();
     }
   } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(kReadTag, "polygon%x,y");
+    return cannotAllocate(kReadTag, kVertexArrays);
   }
   return kSuccess;
 }
 
 // ---- writing ----
 
-/// What the first pass finds.
-struct WritePlan {
-  std::vector<int64_t> records{};  ///< in the order in which they are written
-  uint64_t parts = 0;
-  uint64_t vertices = 0;
-  bool measures = false;  ///< some polygon has them
-};
-
-/// Settles which records are written, in which order, and sets their flags.
-int plan(PolyVectorType& table, std::string_view routine, bool isFlag, WritePlan& found) {
-  std::vector<int64_t> ids;
-  const bool hasIDs = table.IDfield >= 1;
-  try {
-    for (int64_t irec = 1; irec <= table.numRecords; ++irec) {
-      PolygonType& polygon = *table.polygonAt(irec);
-      if (isFlag && !polygon.flag) continue;
-      int64_t id = 0;
-      polygon.flag = !polygon.ring.empty() && !polygon.x.empty() &&
-                     (!hasIDs || (table.ReadI8Value(table.IDfield, irec, id) == kSuccess && id > 0));
-      if (!polygon.flag) continue;
-      found.parts += polygon.ring.size();
-      found.vertices += polygon.x.size();
-      found.measures = found.measures || !polygon.m.empty();
-      found.records.push_back(irec);
-      if (hasIDs) ids.push_back(id);
-    }
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(routine, "ID, recIndex0");
-  }
-  if (hasIDs && orderByID(found.records, ids) != kSuccess) return cannotAllocate(routine, "recOrder");
+/// The records to write, by ID. `measures` tells whether any of them has measures.
+int choosePolygons(PolyVectorType& table, std::string_view routine, bool isFlag, WrittenRecords& chosen,
+                   bool& measures) {
+  const auto sizeOf = [&table](int64_t irec) {
+    const PolygonType& polygon = *table.polygonAt(irec);
+    return polygon.ring.empty() ? RecordSize{}
+                                : RecordSize{.parts = polygon.ring.size(), .vertices = polygon.x.size()};
+  };
+  if (chooseWrittenRecords(table,
+                           {.isFlag = isFlag,
+                            .byID = true,
+                            .routine = routine,
+                            .idArrays = "ID, recIndex0",
+                            .orderArray = "recOrder"},
+                           sizeOf, chosen) != kSuccess)
+    return kFailure;
+  measures = std::any_of(chosen.records.begin(), chosen.records.end(),
+                         [&table](int64_t irec) { return !table.polygonAt(irec)->m.empty(); });
   return kSuccess;
 }
 
@@ -137,7 +115,7 @@ int ReadPolygonShapefile(PolyVectorType& table, std::string_view path, const Pol
   table.clear();
   table.prj = InputFileType{};
   table.feetConverted = false;
-  takeReference(table, options.grid != nullptr ? *options.grid : Grid_Header{});
+  table.takeReference(options.grid != nullptr ? *options.grid : Grid_Header{});
   Attempt attempt{table.status};
   if (table.units == 'f') {
     putConsoleLine("  Shapefile is converted to meters internally");
@@ -161,7 +139,7 @@ int ReadPolygonShapefile(PolyVectorType& table, std::string_view path, const Pol
   if (!file.lengthIsRight()) return file.fault("File size discrepency");
   if (file.checkRecords(table.numRecords) != kSuccess) return kFailure;
 
-  if (options.grid == nullptr) {
+  if (options.grid == nullptr) {  // a grid of one column has no width either, and keeps its extents
     table.xmin = file.box().x.low * factor;
     table.xmax = file.box().x.high * factor;
     table.ymin = file.box().y.low * factor;
@@ -187,14 +165,16 @@ int PolyVectorType::write(std::string_view routine, std::string_view path, const
   if (static_cast<int64_t>(polygon.size()) != numRecords)
     return fail(routine, "The table has " + freeText(numRecords) + " records, but " +
                              freeText(static_cast<int64_t>(polygon.size())) + " polygons");
-  WritePlan found;
-  if (plan(*this, routine, options.isFlag, found) != kSuccess) return kFailure;
-  const bool measures = zForm && found.measures;
+  WrittenRecords found;
+  bool measures = false;
+  if (choosePolygons(*this, routine, options.isFlag, found, measures) != kSuccess) return kFailure;
+  measures = measures && zForm;
   const uint64_t bytes = shapefileBytes(found.records.size(), found.parts, found.vertices, zForm, measures);
   if (bytes > static_cast<uint64_t>(kLargestShapefile)) {
+    fail(routine, "shpFileSize exceeds maximum size");
     putConsoleLine("shpFileSize: " + freeText(static_cast<int64_t>(bytes)));
     putConsoleLine("Max size   : " + freeText(kLargestShapefile));
-    return fail(routine, "shpFileSize exceeds maximum size");
+    return kFailure;
   }
   ShapefileWriter out(zForm ? Shape::polygonZ : Shape::polygon, bytes, found.records.size());
   if (!out.ok()) return cannotAllocate(routine, "shapefile component files");
@@ -213,15 +193,13 @@ int PolyVectorType::write(std::string_view routine, std::string_view path, const
   }
   if (ranges.z.empty()) ranges.z = {0, 0};
   if (ranges.m.empty()) ranges.m = measures ? Range{kNoMeasure, kNoMeasure} : Range{0, 0};
-  if (out.save(routine, path, ranges.box, ranges.z, ranges.m) != kSuccess) return kFailure;
+  out.setRanges(ranges.box, ranges.z, ranges.m);
   // Polygon tables keep every column that is written at all: `shpFlag` is no filter here.
-  if (writeDBFfile(path, {.nodataOut = options.nodataOut,
-                          .recIndex = found.records,
-                          .allFields = zForm && options.allFields,
-                          .date = options.date}) != kSuccess)
-    return fail(routine, "writeDBFfile failed");
-  if (writeProjection(routine, path, prj) != kSuccess) return kFailure;
-  return attempt.succeed();
+  const DbfWriteOptions rows{.nodataOut = options.nodataOut,
+                             .recIndex = found.records,
+                             .allFields = zForm && options.allFields,
+                             .date = options.date};
+  return saveShapefile(routine, path, out, *this, rows, prj) == kSuccess ? attempt.succeed() : kFailure;
 }
 
 int PolyVectorType::WritePolygonShapefile(std::string_view path, const PolygonWriteOptions& options) {

@@ -6,6 +6,7 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/status.h"
+#include "table/shape_parts.h"
 
 namespace terrain {
 
@@ -42,11 +43,12 @@ int PolygonType::Polyz(std::vector<double>& outZ) const {
 
 int PolygonType::PolyParts(std::vector<int32_t>& starts) const {
   if (!tryCopy<int32_t>(starts, ring)) return cannotAllocate("PolyParts in DataTableModule", "ring");
-  for (int32_t& start : starts) ++start;
+  for (int32_t& start : starts) start = static_cast<int32_t>(int64_t{start} + 1);
   return kSuccess;
 }
 
 void PolygonType::settleBox() {
+  xmin = xmax = ymin = ymax = kMissing;
   if (x.empty() || y.empty()) return;
   Range across;
   Range along;
@@ -114,8 +116,7 @@ int PolyVectorType::SetReferencePoint(int64_t irec, const ReferencePointOptions&
   Attempt attempt{status};
   PolygonType* at = polygonAt(irec);
   if (at == nullptr) return kFailure;
-  if (options.x.has_value() != options.y.has_value())
-    return reportError({.routine = tag, .code = kOwnWords, .message1 = "Must specify both x and y"});
+  if (options.x.has_value() != options.y.has_value()) return fail(tag, "Must specify both x and y");
   if (!options.x && (at->x.empty() || at->y.size() != at->x.size())) return kFailure;
   at->reference = ReferencePointType{.x = options.x ? *options.x : meanOf(at->x),
                                      .y = options.y ? *options.y : meanOf(at->y)};
@@ -146,7 +147,7 @@ int PolyVectorType::setPolyVertices(int64_t irec, std::span<const double> x, std
     return !other || other->empty() || other->size() == x.size();
   };
   if (x.size() != y.size() || !fits(others.z) || !fits(others.m))
-    return reportError({.routine = kSetTag, .code = kOwnWords, .message1 = "x and y arrays of unequal size"});
+    return fail(kSetTag, "x and y arrays of unequal size");
   if (polygon.empty() && numRecords > 0 && !tryAllocate(polygon, static_cast<std::size_t>(numRecords)))
     return cannotAllocate(kSetTag, "polygon");
   PolygonType* at = polygonAt(irec);
@@ -159,6 +160,8 @@ int PolyVectorType::setPolyVertices(int64_t irec, std::span<const double> x, std
   const std::span<const int32_t> ring = others.ring ? *others.ring
                                         : sameCount ? std::span<const int32_t>(at->ring)
                                                     : kOneRing;
+  if (const std::string why = x.empty() ? "" : faultOfStarts(ring, x.size()); !why.empty())
+    return fail(kSetTag, why);
   bool held = tryCopy(next.x, x) && tryCopy(next.y, y) &&
               tryCopy(next.ring, x.empty() ? std::span<const int32_t>() : ring);
   if (others.z) held = held && tryCopy(next.z, *others.z);
@@ -171,10 +174,8 @@ int PolyVectorType::setPolyVertices(int64_t irec, std::span<const double> x, std
   at->ring.swap(next.ring);
   at->z.swap(next.z);
   at->m.swap(next.m);
-  if (!sameCount) {
-    at->dx.clear();
-    at->dy.clear();
-  }
+  at->dx.clear();  // of the old vertices
+  at->dy.clear();
   at->settleBox();
   return attempt.succeed();
 }
@@ -184,9 +185,7 @@ int PolyVectorType::SetPolygonZ(int64_t irec, std::span<const double> z) {
   Attempt attempt{status};
   PolygonType* at = polygonAt(irec);
   if (at == nullptr) return kFailure;
-  if (z.size() != at->x.size())
-    return reportError(
-        {.routine = tag, .code = kOwnWords, .message1 = "z array and vertices of unequal size"});
+  if (z.size() != at->x.size()) return fail(tag, "z array and vertices of unequal size");
   if (!tryCopy(at->z, z)) return cannotAllocate(tag, "z array");
   return attempt.succeed();
 }
@@ -198,8 +197,15 @@ int PolyVectorType::SetPolyVertex(int64_t irec, int32_t index, double x, double 
   const auto i = static_cast<std::size_t>(index) - 1;
   const double oldX = std::exchange(at->x[i], x);
   const double oldY = std::exchange(at->y[i], y);
-  // The whole list is looked at only if the vertex held a side of the box.
-  if (oldX == at->xmin || oldX == at->xmax || oldY == at->ymin || oldY == at->ymax) {
+  if (at->reference && i < at->dx.size() && i < at->dy.size()) {
+    at->dx[i] = x - at->reference->x;
+    at->dy[i] = y - at->reference->y;
+  }
+  // The whole list is looked at only if the vertex held a side of the box and left it for the inside.
+  const auto leaves = [](double from, double to, double low, double high) {
+    return (from == low && !(to <= low)) || (from == high && !(to >= high));
+  };
+  if (leaves(oldX, x, at->xmin, at->xmax) || leaves(oldY, y, at->ymin, at->ymax)) {
     at->settleBox();
   } else {
     at->xmin = std::min(at->xmin, x);

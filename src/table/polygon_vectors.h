@@ -15,6 +15,7 @@
 #include "grid/header.h"
 #include "table/data_table.h"
 #include "table/geometry.h"
+#include "table/grid_reference.h"
 
 namespace terrain {
 
@@ -46,16 +47,17 @@ struct ReferencePointOptions {
   bool relative = false;  ///< also `dx` and `dy`, the vertices seen from the point
 };
 
-class PolyVectorType : public DataTableType {
+/// The reference is that of the grid that the polygons were read with; without one, its extents are
+/// those of the file.
+class PolyVectorType : public DataTableType, public GridReference {
  public:
   std::vector<PolygonType> polygon{};  ///< record n stands at n - 1
   InputFileType prj{};                 ///< the projection text, written back unchanged
-  char units = 'm';
-  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
-  /// Reference of the grid that the polygons were read with; without one, the extents of the file.
-  double xmin = 0, xmax = 0, ymin = 0, ymax = 0, cellsize = 0;
-  int32_t ncols = 0, nrows = 0;
 
+  void clear() override {
+    DataTableType::clear();
+    polygon.clear();
+  }
   /// Releases the polygons; the columns stay.
   void DestroyPolygons();
   /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
@@ -104,6 +106,9 @@ class PolyVectorType : public DataTableType {
   }
 
  private:
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
+    return static_cast<int64_t>(polygon.size()) != numRecords || takeShapesOf(polygon, records);
+  }
   int write(std::string_view routine, std::string_view path, const PolygonWriteOptions& options, bool zForm);
 };
 

@@ -15,24 +15,43 @@ constexpr std::uint64_t kRangeBytes = 16;
 constexpr std::uint64_t kReal8 = sizeof(double);
 
 bool hasZ(Shape type) { return type == Shape::polylineZ || type == Shape::polygonZ; }
-bool hasM(Shape type) { return type == Shape::polylineM || type == Shape::polygonM || hasZ(type); }
+bool isPolygon(Shape type) {
+  return type == Shape::polygon || type == Shape::polygonZ || type == Shape::polygonM;
+}
+/// Blocks of a range and a number a point that may stand behind what the type must have: measures and,
+/// in the files of some writers of type M, elevations before them.
+std::uint64_t mostFurtherBlocks(Shape type) {
+  if (hasZ(type)) return 1;
+  return type == Shape::polylineM || type == Shape::polygonM ? 2 : 0;
+}
 
 std::string notFinite(std::string_view what, std::size_t vertex) {
   return std::string(what) + " of vertex " + freeText(static_cast<int64_t>(vertex) + 1) +
          " is not a finite number";
 }
 
-std::string faultOfStarts(std::span<const int32_t> starts, std::size_t vertices) {
+std::string startFault(std::span<const int32_t> starts, std::size_t vertices, bool emptyParts) {
   if (starts.empty()) return "There are vertices but no parts";
-  int64_t before = -1;
+  const auto n = static_cast<int64_t>(vertices);
+  int64_t before = 0;
   for (std::size_t part = 0; part < starts.size(); ++part) {
     const int64_t start = starts[part];
-    if ((part == 0 && start != 0) || start <= before || start >= static_cast<int64_t>(vertices))
+    const bool rises = part == 0 ? start == 0 : start > before || (emptyParts && start == before);
+    if (!rises || start > n || (start == n && !emptyParts))
       return "Part " + freeText(static_cast<int64_t>(part) + 1) + " starts at point " + freeText(start) +
-             " of " + freeText(static_cast<int64_t>(vertices));
+             " of " + freeText(n);
     before = start;
   }
   return {};
+}
+
+void dropEmptyParts(std::vector<int32_t>& starts, std::size_t vertices) {
+  std::size_t kept = 0;
+  for (std::size_t part = 0; part < starts.size(); ++part) {
+    const auto end = part + 1 < starts.size() ? starts[part + 1] : static_cast<int32_t>(vertices);
+    if (starts[part] < end) starts[kept++] = starts[part];
+  }
+  starts.resize(kept);
 }
 
 std::string faultOfNumbers(std::span<const double> values, std::string_view what) {
@@ -74,14 +93,14 @@ bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why) {
   const std::uint64_t needed = sizeof(int32_t) * p + 2 * kReal8 * n + (hasZ(record.type) ? measured : 0);
   why = "The content is too short for " + numbers;
   if (!in.holds(needed)) return false;
-  const bool measures = hasM(record.type) && in.remaining() >= needed + measured;
+  // Counts that are too small would leave bytes over and be believed, so the length must fit them.
+  const std::uint64_t further = (in.remaining() - needed) / measured;
   why = "The content length does not fit " + numbers;
-  if (hasM(record.type) && !measures && in.remaining() != needed) return false;
+  if ((in.remaining() - needed) % measured != 0 || further > mostFurtherBlocks(record.type)) return false;
   why.clear();
   if (n == 0) return true;
 
   // Both counts are held by bytes that are there, so the memory follows the file.
-  why = "No memory for " + numbers;
   const std::uint64_t room = sizeof(int32_t) * p + 4 * kReal8 * n;
   if (!memoryFor(room)) return false;
   try {
@@ -94,17 +113,23 @@ bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why) {
       parts.y[i] = in.little<double>();
     }
     if (hasZ(record.type)) readMeasured(in, n, parts.z);
-    if (measures) readMeasured(in, n, parts.m);
+    if (further == 2) in.skip(measured);
+    if (further > 0 && isPolygon(record.type)) readMeasured(in, n, parts.m);
   } catch (const std::bad_alloc&) {
     return false;
   }
   for (double& m : parts.m)
     if (!std::isfinite(m)) m = kNoMeasure;
-  why = faultOfStarts(parts.starts, n);
+  why = startFault(parts.starts, n, true);
   if (why.empty()) why = faultOfNumbers(parts.x, "x");
   if (why.empty()) why = faultOfNumbers(parts.y, "y");
   if (why.empty()) why = faultOfNumbers(parts.z, "z");
+  if (why.empty()) dropEmptyParts(parts.starts, n);
   return why.empty();
+}
+
+std::string faultOfStarts(std::span<const int32_t> starts, std::size_t vertices) {
+  return startFault(starts, vertices, false);
 }
 
 uint64_t shapefileBytes(uint64_t records, uint64_t parts, uint64_t vertices, bool z, bool m) {

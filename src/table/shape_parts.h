@@ -23,10 +23,11 @@ struct ShapeParts {
   std::vector<double> m{};  ///< empty where the record has none
 };
 
-/// Reads the content of a record that is not null: all or nothing, each count checked against the
-/// bytes that are there. Coordinates must be finite numbers. A measure that is none reads as -1e39.
-/// Type Z fills `z`, and `m` where measures follow; type M fills `m` where they are there. With N of 0
-/// everything is empty. False, with the reason in `why`, for a fault.
+/// Reads the content of a record that is not null: all or nothing, the counts checked against the
+/// bytes that are there, of which only whole blocks of measures may be left over. Coordinates must be finite
+/// numbers. A measure that is none reads as -1e39. Type Z fills `z`; of polygons Z and M fill `m` where
+/// measures follow. Parts without points are dropped. With N of 0 everything is empty. False, with the reason
+/// in `why`, for a fault; with a blank `why` if there is no memory.
 [[nodiscard]] bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why);
 
 /// What is written for one record. Spans of `z` and `m` are empty where they are not written.
@@ -47,6 +48,10 @@ struct ShapeRanges {
 
 /// Bytes of a main file with so many records, parts and vertices.
 [[nodiscard]] uint64_t shapefileBytes(uint64_t records, uint64_t parts, uint64_t vertices, bool z, bool m);
+
+/// Why `starts` are not those of parts that fill the vertices: rising from 0, each within them. Empty if
+/// they are.
+[[nodiscard]] std::string faultOfStarts(std::span<const int32_t> starts, std::size_t vertices);
 
 /// Why a record cannot be written: starts that do not rise from 0 within the vertices, arrays of
 /// different sizes, numbers that are not finite. Empty if it can.

@@ -9,7 +9,9 @@
 #include "foundation/messages.h"
 #include "foundation/platform.h"
 #include "foundation/sorting.h"
+#include "foundation/status.h"
 #include "foundation/text.h"
+#include "table/dbf.h"
 
 namespace terrain {
 
@@ -227,10 +229,12 @@ ByteWriter& ShapefileWriter::beginRecord(uint64_t contentBytes) {
   return main_;
 }
 
-int ShapefileWriter::save(std::string_view routine, std::string_view path, const Box& box, const Range& z,
-                          const Range& m) {
+void ShapefileWriter::setRanges(const Box& box, const Range& z, const Range& m) {
   settleHeader(main_, box, z, m);
   settleHeader(index_, box, z, m);
+}
+
+int ShapefileWriter::save(std::string_view routine, std::string_view path) {
   const std::string name = fileOf(path, ".shp");
   int32_t failed = 0;
   IoCode code = writeImage(mainFile_, main_, name, failed);
@@ -242,10 +246,20 @@ int ShapefileWriter::save(std::string_view routine, std::string_view path, const
   const std::string indexName = fileOf(path, ".shx");
   code = writeImage(indexFile_, index_, indexName, failed);
   if (code != kIoOk) {
+    reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
     putConsoleLine("Error code: " + freeText(code));
-    return reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
+    return kFailure;
   }
   return kSuccess;
+}
+
+int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
+                  const DbfWriteOptions& rows, const InputFileType& prj) {
+  DbfImage image;
+  if (image.make(table, rows) != kSuccess) return fail(routine, "writeDBFfile failed");
+  if (out.save(routine, path) != kSuccess) return kFailure;
+  if (image.save(path) != kSuccess) return fail(routine, "writeDBFfile failed");
+  return writeProjection(routine, path, prj);
 }
 
 // ---- projection ----
@@ -253,16 +267,16 @@ int ShapefileWriter::save(std::string_view routine, std::string_view path, const
 void readProjection(std::string_view path, InputFileType& prj) {
   prj = InputFileType{};
   const std::string name = fileOf(path, ".prj");
-  if (platform::fileExists(name)) prj = NewInputFile(name, {.lineLength = std::string::npos});
+  platform::File file;
+  const bool empty = file.open(name, platform::Open::read) == kIoOk && file.size() == 0;  // says nothing
+  if (platform::fileExists(name) && !empty) prj = NewInputFile(name, {.lineLength = std::string::npos});
 }
 
 int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
   if (prj.LineCount() < 1) return kSuccess;
   InputFileType text = prj.Copy();
   if (text.writeAscii(fileOf(path, ".prj")) == kSuccess) return kSuccess;
-  return reportError({.routine = routine,
-                      .code = kOwnWords,
-                      .message1 = "Error writing projection file for " + std::string(trimmed(path))});
+  return fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
 }
 
 // ---- numbers ----

@@ -14,6 +14,7 @@
 
 #include "foundation/bytes.h"
 #include "foundation/input_file.h"
+#include "table/data_table.h"
 #include "table/geometry.h"
 
 namespace terrain {
@@ -91,9 +92,10 @@ class ShapefileWriter {
   [[nodiscard]] bool ok() const { return main_.ok() && index_.ok(); }
   /// Starts a record of so many bytes, with its type; what follows is written to the writer given.
   ByteWriter& beginRecord(uint64_t contentBytes);
-  /// Puts the ranges of all records into both headers and writes the files. 0, or -1 with a report.
-  int save(std::string_view routine, std::string_view path, const Box& box, const Range& z = {0, 0},
-           const Range& m = {0, 0});
+  /// Puts the ranges of all records into both headers. Comes behind the last record.
+  void setRanges(const Box& box, const Range& z = {0, 0}, const Range& m = {0, 0});
+  /// Writes both files. 0, or -1 with a report.
+  int save(std::string_view routine, std::string_view path);
 
  private:
   platform::File mainFile_;
@@ -113,6 +115,12 @@ int64_t NumRecordsInShapefile(std::string_view path);
 void readProjection(std::string_view path, InputFileType& prj);
 /// Writes `prj`, where it has lines, to path + ".prj". 0, or -1 with a report.
 int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
+
+/// Writes the files of a shapefile whose records stand in `out`: ".shp" and ".shx", the rows that
+/// `rows` asks for as ".dbf", and `prj`. The rows are put in form before any file is touched, so a
+/// value that has no place in its field leaves older files of the name whole. 0, or -1 with a report.
+int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
+                  const DbfWriteOptions& rows, const InputFileType& prj);
 
 /// value rounded to `decimals` places, halves away from zero; as it is for 0 and below, and where it
 /// has no such digits.

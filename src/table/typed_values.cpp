@@ -20,10 +20,6 @@ namespace terrain {
 
 namespace {
 
-int fail(std::string_view routine, std::string_view message) {
-  return reportError({.routine = routine, .code = kOwnWords, .message1 = message});
-}
-
 // ---- conversions ----
 
 enum class Rule {
@@ -208,13 +204,9 @@ int mismatch(const FieldContent& field, const ColumnTexts& texts) {
                                  " does not match data vector type (" + std::string(texts.word) + ")");
 }
 
-/// The number of the field by its `name` alone, 0 after a report.
+/// The number given, which may be out of range, or that of the field by its `name` alone, 0 after a report.
 int32_t numberOf(const DataTableType& table, const FieldChoice& which, std::string_view routine) {
-  if (which.fieldNum) {
-    if (table.fieldAt(*which.fieldNum) != nullptr) return *which.fieldNum;
-    fail(routine, "Field number out of range");
-    return 0;
-  }
+  if (which.fieldNum) return *which.fieldNum;
   int32_t number = 0;
   FixedText<2> type;
   table.FindField(*which.fieldName, number, type);
@@ -228,13 +220,13 @@ int readField(DataTableType& table, std::vector<T>& values, const FieldChoice& w
   Attempt attempt{table.status};
   if (!which.fieldNum && !which.fieldName) return kFailure;
   const FieldContent* const field = table.fieldAt(numberOf(table, which, texts.routine));
-  if (field == nullptr) return kFailure;
+  if (field == nullptr) return kFailure;  // for a number out of range silent by agreement
   if (field->dataType.padded() != texts.type) return mismatch(*field, texts);
   const std::vector<T>& column = columnOf<T>(*field);
   const auto count = static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0));
   if (column.size() != count) return kFailure;  // no values in memory
   if (values.size() != count && !tryAllocate(values, count))
-    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = texts.array});
+    return cannotAllocate(texts.routine, texts.array);
   std::copy(column.begin(), column.end(), values.begin());
   return attempt.succeed();
 }
@@ -249,9 +241,7 @@ int writeField(DataTableType& table, std::span<const Value> values, int32_t fiel
   if (std::cmp_not_equal(values.size(), std::max<int64_t>(table.numRecords, 0)))
     return fail(texts.routine, "Input data array is incorrect length");
   auto& column = columnOf<T>(*field);
-  const auto noMemory = [&] {
-    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = texts.array});
-  };
+  const auto noMemory = [&] { return cannotAllocate(texts.routine, texts.array); };
   if constexpr (std::is_same_v<T, TextColumn>) {
     if (column.size() != values.size() && !column.assign(values.size())) return noMemory();
     for (std::size_t i = 0; i < values.size(); ++i)
@@ -285,6 +275,10 @@ double extreme(DataTableType& table, const ExtremeOptions& options, double start
   }
   const bool known = visitColumn(*field, [&](const auto& column) {
     if constexpr (!std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
+      if (std::cmp_less(column.size(), table.numRecords)) {
+        fail(routine, kNoValues);
+        return;
+      }
       using T = typename std::decay_t<decltype(column)>::value_type;
       T nodata{};
       if constexpr (std::is_integral_v<T>)
@@ -396,8 +390,7 @@ int DataTableType::WriteCharValue(int32_t ifield, int64_t irec, std::string_view
   if (!(content->dataType == "C ")) return wrongType(*content, texts);
   const auto at = static_cast<std::size_t>(irec) - 1;
   if (at >= content->Char.size()) return fail(texts.routine, kNoValues);
-  if (!content->Char.set(at, value))
-    return reportError({.routine = texts.routine, .code = kCannotAllocate, .text = "Char array"});
+  if (!content->Char.set(at, value)) return cannotAllocate(texts.routine, "Char array");
   return attempt.succeed();
 }
 

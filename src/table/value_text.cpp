@@ -3,9 +3,20 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstring>
+#include <string>
+
+#include "foundation/free_format.h"
+#include "foundation/messages.h"
 
 namespace terrain {
+
+void tellDecimals(const FieldDescription& field) {
+  const FieldKind kind = kindOf(field.dataType.padded());
+  const int32_t written = writtenDecimals(field.decimals);
+  if ((kind != FieldKind::R4 && kind != FieldKind::R8) || written == field.decimals) return;
+  putMessage("Decimals of field " + std::string(field.name.trimmed()) + ", " + freeText(field.decimals) +
+             ", are written as " + freeText(written));
+}
 
 void ValueText::set(int64_t value) {
   const char* const end = std::to_chars(text_.data(), text_.data() + text_.size(), value).ptr;
@@ -25,12 +36,6 @@ bool ValueText::fit(double value, int32_t decimals) {
     wholeLength_ = size_ - behind;
     if (decimals == 0) text_[size_++] = '.';
     if (size_ <= kValueWidth) return true;
-    const std::size_t sign = text_[0] == '-' ? 1 : 0;
-    if (wholeLength_ == sign + 1 && text_[sign] == '0' && size_ == kValueWidth + 1) {  // ".5" for "0.5"
-      std::memmove(text_.data() + sign, text_.data() + sign + 1, size_ - sign - 1);
-      --size_;
-      return true;
-    }
     if (wholeLength_ > kValueWidth) return false;
     if (decimals == 0 || wholeLength_ == kValueWidth) {  // no room for the point
       if (decimals == 0) {
@@ -53,7 +58,7 @@ void ValueText::setReal(double value, int32_t decimals) {
     size_ = wholeLength_ = word.size();
     return;
   }
-  decimals = std::clamp(decimals, 0, 20);
+  decimals = writtenDecimals(decimals);
   if (fit(value, decimals)) return;
   const std::size_t wanted = wholeLength_;
   const int power = std::min(static_cast<int>(kValueWidth) - decimals - 1, 4);

@@ -2,24 +2,35 @@
 // Values of numeric columns as text in a work field of 25 characters: the one form behind DBF files
 // and delimited text.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "table/field_content.h"
+
 namespace terrain {
 
 inline constexpr std::size_t kValueWidth = 25;
+
+inline constexpr int32_t kMostDecimals = 20;
+
+/// `decimals` as values are written: the nearest of 0 to 20.
+[[nodiscard]] constexpr int32_t writtenDecimals(int32_t decimals) {
+  return std::clamp(decimals, 0, kMostDecimals);
+}
+/// Logs that a field of reals asks for decimals that are not written, if it does.
+void tellDecimals(const FieldDescription& field);
 
 /// The text of one value, left-adjusted; made anew by each `set`.
 class ValueText {
  public:
   void set(int32_t value) { set(static_cast<int64_t>(value)); }
   void set(int64_t value);
-  /// Fixed-point with `decimals` digits behind the point, 0 to 20; others are taken as the nearer of
-  /// the two. Where 25 characters do not hold it, a zero before the point goes first and then
-  /// decimals; where they do not hold the whole part, the text is the substitute, -9999 in as many
-  /// decimals as asked for that leave it room.
+  /// Fixed-point with `decimals` digits behind the point, as `writtenDecimals` gives them. Where 25
+  /// characters do not hold it, decimals go; where they do not hold the whole part, the text is the
+  /// substitute, -9999 in as many decimals as asked for that leave it room.
   void set(float value, int32_t decimals) { setReal(static_cast<double>(value), decimals); }
   void set(double value, int32_t decimals) { setReal(value, decimals); }
 

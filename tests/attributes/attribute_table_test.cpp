@@ -69,9 +69,9 @@ class Equation : public ::testing::Test {
 };
 
 TEST_F(Equation, KeepsTermsAndFieldsInOrder) {
-  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1",
+  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1", "TERM", "INTERCEPT",
                   "TERM: FIELD = AREA, COEF = 3, EXPONENT = 0.5, ATTRIBUTE = PRECIP, BASE = 10",
-                  "TERM: FIELD = SLOPE", "END EQUATION:"}),
+                  "TERM: FIELD = SLOPE", "END EQUATION"}),
             0);
   EXPECT_EQ(made.equation.intercept, 2.5F);
   ASSERT_EQ(made.equation.term.size(), 2U);

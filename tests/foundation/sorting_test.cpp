@@ -96,6 +96,56 @@ TYPED_TEST(SortInPlace, AgreesWithTheStandardLibrary) {
   }
 }
 
+/// The sort by its definition, quadratic where many values are equal.
+template <class Value>
+void plainSplit(std::vector<Value>& a, std::size_t lo, std::size_t hi) {
+  if (hi < lo + 17) return;
+  const std::size_t mid = (lo + hi) / 2;
+  if (a[lo] > a[mid]) std::swap(a[lo], a[mid]);
+  if (a[mid] > a[hi]) {
+    std::swap(a[mid], a[hi]);
+    if (a[lo] > a[mid]) std::swap(a[lo], a[mid]);
+  }
+  const Value pivot = a[mid];
+  std::size_t i = lo;
+  std::size_t j = hi;
+  for (bool met = false; !met;) {
+    met = ++i >= j;
+    if (met || a[i] <= pivot) continue;
+    while (!met && a[j] > pivot) met = --j <= i;
+    if (!met) std::swap(a[i], a[j]);
+  }
+  plainSplit(a, lo, i - 1);
+  plainSplit(a, j, hi);
+}
+
+TYPED_TEST(SortInPlace, MovesEveryValueAsThePlainSortDoes) {
+  for (const std::size_t n : {17U, 18U, 64U, 1000U, 4000U}) {
+    auto all = samples<TypeParam>(n);
+    if constexpr (std::is_floating_point_v<TypeParam>) {
+      std::mt19937 random(11);
+      for (const unsigned range : {1U, 3U, 60U}) {
+        std::vector<TypeParam> values(n);
+        for (TypeParam& value : values) {
+          value = static_cast<TypeParam>(random() % range) - static_cast<TypeParam>(range / 2);
+          if (value == 0 && random() % 2 == 0) value = -value;
+        }
+        all.emplace_back("zeros of both signs " + std::to_string(n), std::move(values));
+      }
+    }
+    for (const auto& [name, values] : all) {
+      if (std::any_of(values.begin(), values.end(), [](TypeParam v) { return v != v; })) continue;
+      SCOPED_TRACE(name);
+      std::vector<TypeParam> plain = values;
+      plainSplit(plain, 0, plain.size() - 1);
+      std::stable_sort(plain.begin(), plain.end());
+      std::vector<TypeParam> quick = values;
+      quickSort(quick);
+      EXPECT_EQ(bitsOf(quick), bitsOf(plain));
+    }
+  }
+}
+
 TEST(InsertionSort, KeepsEqualValuesInInputOrder) {
   for (const std::size_t n : {50U, 5000U}) {  // by insertion alone, and with the merge sort taking over
     std::vector<float> values(n);

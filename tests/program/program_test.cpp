@@ -1,7 +1,6 @@
 // The program as its users meet it: run on files, judged by its exit status, its files and its words.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,29 +12,15 @@
 #include "run/instructions.h"
 #include "run/keywords.h"
 #include "support/grids.h"
+#include "support/tools.h"
 
 namespace terrain {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Outcome {
-  int status = -1;
-  std::string text;
-};
-
-Outcome shell(const std::string& command) {
-  Outcome outcome;
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  char buffer[4096];
-  for (std::size_t got = 0; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-    outcome.text.append(buffer, got);
-  const int ended = pclose(pipe);
-  outcome.status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
-  return outcome;
-}
-
-bool haveGdal() { return shell("gdalinfo --version").status == 0; }
+using terrain::testing::haveTool;
+using terrain::testing::Outcome;
+using terrain::testing::shell;
 
 std::string readFile(const std::string& name) {
   std::ifstream in(name, std::ios::binary);
@@ -291,7 +276,7 @@ TEST_F(Program, NodataOfTheDemIsWhatItsHeaderSays) {
 }
 
 TEST_F(Program, RastersGoToGdalAndComeFromIt) {
-  if (!haveGdal()) GTEST_SKIP() << "no gdalinfo on this machine";
+  if (!haveTool("gdalinfo")) GTEST_SKIP() << "no gdalinfo on this machine";
   const std::string cd = "cd '" + scratch_.path() + "' && ";
   R4Grid_type dem = test::noiseDem(40, 30, {.seed = 5, .lakes = 1},
                                    {.xmin = 500000.5, .ymin = 4000000.25, .cellsize = 7.5});

@@ -1,8 +1,11 @@
 #include "table/data_table.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
+#include "foundation/memory.h"
+#include "table/point_vectors.h"
 #include "table_support.h"
 
 namespace terrain {
@@ -131,10 +134,110 @@ TEST_F(Table, ExtremesPassOverNodata) {
   table.field[2]->R4 = {5.0F, -9999.0F, -2.0F};
   EXPECT_EQ(table.Minimum({.fieldName = "f"}), -2.0);
   EXPECT_EQ(table.Maximum({.fieldName = "f", .nodata = 5.0F}), -9999.0);
+  table.field[2]->R4.clear();  // as in header-only mode
+  table.Maximum({.fieldName = "f"});
+  EXPECT_EQ(table.status, -1);
+  table.field[0]->I4 = {-3, -2, 5};
+  EXPECT_EQ(table.Minimum({.fieldNum = 1, .nodata = -2.9F}), 5.0) << "truncated to -2 for integers";
   table.Minimum({.fieldNum = 1, .fieldName = "i"});
   table.Minimum({.fieldNum = 5});
   EXPECT_TRUE(seen.has("Cannot have both fieldNum and fieldName arguments") &&
               seen.has("Unknown data type C"));
+}
+
+/// What an operation says when it fails; every report names its routine.
+TEST_F(Table, EveryFaultHasItsOwnWords) {
+  std::vector<int32_t> i4;
+  std::vector<int64_t> i8;
+  std::vector<double> r8;
+  std::vector<AttributeType> list;
+  std::string text;
+  float real = 0;
+  const auto says = [&](const std::function<void()>& fails, std::string_view routine,
+                        std::string_view words) {
+    seen.clear();
+    table.status = 0;
+    fails();
+    EXPECT_EQ(table.status, -1) << words;
+    EXPECT_EQ(seen.text(), " ERROR: " + std::string(routine) + "\n " + std::string(words) + "\n");
+  };
+  const std::string module = " in DataTableModule";
+  const std::string does = " does not match data vector type ";
+  says([&] { table.ReadI4Field(i4, {.fieldNum = 2}); }, "ReadI4Field" + module, "Field l" + does + "(INT4)");
+  says([&] { table.ReadI8Field(i8, {.fieldNum = 1}); }, "ReadI8Field" + module, "Field i" + does + "(INT8)");
+  says([&] { table.ReadR8Field(r8, {.fieldNum = 1}); }, "ReadR8Field" + module, "Field i" + does + "(REAL8)");
+  says([&] { table.WriteCharField({}, 1); }, "WriteR4Field in DataTableModul", "Field i" + does + "(CHAR)");
+  says([&] { (void)table.FieldType({}); }, "FieldType function in ChannelNetworks",
+       "Missing required argument");
+  says([&] { (void)table.FieldType({.fieldNum = 6}); }, "FieldType function in ChannelNetworks",
+       "Field number out of range");
+  says([&] { table.Rename(0, "x"); }, "Rename" + module, "Field number out of range");
+  says([&] { table.SetOutFlag(true, {}); }, "SetOutFlag" + module,
+       "Missing argument (fieldName or fieldNumber)");
+  says([&] { table.SetOutFlag(true, {.fieldName = "no"}); }, "SetOutFlag" + module,
+       "Field number outside range");
+  says([&] { table.setRecordFlag(1, true); }, "setRecordFlag in dataTableModule", "Unknown type");
+  says([&] { table.Minimum({}); }, "Minimum" + module, "Missing required argument, fieldNum or fieldName");
+  says([&] { table.Maximum({.fieldNum = 6}); }, "Maximum" + module, "Specified field number is out of range");
+  says([&] { table.Minimum({.fieldName = "no"}); }, "Minimum" + module, "Field not found: no");
+  says([&] { table.ReadR4Value(6, 1, real); }, "ReadR4Value" + module,
+       "Field number out of range\n ifield =  6\n nfields = 5");
+  says([&] { table.ReadCharValue(1, 1, text); }, "ReadCharValue" + module,
+       "Incorrect data type\n   Data type = I4");
+  says([&] { table.AddField(std::vector<AttributeType>(1), {.replace = true}); }, "AddField" + module,
+       "Data field has no name");
+  seen.clear();
+  EXPECT_EQ(table.ReadI4Field(i4, {.fieldNum = 6}), -1);
+  EXPECT_EQ(table.WriteI4Field({}, 0), -1);
+  EXPECT_EQ(seen.text(), "") << "a number out of range is silent";
+
+  memoryLimits().largestBlock = 1;
+  const auto lacks = [&](const std::function<void()>& fails, const std::string& routine,
+                         std::string_view array) {
+    says(fails, routine, "Unable to allocate memory for object\n " + std::string(array));
+  };
+  lacks([&] { table.GetAttributeList(list); }, "GetAttributeList" + module, "list");
+  lacks([&] { table.ReadI4Field(i4, {.fieldNum = 1}); }, "ReadI4Field" + module, "I4data");
+  table.field[0]->I4.clear();
+  lacks(
+      [&] {
+        table.WriteI4Field(std::vector<int32_t>{1, 2, 3}, 1);
+      },
+      "WriteI4Field in DataTableModul", "I4 array");
+  const AttributeType added[] = {attribute("new", "R8")};
+  lacks([&] { table.AddField(added); }, "AddField" + module, "newField%R8");
+  EXPECT_EQ(table.nfields, 5);
+  table.SetIDfield({.fieldNum = 2});
+  table.SetOutFlags(false);
+  lacks([&] { table.WriteCSV("never_written"); }, "WriteCSV" + module, "ID and recOrder");
+  memoryLimits() = {};
+}
+
+TEST_F(Table, FieldsAreFoundNamedAndFlagged) {
+  ASSERT_EQ(table.Rename(1, "MEAN ANNUAL PRECIP", "kept as it was"), 0);
+  table.AbbreviateFieldNames();
+  EXPECT_EQ(table.FieldOutNames()[0], "MEANPREC_M");
+  EXPECT_EQ(table.FieldNumber(" MEANPREC_M "), 1);
+  int32_t number = 7;
+  FixedText<2> type;
+  table.FindField("MEANPREC_M", number, type);  // by name alone
+  EXPECT_EQ(number, 0);
+  EXPECT_EQ(type.padded(), "U ");
+  table.FindField("f", number, type);
+  EXPECT_EQ(number, 3);
+  EXPECT_EQ(type.padded(), "R4");
+  EXPECT_EQ(table.FieldType({.fieldName = "MEANPREC_M"}).padded(), "I4");
+  ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
+  table.SetOutFlags(false, true);
+  EXPECT_EQ(table.FieldNumber("f", true), 0);
+  EXPECT_EQ(table.FieldNumber("l", true), 2);
+  ASSERT_EQ(table.SetIDfield({.fieldNum = -1}), 0);
+  EXPECT_EQ(table.RecordID(1), -9999);
+  std::vector<AttributeType> list;
+  ASSERT_EQ(table.GetAttributeList(list), 0);
+  EXPECT_EQ(list[2].name.trimmed(), "f");
+  EXPECT_EQ(list[2].length, 12);
+  EXPECT_TRUE(list[1].outFlag && !list[2].outFlag && list[2].shpFlag);
 }
 
 TEST_F(Table, ReplacementWorksOnTenCharacters) {
@@ -146,9 +249,6 @@ TEST_F(Table, ReplacementWorksOnTenCharacters) {
   EXPECT_EQ(table.FieldName(5), "ABCDEFGHIJKL");
   EXPECT_EQ(table.field[4]->R8, std::vector<double>(3, 4.0));
   EXPECT_EQ(table.IDfield, 2) << "the ID stays with its column";
-  const AttributeType nameless[] = {AttributeType{}};
-  EXPECT_EQ(table.AddField(nameless, {.replace = true}), -1);
-  EXPECT_EQ(table.nfields, 5);
 }
 
 TEST_F(Table, DuplicateNamesAreNumbered) {
@@ -163,9 +263,11 @@ TEST_F(Table, DuplicateNamesAreNumbered) {
   EXPECT_EQ(seen.text(), "");
   table.SetOutName(2, "AB1");
   EXPECT_EQ(table.duplicateCheck(), -1);
+  EXPECT_TRUE(seen.has("Cannot unambiguously rename this field"));
 }
 
 TEST_F(Table, AppliedListStandsBehindTheOldFields) {
+  ASSERT_EQ(table.Rename(2, "eight ch ars"), 0);  // its ninth character is a blank
   std::vector<AttributeType> list{attribute("f", "I4"), attribute("new", "C ")};
   std::vector<AttributeReference> references{{.first = 2, .second = 0, .list = {1, -1}}};
   ASSERT_EQ(table.ApplyAttributeList(list, {.references = references, .outValue = false}), 0);
@@ -173,6 +275,11 @@ TEST_F(Table, AppliedListStandsBehindTheOldFields) {
   EXPECT_EQ(references[0].first, 7);
   EXPECT_EQ(references[0].list, (std::vector<int32_t>{6, -1}));
   ASSERT_EQ(list.size(), 7U);
+  list = {attribute("eight ch ars", "I4")};
+  ASSERT_EQ(table.ApplyAttributeList(list), 0);
+  EXPECT_EQ(table.FieldName(2), "eight ch 1");
+  ASSERT_EQ(list.size(), 8U);
+  list.pop_back();
   EXPECT_FALSE(list[0].outFlag);
   EXPECT_TRUE(list[5].outFlag);
 }
@@ -190,7 +297,18 @@ TEST_F(Table, RecordsAreKeptDroppedAndRepeated) {
   EXPECT_EQ(table.field[4]->Char[2], "bb");
   EXPECT_EQ(table.WriteCharValue(5, 2, "longer than before"), 0);
   EXPECT_EQ(table.field[4]->Char[0], "ccc");
-  EXPECT_EQ(table.setRecordFlag(1, true), -1);
+}
+
+TEST_F(Table, ShapesGoWithTheirRecords) {
+  PointVectorType points;
+  const AttributeType list[] = {attribute("ID", "I4")};
+  ASSERT_EQ(NewDataTable(points, {.attributeList = list, .numRecords = 3}), 0);
+  for (int32_t r = 1; r <= 3; ++r) points.SetPointXY(r, r, 0);
+  ASSERT_EQ(points.takeRecords(std::vector<int64_t>{3, 1, 1}), 0);
+  EXPECT_EQ(points.point[0].x, 3);
+  ASSERT_EQ(points.takeRecords(std::vector<int64_t>{1, 3}), 0);
+  ASSERT_EQ(points.point.size(), 2U);
+  EXPECT_EQ(points.point[1].x, 1);
 }
 
 TEST(TextColumn, MemoryFollowsTheTextThroughManyChanges) {

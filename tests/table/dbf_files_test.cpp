@@ -1,31 +1,13 @@
 // DBF files of others: real ones, and those that OGR writes and reads.
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-
+#include "support/tools.h"
 #include "table/dbf.h"
 #include "table_support.h"
 
 namespace terrain {
 namespace {
 
-using terrain::testing::attribute;
-using terrain::testing::Messages;
-using terrain::testing::Scratch;
-using terrain::testing::writeBytes;
-
-std::string outputOf(const std::string& command) {
-  std::string text;
-  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-  if (pipe == nullptr) return text;
-  std::array<char, 4096> buffer;
-  while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe))
-    text.append(buffer.data(), got);
-  ::pclose(pipe);
-  return text;
-}
-bool hasOgr() { return std::system("command -v ogr2ogr >/dev/null 2>&1") == 0; }
+using namespace terrain::testing;
 
 TEST(DbfFiles, RealTablesGoRound) {
 #ifdef TERRAIN_TEST_DATA
@@ -74,7 +56,7 @@ TEST(DbfFiles, RealTablesGoRound) {
 }
 
 TEST(DbfFiles, OgrReadsWhatIsWritten) {
-  if (!hasOgr()) GTEST_SKIP() << "no ogr2ogr";
+  if (!haveTool("ogr2ogr")) GTEST_SKIP() << "no ogr2ogr";
   Messages seen;
   Scratch scratch;
   DataTableType table;
@@ -86,7 +68,7 @@ TEST(DbfFiles, OgrReadsWhatIsWritten) {
   table.WriteR8Field(std::vector<double>{1234567.015625, -0.5}, 3);
   table.WriteCharField(std::vector<std::string>{std::string(254, 'x'), "b c"}, 4);
   ASSERT_EQ(table.writeDBFfile(scratch.path("ours")), 0) << seen.text();
-  const std::string told = outputOf("ogrinfo -al " + scratch.path("ours.dbf"));
+  const std::string told = shell("ogrinfo -al " + scratch.path("ours.dbf")).text;
   EXPECT_EQ(told.find("Warning"), std::string::npos) << told;
   EXPECT_EQ(told.find("ERROR"), std::string::npos) << told;
   for (const char* line :
@@ -95,19 +77,19 @@ TEST(DbfFiles, OgrReadsWhatIsWritten) {
         "real (Real) = 1234567.015625", "text (String) = b c"})
     EXPECT_NE(told.find(line), std::string::npos) << line << "\n" << told;
   ASSERT_EQ(table.writeDBFfile(scratch.path("none"), {.recIndex = std::span<const int64_t>()}), 0);
-  EXPECT_NE(outputOf("ogrinfo -al -so " + scratch.path("none.dbf")).find("Feature Count: 0"),
+  EXPECT_NE(shell("ogrinfo -al -so " + scratch.path("none.dbf")).text.find("Feature Count: 0"),
             std::string::npos);
 }
 
 TEST(DbfFiles, WhatOgrWritesIsRead) {
-  if (!hasOgr()) GTEST_SKIP() << "no ogr2ogr";
+  if (!haveTool("ogr2ogr")) GTEST_SKIP() << "no ogr2ogr";
   Messages seen;
   Scratch scratch;
   writeBytes(scratch.path("in.csv"),
              "i,r,d,t,w\n12,1.5,2001/02/03,one,a\n,,,,\n-7,2500000.25,1999/12/31,two words,z\n");
   writeBytes(scratch.path("in.csvt"),
              "\"Integer(5)\",\"Real(15.4)\",\"Date\",\"String(20)\",\"String(254)\"\n");
-  outputOf("ogr2ogr -f 'ESRI Shapefile' " + scratch.path("theirs.dbf") + " " + scratch.path("in.csv"));
+  shell("ogr2ogr -f 'ESRI Shapefile' " + scratch.path("theirs.dbf") + " " + scratch.path("in.csv")).text;
   DataTableType table;
   ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("theirs.dbf")}), 0) << seen.text();
   ASSERT_EQ(table.numRecords, 3);

@@ -3,18 +3,14 @@
 #include <cmath>
 #include <limits>
 
+#include "foundation/memory.h"
+#include "table/point_vectors.h"
 #include "table_support.h"
 
 namespace terrain {
 namespace {
 
-using terrain::testing::attribute;
-using terrain::testing::Messages;
-using terrain::testing::rawDbf;
-using terrain::testing::RawDbfField;
-using terrain::testing::readBytes;
-using terrain::testing::Scratch;
-using terrain::testing::writeBytes;
+using namespace terrain::testing;
 
 class Dbf : public ::testing::Test {
  protected:
@@ -114,6 +110,7 @@ TEST_F(Dbf, LongTextKeepsLaterColumnsInPlace) {
   ASSERT_EQ(read(table, odd), 0) << seen.text();
   EXPECT_EQ(table.field[0]->Char[0], std::string(44, 'y'));
   EXPECT_EQ(table.field[1]->I4[0], 43);
+  EXPECT_EQ(table.fieldAt(1)->decimals, 0);
   // And round again through a file of ours, with every byte of the text as it was.
   const std::string mixed = std::string(" \xC3\xA4 b\0c\t", 8) + std::string(192, 'z');
   ASSERT_EQ(read(table, rawDbf({{"T", 'C', 200}, {"N", 'N', 4}}, {" " + mixed + "  44"})), 0);
@@ -206,6 +203,7 @@ TEST_F(Dbf, RealsAreWrittenInTheirFields) {
 }
 
 TEST_F(Dbf, NegativeMultiplesOfNineAreNodata) {
+  Messages seen;
   const auto show = [&](double value, std::string_view type) {
     const std::string text = cell(value, type, 10, 2, -1);
     return std::string(trimmed(text));
@@ -221,6 +219,8 @@ TEST_F(Dbf, NegativeMultiplesOfNineAreNodata) {
   EXPECT_EQ(show(0, "R8"), "0.00");
   EXPECT_EQ(show(9, "I4"), "9");
   EXPECT_EQ(std::string(trimmed(cell(-9999, "R8", 10, 2))), "-9999.00") << "only where asked for";
+  EXPECT_EQ(cell(-9, "I4", 4, 0, -99999), "failed");
+  EXPECT_TRUE(seen.has("Error writing nodata value\n Record 1: value does not fit field V: -99999"));
 }
 
 TEST_F(Dbf, HeaderAndPaddingAreAsTold) {
@@ -279,7 +279,30 @@ TEST_F(Dbf, RecordListGivesRecordsAndOrder) {
   EXPECT_TRUE(seen.has("Incompatible arguments: isFlag = TRUE and recIndex"));
   EXPECT_TRUE(written(table, {.isFlag = true}).empty());
   EXPECT_TRUE(seen.has("Unknown shapefile type"));
+  memoryLimits().largestBlock = 100;
+  EXPECT_TRUE(written(table).empty());
+  EXPECT_TRUE(seen.has(" dbf\n dbfFileSize: ")) << seen.text();
+  EXPECT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), -1);
+  EXPECT_TRUE(seen.has("dbf file array"));
+  memoryLimits() = {};
   EXPECT_EQ(readBytes(scratch.path("out.dbf")), before) << "a refused table leaves the old file";
+}
+
+TEST_F(Dbf, FlaggedRecordsOfAVectorTable) {
+  PointVectorType points;
+  const AttributeType list[] = {attribute("ID", "I4", 8)};
+  ASSERT_EQ(NewDataTable(points, {.attributeList = list, .numRecords = 3}), 0);
+  for (int32_t r = 1; r <= 3; ++r) {
+    points.WriteI4Value(1, r, r);
+    points.SetPointXY(r, 0, 0);
+  }
+  points.SetPointFlag(2, false);
+  ASSERT_FALSE(written(points, {.isFlag = true}).empty());
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(back.field[0]->I4, (std::vector<int32_t>{1, 3}));
+  ASSERT_EQ(NewDataTable(points, {.attributeList = list, .numRecords = 1}), 0);
+  EXPECT_TRUE(points.point.empty()) << "a new table has no shapes of the old one";
 }
 
 TEST_F(Dbf, NothingLongerThanSixteenBitsIsWritten) {
@@ -289,6 +312,13 @@ TEST_F(Dbf, NothingLongerThanSixteenBitsIsWritten) {
   ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
   EXPECT_TRUE(written(table).empty());
   EXPECT_TRUE(seen.has("Too many fields for a dbf file: 2048"));
+  list.resize(2046);  // the longest header
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
+  EXPECT_EQ(written(table).substr(8, 2), "\xE1\xFF") << "33 + 2046 * 32";
+  DataTableType back;
+  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(back.nfields, 2046);
+  EXPECT_EQ(back.field[2045]->I4[0], -9999);
   list.assign(2, attribute("F", "C ", 32767));
   ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
   EXPECT_EQ(written(table).size(), 33U + 64U + 65535U + 1U + 1U);
@@ -303,6 +333,9 @@ TEST_F(Dbf, CodePageTravelsAlong) {
   ASSERT_EQ(read(table, rawDbf({{"N", 'N', 4}}, {"    1"})), 0);
   ASSERT_FALSE(written(table).empty());
   EXPECT_EQ(readBytes(scratch.path("out.cpg")), "UTF-8\r\n");
+  table.codePage.clear();
+  ASSERT_FALSE(written(table).empty());
+  EXPECT_FALSE(std::filesystem::exists(scratch.path("out.cpg"))) << "it speaks of texts that are gone";
 }
 
 TEST_F(Dbf, UnwritableFileIsReported) {
@@ -313,7 +346,9 @@ TEST_F(Dbf, UnwritableFileIsReported) {
   EXPECT_EQ(table.writeDBFfile(scratch.path("no/such/out")), -1);
   EXPECT_EQ(table.status, -1);
   EXPECT_TRUE(seen.has("Error opening dbf file"));
+  EXPECT_TRUE(seen.has(" dbfFileSize: 82\n dbfRecordSize: 82\n")) << seen.text();
   EXPECT_EQ(NewDataTable(table, {.filePath = scratch.path("none.dbf")}), -1);
+  EXPECT_TRUE(seen.has("Error opening file ") && seen.has("fsize returned zero file length for "));
   EXPECT_EQ(NewDataTable(table, {.filePath = "table.txt"}), -1);
   EXPECT_TRUE(seen.has("Unknown file type: txt"));
 }

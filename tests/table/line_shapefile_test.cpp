@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "foundation/memory.h"
 #include "shape_support.h"
 #include "support/grids.h"
 #include "table/line_vectors.h"
@@ -10,21 +11,7 @@ namespace {
 
 using namespace terrain::testing;
 
-using Numbers = std::vector<double>;
-using Starts = std::vector<int32_t>;
-
-class LineShapefile : public ::testing::Test {
- protected:
-  std::string put(Shape type, const std::vector<Outline>& outlines, const std::vector<int32_t>& ids = {},
-                  const Box& box = kWideBox) {
-    std::vector<std::string> contents;
-    for (const Outline& outline : outlines)
-      contents.push_back(outline.x.empty() ? nullContent() : content(type, outline));
-    return putShapefile(scratch.path("in"), mainFile(type, contents, box), idTable(contents.size(), ids));
-  }
-  Scratch scratch;
-  Messages seen;
-};
+class LineShapefile : public OutlineFiles {};
 
 const Outline kTwoParts{.starts = {0, 2}, .x = {0, 1, 5, 6, 7}, .y = {0, 0, 5, 5, 9}, .z = {1, 2, 3, 4, 5}};
 
@@ -44,6 +31,11 @@ TEST_F(LineShapefile, EveryLineTypeReadsAndWritesBack) {
     EXPECT_EQ(table.NumVertices(2), -9999);
     EXPECT_EQ(table.VertexCount(2), -1);
     EXPECT_EQ(table.NumParts(2), 0);
+
+    ASSERT_EQ(table.WriteShapefile(scratch.path("z"), {.zForm = true}), 0);
+    LineVectorType withZ;
+    ASSERT_EQ(ReadPolylineShapefile(withZ, scratch.path("z")), 0) << seen.text();
+    EXPECT_EQ(withZ.segment[0].z, outline.z.empty() ? Numbers(5, -9999.0) : outline.z);
 
     const bool z = type == Shape::polylineZ;
     ASSERT_EQ(table.WriteShapefile(scratch.path("out"), {.zForm = z}), 0) << seen.text();
@@ -154,7 +146,7 @@ TEST_F(LineShapefile, GridMustOverlap) {
   const R4Grid_type grid = smallGrid();
   LineVectorType table;
   const Box touching{.x = {3, 9}, .y = {0, 3}};  // the grid's reference points end at 3
-  EXPECT_EQ(ReadPolylineShapefile(table, put(Shape::polyline, {kTwoParts}, {}, touching), {.grid = &grid}),
+  EXPECT_EQ(ReadPolylineShapefile(table, put(Shape::polylineZ, {kTwoParts}, {}, touching), {.grid = &grid}),
             -1);
   EXPECT_TRUE(seen.has("Grid and shapefile do not overlap"));
   EXPECT_EQ(ReadPolylineShapefile(table, scratch.path("in"), {.grid = &grid, .xOffset = -1}), 0)
@@ -186,6 +178,7 @@ TEST_F(LineShapefile, ShiftsConvertsAndRounds) {
   EXPECT_EQ(back.segment[0].z[1], 3.1 * 3.2808399200439453);
   back.ConvertToMeters();
   EXPECT_EQ(back.segment[0].x[0], 3.35 * 3.2808399200439453 * 0.30480000376701355);
+  EXPECT_EQ(back.segment[0].z[1], 3.1 * 3.2808399200439453 * 0.30480000376701355);
   EXPECT_EQ(roundedTo(-2.5, 0), -2.5);
   EXPECT_EQ(roundedTo(-0.25, 1), -0.3);
   EXPECT_EQ(roundedTo(1e300, 300), 1e300);
@@ -231,6 +224,54 @@ TEST_F(LineShapefile, RecordsOfTheThreeFilesCorrespond) {
   }
 }
 
+TEST_F(LineShapefile, WriterRoundsFiltersAndReplaces) {
+  const Outline outline{.starts = {0}, .x = {1.26, 2.34}, .y = {0, 0}, .z = {5.55, -9999}};
+  LineVectorType table;
+  ASSERT_EQ(ReadPolylineShapefile(table, put(Shape::polylineZ, {outline}, {-9})), 0);
+  const AttributeType hidden[] = {attribute("HIDDEN", "R4", 10, 2)};
+  ASSERT_EQ(table.AddField(hidden, {.fill = 7}), 0);
+  table.SetShpFlag(2, false);
+  InputFileType prj;
+  prj.lines = {"LOCAL_CS[]"};
+  ASSERT_EQ(table.WriteShapefile(scratch.path("out"), {.nodataOut = -1,
+                                                       .prjFile = &prj,
+                                                       .zForm = true,
+                                                       .xyDecimals = 1,
+                                                       .zDecimals = 1,
+                                                       .date = CalendarDate{2001, 2, 3}}),
+            0);
+  LineVectorType back;
+  ASSERT_EQ(ReadPolylineShapefile(back, scratch.path("out")), 0);
+  EXPECT_EQ(back.segment[0].x, (Numbers{1.3, 2.3}));
+  EXPECT_EQ(back.segment[0].z, (Numbers{5.6, -9999}));
+  EXPECT_EQ(back.FieldOutNames(), (std::vector<std::string>{"ID"}));
+  EXPECT_EQ(back.field[0]->I4[0], -1);
+  EXPECT_EQ(back.prj.lines, prj.lines);
+  ASSERT_EQ(table.WriteShapefile(scratch.path("out"), {.allFields = true}), 0);
+  ASSERT_EQ(ReadPolylineShapefile(back, scratch.path("out")), 0);
+  EXPECT_EQ(back.NumFields(), 1) << "all fields only in the Z form";
+  ASSERT_EQ(table.WriteShapefile(scratch.path("out"), {.zForm = true, .allFields = true}), 0);
+  ASSERT_EQ(ReadPolylineShapefile(back, scratch.path("out")), 0);
+  EXPECT_EQ(back.NumFields(), 2);
+}
+
+TEST_F(LineShapefile, EmptyPartsAreDropped) {
+  Outline outline{.starts = {0, 0, 2, 4, 5}, .x = {0, 1, 5, 6, 7}, .y = {0, 0, 5, 5, 9}};
+  LineVectorType table;
+  ASSERT_EQ(ReadPolylineShapefile(table, put(Shape::polyline, {outline})), 0) << seen.text();
+  EXPECT_EQ(table.segment[0].parts, (Starts{1, 3, 5}));
+  outline.starts[4] = 6;
+  EXPECT_EQ(ReadPolylineShapefile(table, put(Shape::polyline, {outline})), -1);
+  EXPECT_TRUE(seen.has("Part 5 starts at point 6 of 5"));
+  seen.clear();
+  memoryLimits().largestBlock = 1;
+  outline.starts[4] = 5;
+  writeBytes(scratch.path("in.shp"), mainFile(Shape::polyline, {content(Shape::polyline, outline)}));
+  EXPECT_EQ(ReadPolylineShapefile(table, scratch.path("in")), -1);
+  memoryLimits() = {};
+  EXPECT_TRUE(seen.has("Unable to allocate memory for object")) << seen.text();
+}
+
 TEST_F(LineShapefile, EmptyTablesAndFilesOfNullShapes) {
   LineVectorType table;
   const R4Grid_type grid = smallGrid();
@@ -242,7 +283,7 @@ TEST_F(LineShapefile, EmptyTablesAndFilesOfNullShapes) {
   EXPECT_EQ(ReadPolylineShapefile(table, put(Shape::polyline, {{}, {}})), -1);
   EXPECT_TRUE(seen.has("No records within specified extent"));
   EXPECT_EQ(ReadPolylineShapefile(table, scratch.path("in"), {.IDfieldName = " NONE "}), -1);
-  EXPECT_TRUE(seen.has("IDfieldName not found: NONE"));
+  EXPECT_TRUE(seen.has(" ERROR: ReadPolylineShapefile in DataTableModule\n IDfieldName not found:  NONE\n"));
   EXPECT_EQ(ReadPolylineShapefile(table, scratch.path("nowhere")), -1);
   EXPECT_TRUE(seen.has("NewDataTable failed for"));
 }

@@ -171,6 +171,20 @@ TEST_F(PointShapefile, RefusesWhatTheFormatCannotHold) {
   EXPECT_TRUE(seen.has("Failed to write file"));
   EXPECT_EQ(table.status, -1);
 
+  // A value without room in its field leaves the files of an older table whole.
+  ASSERT_EQ(table.WritePointShapefile(scratch.path("out")), 0);
+  const std::string before = readBytes(scratch.path("out.shp"));
+  table.SetPointXY(2, 5, 5);
+  table.field[0]->outLength = 2;
+  EXPECT_EQ(table.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("value does not fit field ID") && seen.has("writeDBFfile failed"));
+  EXPECT_EQ(readBytes(scratch.path("out.shp")), before);
+  table.field[0]->outLength = 8;
+  std::filesystem::create_directory(scratch.path("out.prj"));
+  table.prj.lines = {"LOCAL_CS[]"};
+  EXPECT_EQ(table.WritePointShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("Error writing projection file for "));
+
   seen.clear();
   PointVectorType large;
   large.numRecords = 3000000000;
@@ -241,6 +255,18 @@ TEST_F(PointShapefile, AnIndexThatDisagreesIsNotBelieved) {
   stale[27] = '\x36';  // whole in itself, but of a shorter main file
   writeBytes(stem + ".shx", stale);
   EXPECT_EQ(NumRecordsInShapefile(stem), 2);
+  // Bytes behind the main file's own length are no part of it; without all of its records it has none.
+  const std::string main = readBytes(stem + ".shp");
+  writeBytes(stem + ".shp", main + std::string(28, '\0'));
+  EXPECT_EQ(NumRecordsInShapefile(stem), 2);
+  writeBytes(stem + ".shp", main.substr(0, 120));
+  EXPECT_EQ(NumRecordsInShapefile(stem), -1);
+  EXPECT_TRUE(seen.has("in.shp"));
+  writeBytes(stem + ".shp", main);
+  writeBytes(stem + ".prj", "");  // says nothing, and is no fault
+  seen.clear();
+  ASSERT_EQ(ReadPointShapefile(table, stem), 0);
+  EXPECT_FALSE(seen.has("ERROR")) << seen.text();
   writeBytes(stem + ".shx", index.substr(0, 20));
   EXPECT_EQ(NumRecordsInShapefile(stem), -1);
   EXPECT_TRUE(seen.has("in.shx"));

@@ -7,20 +7,7 @@ namespace {
 
 using namespace terrain::testing;
 
-using Numbers = std::vector<double>;
-using Starts = std::vector<int32_t>;
-
-class PolygonShapefile : public ::testing::Test {
- protected:
-  std::string put(Shape type, const std::vector<Outline>& outlines, const std::vector<int32_t>& ids = {}) {
-    std::vector<std::string> contents;
-    for (const Outline& outline : outlines)
-      contents.push_back(outline.x.empty() ? nullContent() : content(type, outline));
-    return putShapefile(scratch.path("in"), mainFile(type, contents), idTable(contents.size(), ids));
-  }
-  Scratch scratch;
-  Messages seen;
-};
+class PolygonShapefile : public OutlineFiles {};
 
 /// A square with a hole.
 const Outline kHoled{.starts = {0, 5},
@@ -97,9 +84,15 @@ TEST_F(PolygonShapefile, MeasuresAreWrittenWhereAnyRecordHasThem) {
 TEST_F(PolygonShapefile, HeaderBoxStartsAtTheLargestAndAtZero) {
   Outline negative = kHoled;
   for (double& x : negative.x) x -= 10;
+  negative.z.clear();
+  negative.m.clear();
   PolyVectorType table;
   ASSERT_EQ(ReadPolygonShapefile(table, put(Shape::polygon, {negative})), 0);
+  ASSERT_EQ(table.SetOutFlag(true, {.fieldName = "ID", .shpFlag = false}), 0);
   ASSERT_EQ(table.WritePolygonShapefile(scratch.path("out")), 0);
+  PolyVectorType back;
+  ASSERT_EQ(ReadPolygonShapefile(back, scratch.path("out")), 0);
+  EXPECT_EQ(idsOf(back), (std::vector<int32_t>{10})) << "polygons have no filter but outFlag";
   const std::string bytes = readBytes(scratch.path("out.shp"));
   ByteReader in(std::as_bytes(std::span(bytes)));
   in.seek(36);
@@ -198,8 +191,6 @@ TEST_F(PolygonShapefile, PolygonsMadeByHand) {
   ASSERT_EQ(table.SetReferencePoint(1, {.relative = true}), 0);
   EXPECT_EQ(table.polygon[0].reference->x, 13.0 / 8) << "without the last vertex";
   EXPECT_EQ(table.polygon[0].dy[1], 4 - 13.0 / 8 + 0.125);
-  ASSERT_EQ(table.SetReferencePoint(1, {.x = 1.0, .y = 2.0}), 0);
-  EXPECT_EQ(table.polygon[0].reference->y, 2.0);
   EXPECT_EQ(table.SetReferencePoint(2), -1) << "no vertices";
   EXPECT_EQ(table.SetAllReferencePoints(), 0);
 
@@ -216,7 +207,10 @@ TEST_F(PolygonShapefile, PolygonsMadeByHand) {
   EXPECT_EQ(table.SetPolyVertex(1, 3, 2, 2), 0);
   table.PolygonBounds(1, west, east, south, north);
   EXPECT_EQ(east, 4) << "the box shrinks, too";
+  EXPECT_EQ(table.polygon[0].dx[2], 2 - 13.0 / 8) << "what stands relative moves along";
   EXPECT_EQ(table.SetPolyVertex(1, 10, 0, 0), -1);
+  EXPECT_EQ(table.setPolyVertices(1, kHoled.x, kHoled.y, {.ring = Starts{0, 2147483647}}), -1);
+  EXPECT_TRUE(seen.has("Part 2 starts at point 2147483647 of 9"));
   EXPECT_EQ(table.SetPolygonValue(1, 2.5F), 0);
   EXPECT_EQ(table.PolygonValue(1), 2.5F);
   EXPECT_EQ(table.PolygonValue(7), -9999.0F);
@@ -228,9 +222,15 @@ TEST_F(PolygonShapefile, PolygonsMadeByHand) {
   EXPECT_TRUE(table.polygon[0].m.empty());
   ASSERT_EQ(table.SetReferencePoint(1), 0);
   EXPECT_EQ(table.polygon[0].reference->x, 7) << "a lone vertex is its own mean";
+  ASSERT_EQ(table.SetReferencePoint(1, {.x = 1.0, .y = 2.0}), 0);
+  EXPECT_EQ(table.polygon[0].reference->y, 2.0);
+  ASSERT_EQ(table.setPolyVertices(1, {}, {}), 0);
+  EXPECT_EQ(table.polygon[0].xmax, -9999.0) << "no vertices, no box";
   table.DestroyPolygons();
   EXPECT_EQ(table.WritePolygonShapefile(scratch.path("out")), -1);
-  EXPECT_EQ(ReadPolygonShapefile(table, put(Shape::polygon, {kHoled}), {.IDfieldName = "NO"}), -1);
+  EXPECT_EQ(ReadPolygonShapefile(table, put(Shape::polygon, {Outline{.starts = {0}, .x = {0}, .y = {0}}}),
+                                 {.IDfieldName = "NO"}),
+            -1);
   EXPECT_TRUE(seen.has("ID field name not found: NO"));
 }
 

@@ -2,12 +2,12 @@
 // Shapefiles made by hand, for the tests of the vector tables.
 
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "support/tools.h"
 #include "table/shapefile.h"
 #include "table_support.h"
 
@@ -101,19 +101,28 @@ inline std::string putShapefile(const std::string& stem, const std::string& main
   return stem;
 }
 
+using Numbers = std::vector<double>;
+using Starts = std::vector<int32_t>;
+
+/// Tests that make files of lines or polygons from their outlines; one without vertices is a null shape.
+class OutlineFiles : public ::testing::Test {
+ protected:
+  std::string put(Shape type, const std::vector<Outline>& outlines, const std::vector<int32_t>& ids = {},
+                  const Box& box = kWideBox) {
+    std::vector<std::string> contents;
+    for (const Outline& outline : outlines)
+      contents.push_back(outline.x.empty() ? nullContent() : content(type, outline));
+    return putShapefile(scratch.path("in"), mainFile(type, contents, box), idTable(contents.size(), ids));
+  }
+  Scratch scratch;
+  Messages seen;
+};
+
 /// The values of field ID.
 inline std::vector<int32_t> idsOf(DataTableType& table) {
   std::vector<int32_t> ids;
   EXPECT_EQ(table.ReadI4Field(ids, {.fieldName = "ID"}), 0);
   return ids;
-}
-
-/// Runs a command, its output to a file; blank where the tool is not there.
-inline bool haveTool(const std::string& tool) {
-  return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0;
-}
-inline int runTool(const std::string& command, const std::string& outputFile) {
-  return std::system((command + " >" + outputFile + " 2>&1").c_str());
 }
 
 }  // namespace terrain::testing

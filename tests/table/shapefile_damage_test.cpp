@@ -162,8 +162,9 @@ TEST_P(Damage, LiesInCountsAndStarts) {
   const std::size_t content = 108;
   const int32_t large = std::numeric_limits<int32_t>::max();
   const int32_t small = std::numeric_limits<int32_t>::min();
-  for (const int32_t count : {-1, 9, 10, 1000, large, small}) {
+  for (const int32_t count : {-1, 7, 9, 10, 1000, large, small}) {
     SCOPED_TRACE(count);
+    if (count == 7 && type == Shape::multiPoint) continue;
     refuses(withLittle(content + 36, count), "Record 1: ");
     if (type != Shape::multiPoint) refuses(withLittle(content + 40, count), "Record 1: ");
   }
@@ -173,7 +174,7 @@ TEST_P(Damage, LiesInCountsAndStarts) {
     SCOPED_TRACE(start);
     refuses(withLittle(content + 44, start), "Record 1: Part");
   }
-  for (const int32_t start : {-1, 0, 8, 9, large, small}) {
+  for (const int32_t start : {-1, 9, large, small}) {
     SCOPED_TRACE(start);
     refuses(withLittle(content + 48, start), "Record 1: Part 2");
   }

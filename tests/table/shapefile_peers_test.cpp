@@ -133,18 +133,17 @@ class Peers : public ::testing::Test {
   /// What ogr2ogr makes of a CSV text with the columns WKT and further ones.
   std::string fromCsv(const std::string& name, const std::string& csv, const std::string& options) {
     writeBytes(scratch.path(name + ".csv"), csv);
-    const int code = runTool(
+    const Outcome made = shell(
         "ogr2ogr -f 'ESRI Shapefile' -oo GEOM_POSSIBLE_NAMES=WKT -oo KEEP_GEOM_COLUMNS=NO -oo "
         "AUTODETECT_TYPE=YES " +
-            options + " " + scratch.path(name + ".shp") + " " + scratch.path(name + ".csv"),
-        scratch.path("log"));
-    EXPECT_EQ(code, 0) << readBytes(scratch.path("log"));
+        options + " " + scratch.path(name + ".shp") + " " + scratch.path(name + ".csv"));
+    EXPECT_EQ(made.status, 0) << made.text;
     return scratch.path(name);
   }
   /// The whole listing of a shapefile; a warning is a failure.
   std::string listing(const std::string& stem) {
-    EXPECT_EQ(runTool("ogrinfo -ro -al " + stem + ".shp", scratch.path("log")), 0);
-    std::string text = readBytes(scratch.path("log"));
+    const auto [status, text] = shell("ogrinfo -ro -al " + stem + ".shp");
+    EXPECT_EQ(status, 0);
     EXPECT_EQ(text.find("Warning"), std::string::npos) << text;
     EXPECT_EQ(text.find("ERROR"), std::string::npos) << text;
     const std::size_t from = text.find("Geometry:");
