@@ -16,6 +16,7 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kAddTag = "AddField in DataTableModule";
+constexpr std::string_view kTakeTag = "takeRecords in DataTableModule";
 constexpr std::string_view kNewTag = "NewDataTable in TabularDataModule";
 constexpr std::size_t kDbfNameLength = 10;
 
@@ -135,6 +136,28 @@ bool copyValues(const TextColumn& from, std::span<const int64_t> records, TextCo
   return to.takeFrom(from, records);
 }
 
+/// Columns of the records listed, all or, after a report, a failure.
+int copyColumns(std::span<const std::unique_ptr<FieldContent>> fields, std::span<const int64_t> records,
+                std::vector<std::unique_ptr<FieldContent>>& copies) {
+  // They are asked for together: each alone could fit where all of them do not.
+  std::uint64_t bytes = 0;
+  for (const auto& content : fields)
+    visitColumn(*content, [&](const auto& column) { bytes += bytesOf(column, records); });
+  if (!memoryFor(bytes)) return cannotAllocate(kTakeTag, "columns");
+  for (const auto& content : fields) {
+    auto copy = std::make_unique<FieldContent>();
+    static_cast<FieldDescription&>(*copy) = *content;
+    bool done = true;
+    visitColumn(*content, [&](const auto& column) {
+      if (!column.empty())
+        done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
+    });
+    if (!done) return cannotAllocate(kTakeTag, content->name.trimmed());
+    copies.push_back(std::move(copy));
+  }
+  return kSuccess;
+}
+
 }  // namespace
 
 DataTableType::~DataTableType() {
@@ -241,41 +264,22 @@ int DataTableType::writeDBFfile(std::string_view path, const DbfWriteOptions& op
 // A list that ascends drops records in place, which takes no memory and cannot fail. Any other list
 // works on copies of the columns, and the table changes only when all of them are made.
 int DataTableType::takeRecords(std::span<const int64_t> records) {
-  constexpr std::string_view tag = "takeRecords in DataTableModule";
   Attempt attempt{status};
   bool ascending = true;
   for (std::size_t i = 0; i < records.size(); ++i) {
-    if (records[i] < 1 || records[i] > numRecords) return fail(tag, "Record number out of range");
+    if (records[i] < 1 || records[i] > numRecords) return fail(kTakeTag, "Record number out of range");
     if (i > 0 && records[i] <= records[i - 1]) ascending = false;
   }
-  std::vector<std::unique_ptr<FieldContent>> taken;
-  if (!ascending) {
-    // The copies are asked for together: each alone could fit where all of them do not.
-    std::uint64_t bytes = 0;
-    for (const auto& content : field)
-      visitColumn(*content, [&](const auto& column) { bytes += bytesOf(column, records); });
-    if (!memoryFor(bytes)) return cannotAllocate(tag, "columns");
-  }
-  for (const auto& content : field) {
-    if (ascending) break;
-    auto copy = std::make_unique<FieldContent>();
-    static_cast<FieldDescription&>(*copy) = *content;
-    bool done = true;
-    visitColumn(*content, [&](const auto& column) {
-      if (!column.empty())
-        done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
-    });
-    if (!done) return cannotAllocate(tag, content->name.trimmed());
-    taken.push_back(std::move(copy));
-  }
-  if (!takeShapes(records)) return cannotAllocate(tag, "shapes");
+  std::vector<std::unique_ptr<FieldContent>> copies;
+  if (!ascending && copyColumns(field, records, copies) != kSuccess) return kFailure;
+  if (!takeShapes(records)) return cannotAllocate(kTakeTag, "shapes");
   if (ascending) {
     for (const auto& content : field)
       visitColumn(*content, [&](auto& column) {
         if (!column.empty()) keepValues(column, records);
       });
   } else {
-    field = std::move(taken);
+    field = std::move(copies);
   }
   numRecords = static_cast<int64_t>(records.size());
   return attempt.succeed();

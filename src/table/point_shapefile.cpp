@@ -35,8 +35,8 @@ bool pairsOf(const ShapefileReader& file, ShapeRecord& record, uint64_t& pairs) 
   if (file.type() == Shape::multiPoint) {
     in.skip(kBoxBytes);
     const auto count = in.little<int32_t>();
-    if (!in.ok() || count < 0 || !in.holds(static_cast<std::uint64_t>(count), kPairBytes)) {
-      file.fault("The content is too short for " + freeText(count) + " points", record.number);
+    if (!in.ok() || count < 0 || in.remaining() != static_cast<std::uint64_t>(count) * kPairBytes) {
+      file.fault("The content length does not fit " + freeText(count) + " points", record.number);
       return false;
     }
     pairs = static_cast<std::uint64_t>(count);

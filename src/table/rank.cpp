@@ -52,7 +52,8 @@ int locateFilters(const DataTableType& table, std::span<const RankFilter> filter
   for (std::size_t k = 0; k < filters.size(); ++k) {
     const RankFilter& filter = filters[k];
     numbers[k] = table.FieldNumber(filter.fieldName);
-    if (numbers[k] == 0) return fail(kTag, "Filter field name not found: " + std::string(stripped(filter.fieldName)));
+    if (numbers[k] == 0)
+      return fail(kTag, "Filter field name not found: " + std::string(stripped(filter.fieldName)));
     if (kindOf(filter.type.padded()) == FieldKind::unknown)
       return fail(kTag, "Unknown filter type: " + std::string(filter.type.padded()));
     if (!isComparison(filter.test))
@@ -79,7 +80,8 @@ int orderOf(std::span<const T> values, std::span<int32_t> order) {
 int orderOf(std::span<const std::string_view> values, std::span<int32_t> order) {
   std::iota(order.begin(), order.end(), 1);
   std::stable_sort(order.begin(), order.end(), [&](int32_t a, int32_t b) {
-    return comparePadded(values[static_cast<std::size_t>(a) - 1], values[static_cast<std::size_t>(b) - 1]) < 0;
+    return comparePadded(values[static_cast<std::size_t>(a) - 1], values[static_cast<std::size_t>(b) - 1]) <
+           0;
   });
   return kSuccess;
 }
@@ -101,7 +103,8 @@ int rankColumn(const Column& column, std::span<const int64_t> records, std::vect
   std::vector<Value> values;
   std::vector<int32_t> order;
   if (!tryAllocate(values, records.size())) return cannotAllocate(kTag, arrayName<Column>());
-  for (std::size_t i = 0; i < records.size(); ++i) values[i] = column[static_cast<std::size_t>(records[i]) - 1];
+  for (std::size_t i = 0; i < records.size(); ++i)
+    values[i] = column[static_cast<std::size_t>(records[i]) - 1];
   if (!tryAllocate(order, values.size()) || orderOf(std::span<const Value>(values), order) != kSuccess)
     return cannotAllocate(kTag, "order");
   for (std::size_t rank = 0; rank < order.size(); ++rank)

@@ -60,7 +60,8 @@ TEST_F(RankOfRecords, FaultsGiveNoRanks) {
   EXPECT_TRUE(refused("none", good, " ERROR: Rank in DataTableModule\n Field name not found: none\n"));
   EXPECT_TRUE(refused("real", {.fieldName = "no", .type = "I4"}, "Filter field name not found: no"));
   EXPECT_TRUE(refused("real", {.fieldName = "whole", .type = "L "}, "Unknown filter type: L\n"));
-  EXPECT_TRUE(refused("real", {.fieldName = "whole", .type = "I4", .test = "<>"}, "unknown comparison test: <>"));
+  EXPECT_TRUE(
+      refused("real", {.fieldName = "whole", .type = "I4", .test = "<>"}, "unknown comparison test: <>"));
   EXPECT_TRUE(refused("whole", {.fieldName = "text", .type = "R8", .test = "="}, "Incorrect data type C"));
   table.field[2]->dataType = "L ";
   EXPECT_TRUE(refused("real", good, "Unknown data type: L\n"));
