@@ -1,49 +1,16 @@
 #include "run/walks.h"
 
-#include <bit>
 #include <cmath>
 #include <limits>
 #include <utility>
-#include <vector>
 
 #include "foundation/messages.h"
+#include "run/distance_walker.h"
+#include "run/walk_cells.h"
 
 namespace terrain {
 
 namespace {
-
-/// A neighbour that waits while the walk through its twin is finished.
-struct Pending {
-  std::int64_t cell;
-  float share;
-  float spent;
-};
-
-/// The cells that wait, the last one first. It grows with the walks and is never shrunk.
-class PendingStack {
- public:
-  PendingStack() = default;
-  PendingStack(const PendingStack&) = delete;
-  PendingStack& operator=(const PendingStack&) = delete;
-
-  void clear() { top_ = store_.data(); }
-  [[nodiscard]] bool empty() const { return top_ == store_.data(); }
-  void push(const Pending& entry) {
-    if (top_ == store_.data() + store_.size()) [[unlikely]]
-      grow();
-    *top_++ = entry;
-  }
-  Pending pop() { return *--top_; }
-
- private:
-  void grow() {
-    const std::size_t used = store_.size();
-    store_.resize(used * 2);
-    top_ = store_.data() + used;
-  }
-  std::vector<Pending> store_ = std::vector<Pending>(1024);
-  Pending* top_ = store_.data();
-};
 
 constexpr float kEndsThere = std::numeric_limits<float>::infinity();
 
@@ -67,29 +34,6 @@ struct DistanceLimit {
   [[nodiscard]] float lastShare(float share, float /*spent*/, float /*step*/, float reach) const {
     return reach <= maxDistance ? share : 0.0F;
   }
-};
-
-/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none. The sum
-/// never falls as t rises, and floats from 0 up are ordered as their bits are, so halving finds it.
-float lastReachFor(float limit, float step) {
-  if (!(step <= limit)) return -1.0F;
-  auto fits = std::bit_cast<uint32_t>(0.0F);
-  auto beyond = std::bit_cast<uint32_t>(limit) + 1;  // no reach above the limit counts
-  while (beyond - fits > 1) {
-    const uint32_t middle = fits + (beyond - fits) / 2;
-    (step + std::bit_cast<float>(middle) <= limit ? fits : beyond) = middle;
-  }
-  return std::bit_cast<float>(fits);
-}
-
-struct MemoryCells {
-  WalkCell* cells;
-  [[nodiscard]] WalkCell& at(std::int64_t index) const { return cells[index]; }
-};
-
-struct DiskCells {
-  WalkTable* table;
-  [[nodiscard]] WalkCell& at(std::int64_t index) const { return table->onDisk(index); }
 };
 
 /// One walk after the other. `Guarded` serves limits so far beyond the step that float32 loses it: a step
@@ -192,30 +136,32 @@ int Walks::prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& asp
 /// disk, guarded or not.
 template <class Use>
 void Walks::withWalker(Use use) {
+  if (table_.memory() != nullptr)
+    withWalkerOver(MemoryCells{table_.memory()}, use);
+  else
+    withWalkerOver(DiskCells{&table_}, use);
+}
+
+template <class Cells, class Use>
+void Walks::withWalkerOver(Cells cells, Use use) {
   const float limit = values_.byTime ? values_.duration : values_.maxDistance;
   const float finest = std::nextafter(limit, std::numeric_limits<float>::infinity()) - limit;
-  const bool guarded = !(table_.shortestStep() >= finest);
-  const auto run = [&](auto walker) { use(walker); };
-  const auto overCells = [&](auto bound) {
-    using Limit = decltype(bound);
-    if (table_.memory() != nullptr) {
-      const MemoryCells cells{table_.memory()};
-      if (guarded)
-        run(Walker<Limit, MemoryCells, true>(bound, cells));
-      else
-        run(Walker<Limit, MemoryCells, false>(bound, cells));
-    } else {
-      const DiskCells cells{&table_};
-      if (guarded)
-        run(Walker<Limit, DiskCells, true>(bound, cells));
-      else
-        run(Walker<Limit, DiskCells, false>(bound, cells));
-    }
-  };
-  if (values_.byTime)
-    overCells(TimeLimit{values_.duration});
-  else
-    overCells(DistanceLimit{values_.maxDistance, lastReachFor(values_.maxDistance, values_.cellDistance[1])});
+  const float shortest = table_.shortestStep();
+  const auto run = [&](auto&& walker) { use(walker); };
+  if (values_.byTime) {
+    if (shortest >= finest)
+      run(Walker<TimeLimit, Cells, false>({values_.duration}, cells));
+    else
+      run(Walker<TimeLimit, Cells, true>({values_.duration}, cells));
+  } else {
+    // Of the steps that the distance walker counts on none may be lost to rounding, nor their sum.
+    constexpr float kRoom = 16.0F;
+    const float c = values_.cellDistance[1];
+    if (shortest >= kRoom * finest)
+      run(DistanceWalker<Cells>(limit, c, cells));
+    else
+      run(Walker<DistanceLimit, Cells, true>({limit, lastReachFor(limit, c)}, cells));
+  }
 }
 
 void Walks::walkAll() {

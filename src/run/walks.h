@@ -37,6 +37,8 @@ class Walks {
  private:
   template <class Use>
   void withWalker(Use use);
+  template <class Cells, class Use>
+  void withWalkerOver(Cells cells, Use use);
 
   WalkValues values_{};
   WalkTable table_;

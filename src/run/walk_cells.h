@@ -1,0 +1,57 @@
+#pragma once
+// How the walkers reach the records of the walk table, and the cells that wait in a walk. Internal to
+// the walks.
+
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "run/walk_table.h"
+
+namespace terrain {
+
+struct MemoryCells {
+  WalkCell* cells;
+  [[nodiscard]] WalkCell& at(std::int64_t index) const { return cells[index]; }
+};
+
+/// A record is good until the next one is asked for.
+struct DiskCells {
+  WalkTable* table;
+  [[nodiscard]] WalkCell& at(std::int64_t index) const { return table->onDisk(index); }
+};
+
+/// A neighbour that waits while the walk through its twin is finished.
+struct Pending {
+  std::int64_t cell;
+  float share;
+  float spent;
+};
+
+/// The cells that wait, the last one first. It grows with the walks and is never shrunk.
+class PendingStack {
+ public:
+  PendingStack() = default;
+  PendingStack(const PendingStack&) = delete;
+  PendingStack& operator=(const PendingStack&) = delete;
+
+  void clear() { top_ = store_.data(); }
+  [[nodiscard]] bool empty() const { return top_ == store_.data(); }
+  void push(const Pending& entry) {
+    if (top_ == store_.data() + store_.size()) [[unlikely]]
+      grow();
+    *top_++ = entry;
+  }
+  Pending pop() { return *--top_; }
+
+ private:
+  void grow() {
+    const std::size_t used = store_.size();
+    store_.resize(used * 2);
+    top_ = store_.data() + used;
+  }
+  std::vector<Pending> store_ = std::vector<Pending>(1024);
+  Pending* top_ = store_.data();
+};
+
+}  // namespace terrain
