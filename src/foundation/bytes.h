@@ -15,6 +15,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "foundation/messages.h"
 #include "foundation/platform.h"
 
 namespace terrain {
@@ -41,6 +42,11 @@ void storeNumber(std::byte* at, T value, std::endian order) {
   std::memcpy(at, bytes.data(), sizeof(T));
 }
 }  // namespace detail
+
+/// The message code for a failure of opening and reading: the reading, or for any other the opening.
+[[nodiscard]] constexpr int32_t readFailure(IoCode code) {
+  return code == kIoPastEnd || code >= kIoHost ? kReadError : kCannotOpenToRead;
+}
 
 /// Reads bytes from front to back. Looks at the bytes, does not own them.
 class ByteReader {

@@ -20,7 +20,7 @@ bool same(Real a, Real b, Real tolerance, std::optional<Real> absolute) {
   return std::abs(a - b) / high < tolerance;
 }
 
-/// `order` is negative, 0 or positive as a stands to b; an unordered pair meets no test but "=".
+/// An unordered pair meets no test but "=".
 template <class Value, class Equal>
 bool compare(const Value& a, std::string_view test, const Value& b, Equal equal, std::string_view routine) {
   const std::string_view word = stripped(test);

@@ -91,7 +91,9 @@ std::size_t split(std::span<Value> a, std::size_t lo, std::size_t hi, Value pivo
   }
 }
 
-bool isLeft(std::size_t lo, std::size_t hi) { return static_cast<std::ptrdiff_t>(hi - lo) < kSmallestSpan; }
+bool leftToInsertion(std::size_t lo, std::size_t hi) {
+  return static_cast<std::ptrdiff_t>(hi - lo) < kSmallestSpan;
+}
 
 /// Leaves every value of lo..hi within kSmallestSpan of its place. Values equal to the pivot stay in
 /// the lower part, so a range whose pivot is its largest value loses one value a split: quadratic for
@@ -101,7 +103,7 @@ bool isLeft(std::size_t lo, std::size_t hi) { return static_cast<std::ptrdiff_t>
 /// among equal values nothing but the sign of a zero could tell.
 template <class Value>
 void splitAll(std::span<Value> a, std::size_t lo, std::size_t hi, int depth) {
-  if (isLeft(lo, hi)) return;
+  if (leftToInsertion(lo, hi)) return;
   if (depth == 0) {
     std::sort(a.begin() + static_cast<std::ptrdiff_t>(lo), a.begin() + static_cast<std::ptrdiff_t>(hi + 1));
     return;
@@ -110,7 +112,7 @@ void splitAll(std::span<Value> a, std::size_t lo, std::size_t hi, int depth) {
   const std::size_t at = split(a, lo, hi, pivot);
   std::size_t top = at - 1;
   if (at == hi)  // the pivot is the largest value of lo..top, and among them
-    while (!isLeft(lo, top) && !(medianOfThree(a, lo, top) < pivot)) --top;
+    while (!leftToInsertion(lo, top) && !(medianOfThree(a, lo, top) < pivot)) --top;
   splitAll(a, lo, top, depth - 1);
   splitAll(a, at, hi, depth - 1);
 }

@@ -1,8 +1,8 @@
 #pragma once
-// The walk by distance, for limits of which float32 loses no step. By distance the way that a share has come tells how
-// many steps are left below it, whatever cells they lead through. Most visits of a walk are those of its
-// last two steps, and they are made here in one go without a jump between them: what no longer fits the
-// limit adds 0, which changes nothing.
+// The walk by distance, for limits of which float32 loses no step. By distance the way that a share has come
+// tells how many steps are left below it, whatever cells they lead through. Most visits of a walk are those
+// of its last two steps, and they are made here in one go without a jump between them: what no longer fits
+// the limit adds 0, which changes nothing.
 
 #include <bit>
 #include <cstdint>
@@ -27,11 +27,11 @@ inline float lastReachFor(float limit, float step) {
 template <class Cells>
 class DistanceWalker {
  public:
-  DistanceWalker(float maxDistance, float shortestStep, Cells cells)
+  DistanceWalker(float maxDistance, float cardinalStep, Cells cells)
       : maxDistance_(maxDistance),
-        lastOfOne_(lastReachFor(maxDistance, shortestStep)),
-        lastOfTwo_(lastReachFor(lastOfOne_, shortestStep)),
-        lastOfThree_(lastReachFor(lastOfTwo_, shortestStep)),
+        lastOfOne_(lastReachFor(maxDistance, cardinalStep)),
+        lastOfTwo_(lastReachFor(lastOfOne_, cardinalStep)),
+        lastOfThree_(lastReachFor(lastOfTwo_, cardinalStep)),
         cells_(cells) {}
 
   void add(std::int64_t index, float share) { cells_.at(index).total += share; }

@@ -3,7 +3,6 @@
 // the walks.
 
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 #include "run/walk_table.h"

@@ -4,7 +4,6 @@
 #include <limits>
 #include <utility>
 
-#include "foundation/messages.h"
 #include "run/distance_walker.h"
 #include "run/walk_cells.h"
 

@@ -272,7 +272,7 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
   }
   std::vector<std::unique_ptr<FieldContent>> copies;
   if (!ascending && copyColumns(field, records, copies) != kSuccess) return kFailure;
-  if (!takeShapes(records)) return cannotAllocate(kTakeTag, "shapes");
+  if (!takeShapes(records, ascending)) return cannotAllocate(kTakeTag, "shapes");
   if (ascending) {
     for (const auto& content : field)
       visitColumn(*content, [&](auto& column) {

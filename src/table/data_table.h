@@ -97,6 +97,7 @@ class DataTableType {
 
   // ---- fields ----
   int AddField(std::span<const AttributeType> newFields, const AddFieldOptions& options = {});
+  /// Where there is no memory for the new columns, the old names and flags stay changed.
   int ApplyAttributeList(std::vector<AttributeType>& list, const ApplyListOptions& options = {});
   int GetAttributeList(std::vector<AttributeType>& list);
   [[nodiscard]] std::string FieldName(int32_t fieldNum) const;  ///< trimmed; blank if out of range
@@ -151,14 +152,14 @@ class DataTableType {
   double Maximum(const ExtremeOptions& options);
   /// Selection flag of a record of a point, line or polygon table; numbers out of range are ignored.
   int setRecordFlag(int64_t irec, bool value);
-  /// Writes path + ".dbf".
+  /// Writes path + ".dbf", and path + ".cpg" where there is a `codePage`; an old one goes where not.
   int writeDBFfile(std::string_view path, const DbfWriteOptions& options = {});
   /// Writes delimited text with a heading, ordered by ID where there is an ID field; ".csv" is
   /// appended to a path without it.
   int WriteCSV(std::string_view path, const CsvWriteOptions& options = {});
   /// Keeps the records listed (from 1), in that order, a record as often as it is listed, with their
-  /// shapes where every record has one; `numRecords` becomes their number. All or, where memory runs out
-  /// or a number is out of range, nothing.
+  /// shapes where every record has one; `numRecords` becomes their number. Links between shapes keep the
+  /// old numbers. All or, where memory runs out or a number is out of range, nothing.
   int takeRecords(std::span<const int64_t> records);
   /// No fields, no records and no shapes, no open file.
   virtual void clear();
@@ -170,7 +171,9 @@ class DataTableType {
 
  private:
   /// The shapes' part of `takeRecords`. False, with nothing changed, if there is no memory.
-  [[nodiscard]] virtual bool takeShapes(std::span<const int64_t> /*records*/) { return true; }
+  [[nodiscard]] virtual bool takeShapes(std::span<const int64_t> /*records*/, bool /*ascending*/) {
+    return true;
+  }
 };
 
 struct NewTableOptions {

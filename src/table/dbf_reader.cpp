@@ -221,7 +221,8 @@ std::vector<AttributeType> attributesOf(const DbfHeader& header) {
 IoCode openHeader(DataTableType& table, std::string_view path, std::size_t length,
                   std::vector<std::byte>& bytes) {
   const int32_t unit = freeUnit();
-  if (units().openRecords(unit, path, platform::Open::read, 1) != kIoOk) return kIoNotFound;
+  if (const IoCode code = units().openRecords(unit, path, platform::Open::read, 1); code != kIoOk)
+    return code;
   table.dbfUnit = unit;
   bytes.resize(length);
   return units().records(unit)->readBytes(0, bytes);
@@ -303,9 +304,7 @@ int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& o
   };
   if (code == ByteWriter::kNoMemory)
     return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
-  if (code != kIoOk)
-    return giveUp(reportError(
-        {.routine = kTag, .code = code == kIoNotFound ? kCannotOpenToRead : kReadError, .file = path}));
+  if (code != kIoOk) return giveUp(reportError({.routine = kTag, .code = readFailure(code), .file = path}));
 
   DbfHeader header;
   std::string fault;

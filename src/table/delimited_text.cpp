@@ -142,7 +142,7 @@ bool isDelimitedNumber(std::string_view text) {
   return !text.empty() && countDigits(text) == text.size();
 }
 
-/// The kind of the column with one more value; text for a value that no number of the kind can hold.
+/// The kind of the column with one more value; text for a value that is no number, or beyond float64.
 ColumnSurvey::Kind ColumnSurvey::kindWith(std::string_view value) {
   constexpr std::size_t kMostCharactersOfR4 = 8;
   if (!looksNumeric(value) || !isDelimitedNumber(value)) return Kind::text;

@@ -57,7 +57,7 @@ void appendCell(std::string& line, std::string_view text, bool firstCell);
 /// "-+E1234567890." alone; whether they stood in quotes makes no difference. A column with a value that
 /// is no such number is text; else one with a point in a value is real: float64 if any of its numbers
 /// has more than 8 characters or is beyond float32, else float32; else it is integer, of 64 bits if a
-/// value needs them.
+/// value needs them, or text if one is no 64-bit integer ("1E-05").
 class ColumnSurvey {
  public:
   /// Blank cells count for nothing.

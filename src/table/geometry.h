@@ -8,7 +8,10 @@
 #include <limits>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
+
+#include "foundation/memory.h"
 
 namespace terrain {
 
@@ -58,6 +61,11 @@ struct Box {
   }
 };
 
+/// Bytes that some arrays hold.
+[[nodiscard]] inline std::uint64_t bytesIn(const auto&... arrays) {
+  return (std::uint64_t{0} + ... + (arrays.size() * sizeof(arrays[0])));
+}
+
 struct PointType {
   int32_t col = -9999;  ///< grid cell
   int32_t row = -9999;
@@ -69,6 +77,8 @@ struct PointType {
   double xOffset = 0;  ///< added to `x` on request
   double yOffset = 0;
   bool flag = true;
+
+  [[nodiscard]] std::uint64_t arrayBytes() const { return bytesIn(linksA, linksB); }
 };
 
 /// What `SegmentType::Vertices` gives beside x and y; null for outputs not wanted.
@@ -99,6 +109,9 @@ struct SegmentType {
   /// Planar length, summed in float64 over consecutive vertices, rounded once.
   [[nodiscard]] float Length() const;
   [[nodiscard]] int32_t NumParts() const { return static_cast<int32_t>(parts.size()); }
+  [[nodiscard]] std::uint64_t arrayBytes() const {
+    return bytesIn(parts, col, row, linksA, linksB, x, y, xAlt, yAlt, z);
+  }
 };
 
 struct ReferencePointType {
@@ -131,16 +144,30 @@ struct PolygonType {
 
   /// Sets the box from the vertices; -9999.0 on all sides without any.
   void settleBox();
+  [[nodiscard]] std::uint64_t arrayBytes() const { return bytesIn(ring, x, y, dx, dy, z, m); }
 };
 
-/// The shapes of the records listed (from 1), in that order. False, with nothing changed, if there is no
-/// memory.
+/// Keeps the shapes of the records listed (from 1), in that order. An ascending list moves them in place
+/// and cannot fail. False, with nothing changed, if there is no memory for the copies of any other.
 template <class ShapeType>
-[[nodiscard]] bool takeShapesOf(std::vector<ShapeType>& shapes, std::span<const int64_t> records) {
+[[nodiscard]] bool takeShapesOf(std::vector<ShapeType>& shapes, std::span<const int64_t> records,
+                                bool ascending) {
+  const auto at = [&shapes](int64_t record) -> ShapeType& {
+    return shapes[static_cast<std::size_t>(record) - 1];
+  };
+  if (ascending) {
+    for (std::size_t i = 0; i < records.size(); ++i)
+      if (&shapes[i] != &at(records[i])) shapes[i] = std::move(at(records[i]));
+    shapes.erase(shapes.begin() + static_cast<std::ptrdiff_t>(records.size()), shapes.end());
+    return true;
+  }
+  std::uint64_t bytes = records.size() * sizeof(ShapeType);
+  for (const int64_t record : records) bytes += at(record).arrayBytes();
+  if (!memoryFor(bytes)) return false;
   try {
     std::vector<ShapeType> taken;
     taken.reserve(records.size());
-    for (const int64_t record : records) taken.push_back(shapes[static_cast<std::size_t>(record) - 1]);
+    for (const int64_t record : records) taken.push_back(at(record));
     shapes.swap(taken);
   } catch (const std::exception&) {  // bad_alloc, length_error
     return false;

@@ -293,11 +293,15 @@ void LineVectorType::VertexInfo(int64_t irec, int32_t index, const VertexInfoOut
 // ---- flags, fields, the table ----
 
 void LineVectorType::SetSegmentFlag(std::optional<int64_t> irec, bool value) {
+  Attempt attempt{status};
   if (!irec) {
     for (SegmentType& each : segment) each.flag = value;
-  } else if (SegmentType* at = segmentAt(*irec)) {
+  } else {
+    SegmentType* at = segmentAt(*irec);
+    if (at == nullptr) return;
     at->flag = value;
   }
+  attempt.succeed();
 }
 
 bool LineVectorType::SegmentFlag(int64_t irec) const {

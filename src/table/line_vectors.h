@@ -130,8 +130,8 @@ class LineVectorType : public DataTableType, public GridReference {
   }
 
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
-    return static_cast<int64_t>(segment.size()) != numRecords || takeShapesOf(segment, records);
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
+    return static_cast<int64_t>(segment.size()) != numRecords || takeShapesOf(segment, records, ascending);
   }
 };
 

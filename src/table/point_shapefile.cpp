@@ -143,7 +143,7 @@ int ReadPointShapefile(PointVectorType& table, std::string_view path, const Poin
   PointsRead read;
   if (readPoints(file, table.numRecords, factor, read) != kSuccess) return kFailure;
   // Rows follow their points; where each record gave its one point they are right already.
-  const bool rowsStand = read.dropped == 0 && static_cast<int64_t>(read.points.size()) == table.numRecords;
+  const bool rowsStand = file.type() != Shape::multiPoint && read.dropped == 0;
   if (!rowsStand && table.takeRecords(read.rows) != kSuccess)
     return file.fault("The table rows cannot be matched to the points");
   if (read.dropped > 0)

@@ -135,7 +135,9 @@ void PointVectorType::SetAllPointFlags(bool value) {
 
 void PointVectorType::SetPointFlag(int64_t irec, bool value) {
   Attempt attempt{status};
-  if (PointType* at = pointAt(irec)) at->flag = value;
+  PointType* at = pointAt(irec);
+  if (at == nullptr) return;
+  at->flag = value;
   attempt.succeed();
 }
 

@@ -87,8 +87,8 @@ class PointVectorType : public DataTableType {
   }
 
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
-    return static_cast<int64_t>(point.size()) != numRecords || takeShapesOf(point, records);
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
+    return static_cast<int64_t>(point.size()) != numRecords || takeShapesOf(point, records, ascending);
   }
   int makePoints(int64_t linkValue, std::string_view routine);
 };

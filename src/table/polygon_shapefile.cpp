@@ -111,7 +111,6 @@ ShapeContent contentOf(const PolygonType& polygon, bool feet, bool zForm, bool m
 }  // namespace
 
 int ReadPolygonShapefile(PolyVectorType& table, std::string_view path, const PolygonReadOptions& options) {
-  table.DestroyPolygons();
   table.clear();
   table.prj = InputFileType{};
   table.feetConverted = false;

@@ -106,8 +106,8 @@ class PolyVectorType : public DataTableType, public GridReference {
   }
 
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records) override {
-    return static_cast<int64_t>(polygon.size()) != numRecords || takeShapesOf(polygon, records);
+  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
+    return static_cast<int64_t>(polygon.size()) != numRecords || takeShapesOf(polygon, records, ascending);
   }
   int write(std::string_view routine, std::string_view path, const PolygonWriteOptions& options, bool zForm);
 };

@@ -134,12 +134,18 @@ int Rank(std::vector<int32_t>& ranks, DataTableType& table, std::string_view fie
       return;
     }
     std::vector<int64_t> records;
+    if (!tryAllocate(records, count)) {
+      cannotAllocate(kTag, "records");
+      return;
+    }
+    std::size_t passed = 0;
     for (std::size_t i = 0; i < count; ++i) {
       bool pass = hasValue(column[i]);
       for (std::size_t k = 0; k < filters.size() && pass; ++k)
         if (apply(filters[k], table, filterFields[k], static_cast<int64_t>(i) + 1, pass) != kSuccess) return;
-      if (pass) records.push_back(static_cast<int64_t>(i) + 1);
+      if (pass) records[passed++] = static_cast<int64_t>(i) + 1;
     }
+    records.resize(passed);
     result = rankColumn(column, records, ranks);
   });
   if (!known) fail(kTag, "Unknown data type: " + std::string(field->dataType.padded()));

@@ -8,7 +8,6 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
-#include "foundation/sorting.h"
 #include "foundation/status.h"
 #include "foundation/text.h"
 #include "table/dbf.h"
@@ -79,11 +78,9 @@ int ShapefileReader::load() {
   if (code == ByteWriter::kNoMemory)
     return reportError(
         {.routine = routine_, .code = kCannotAllocate, .file = name_, .text = "shapefile component files"});
-  if (code == kIoPastEnd || code >= kIoHost)
-    return reportError({.routine = routine_, .code = kReadError, .file = name_, .message1 = describe(code)});
   if (code != kIoOk)
     return reportError(
-        {.routine = routine_, .code = kCannotOpenToRead, .file = name_, .message1 = describe(code)});
+        {.routine = routine_, .code = readFailure(code), .file = name_, .message1 = describe(code)});
 
   ByteReader in{bytes_};
   const auto fileCode = in.big<int32_t>();
@@ -286,17 +283,6 @@ double roundedTo(double value, int32_t decimals) {
   const double power = std::pow(10.0, decimals);
   const double scaled = value * power;
   return std::isfinite(scaled) ? std::round(scaled) / power : value;
-}
-
-int orderByID(std::vector<int64_t>& records, std::span<const int64_t> ids) {
-  std::vector<int32_t> order;
-  std::vector<int64_t> sorted;
-  if (!tryAllocate(order, records.size()) || !tryAllocate(sorted, records.size()) ||
-      mergeRank(ids, order) != kSuccess)
-    return kFailure;
-  for (std::size_t i = 0; i < order.size(); ++i) sorted[i] = records[static_cast<std::size_t>(order[i]) - 1];
-  records.swap(sorted);
-  return kSuccess;
 }
 
 }  // namespace terrain

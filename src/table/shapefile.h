@@ -117,17 +117,14 @@ void readProjection(std::string_view path, InputFileType& prj);
 int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
 
 /// Writes the files of a shapefile whose records stand in `out`: ".shp" and ".shx", the rows that
-/// `rows` asks for as ".dbf", and `prj`. The rows are put in form before any file is touched, so a
-/// value that has no place in its field leaves older files of the name whole. 0, or -1 with a report.
+/// `rows` asks for as ".dbf" (with ".cpg" as `DbfImage` says), and `prj`. The rows are put in form before any
+/// file is touched, so a value that has no place in its field leaves older files of the name whole. 0, or -1
+/// with a report.
 int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
                   const DbfWriteOptions& rows, const InputFileType& prj);
 
 /// value rounded to `decimals` places, halves away from zero; as it is for 0 and below, and where it
 /// has no such digits.
 [[nodiscard]] double roundedTo(double value, int32_t decimals);
-
-/// The numbers, from 1, of records in ascending order of their IDs, in place of table order; equal
-/// IDs stay in table order. 0, or -1 without memory.
-[[nodiscard]] int orderByID(std::vector<int64_t>& records, std::span<const int64_t> ids);
 
 }  // namespace terrain

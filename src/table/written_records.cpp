@@ -2,11 +2,28 @@
 
 #include <exception>
 
+#include "foundation/memory.h"
 #include "foundation/messages.h"
+#include "foundation/sorting.h"
 #include "foundation/status.h"
-#include "table/shapefile.h"
 
 namespace terrain {
+
+namespace {
+
+/// Puts record numbers in ascending order of their IDs; equal IDs stay in order. -1 without memory.
+int orderByID(std::vector<int64_t>& records, std::span<const int64_t> ids) {
+  std::vector<int32_t> order;
+  std::vector<int64_t> sorted;
+  if (!tryAllocate(order, records.size()) || !tryAllocate(sorted, records.size()) ||
+      mergeRank(ids, order) != kSuccess)
+    return kFailure;
+  for (std::size_t i = 0; i < order.size(); ++i) sorted[i] = records[static_cast<std::size_t>(order[i]) - 1];
+  records.swap(sorted);
+  return kSuccess;
+}
+
+}  // namespace
 
 int chooseWrittenRecords(DataTableType& table, const WrittenRecordsOptions& options,
                          const std::function<RecordSize(int64_t irec)>& sizeOf, WrittenRecords& chosen) {

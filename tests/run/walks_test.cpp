@@ -220,6 +220,40 @@ TEST_F(UnreadableScratch, IsAFailureAndNoResult) {
   EXPECT_NE(console_.text().find("Error in reading file"), std::string::npos);
 }
 
+TEST_P(WalksTest, WalksFromTheMiddleOfAWayAreThePlainForm) {
+  Mixture m(9, 7, 5, GetParam());
+  std::mt19937 random(3);
+  for (const float limit : {31.0F, 44.142136F, 60.0F, 5.0e6F, 1.05e7F}) {
+    WalkValues values{.byDistance = true, .maxDistance = limit};
+    values.cellDistance = stepLengths(10.0);
+    Walks walks;
+    ASSERT_EQ(walks.prepare(values, m.grad, m.aspect,
+                            GetParam() == Storage::disk ? WalkStorage::disk : WalkStorage::memory),
+              0);
+    R4Grid_type accum = test::emptyGrid<R4Grid_type>(9, 7);
+    test::fillWith(accum, [](int32_t, int32_t) { return 0.0F; });
+    test::PlainWalks plain(values, m.grad, m.aspect, accum);
+    for (int32_t n = 0; n < 500; ++n) {
+      const auto col = static_cast<int32_t>(1 + random() % 9);
+      const auto row = static_cast<int32_t>(1 + random() % 7);
+      const float way = std::min(limit, 100.0F) * static_cast<float>(random() % 4096) / 4096.0F;
+      const float travelled = std::max(limit - way, 0.0F);
+      bool fast = n % 3 == 0;
+      bool slow = fast;
+      walks.walkByDistance(col, row, 0.7F, travelled, fast);
+      plain.walkByDistance(col, row, 0.7F, travelled, slow);
+    }
+    std::vector<float> totals(9);
+    for (int32_t row = 1; row <= 7; ++row) {
+      walks.totals(row, totals);
+      for (int32_t col = 1; col <= 9; ++col)
+        EXPECT_TRUE(
+            test::sameBits(totals[static_cast<std::size_t>(col) - 1], accum.ExtractR4ValueColRow(col, row)))
+            << limit << ": " << col << ", " << row;
+    }
+  }
+}
+
 TEST_P(WalksTest, SingleWalksAddWhereTheyPass) {
   R4Grid_type grad = grid(3, 3);
   R4Grid_type aspect = grid(3, 3);

@@ -85,6 +85,9 @@ TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
   EXPECT_EQ(ids[1], 30);
   EXPECT_EQ(ids[500], 30);
   EXPECT_EQ(table.point[500].x, 599.0);
+  // As many points as records, but not one each.
+  ASSERT_EQ(ReadPointShapefile(table, put(Shape::multiPoint, {many(2, 5), many(0, 0)})), 0);
+  EXPECT_EQ(idsOf(table), (std::vector<int32_t>{10, 10}));
 }
 
 TEST_F(PointShapefile, FeetAreComparedBeforeTheyAreConverted) {
@@ -226,6 +229,7 @@ TEST_F(PointShapefile, LinksAndValues) {
   EXPECT_EQ(table.SetPointXY(0, 1, 1), -1);
   EXPECT_TRUE(table.PointFlag(1));
   table.SetPointFlag(9, false);
+  EXPECT_EQ(table.status, -1);
   EXPECT_EQ(table.setRecordFlag(1, false), 0);
   EXPECT_FALSE(table.PointFlag(1));
   double x = 0;
