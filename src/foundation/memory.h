@@ -10,6 +10,7 @@
 #include <new>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace terrain {
@@ -52,6 +53,38 @@ template <class T>
   } catch (const std::exception&) {  // bad_alloc, length_error
     return false;
   }
+  return true;
+}
+
+/// Room for `count` elements in all; what `list` holds stays. False, with the list as it was, if there is
+/// no memory.
+template <class T>
+[[nodiscard]] bool tryReserve(std::vector<T>& list, std::size_t count) {
+  if (count <= list.capacity()) return true;
+  const auto bytes = byteCount(count, sizeof(T));
+  if (!bytes || !memoryFor(*bytes)) return false;
+  try {
+    list.reserve(count);
+  } catch (const std::exception&) {  // bad_alloc, length_error
+    return false;
+  }
+  return true;
+}
+
+/// Makes the list `count` long; new elements are value-initialised. False, with the list as it was, if
+/// there is no memory.
+template <class T>
+[[nodiscard]] bool tryResize(std::vector<T>& list, std::size_t count) {
+  if (!tryReserve(list, count)) return false;
+  list.resize(count);
+  return true;
+}
+
+/// Appends one element; the room grows geometrically. False, with the list as it was, if there is no memory.
+template <class T>
+[[nodiscard]] bool tryAppend(std::vector<T>& list, T value) {
+  if (list.size() == list.capacity() && !tryReserve(list, list.empty() ? 16 : 2 * list.size())) return false;
+  list.push_back(std::move(value));
   return true;
 }
 

@@ -9,22 +9,25 @@ namespace terrain {
 inline constexpr int kSuccess = 0;
 inline constexpr int kFailure = -1;
 
-/// One attempt at an operation. Sets `status` to -1 at once and settles it when the attempt ends:
-/// 0 if `succeed` was called, else -1, whatever inner operations on the same object left there.
+/// One attempt at an operation. Sets the status to -1 at once, and when the attempt ends to 0 if it
+/// succeeded, else to -1, whatever inner operations on the same object left there. Where two objects
+/// carry the status of one operation (an elevation model and the grid that it loads) both are set.
 class [[nodiscard]] Attempt {
  public:
-  explicit Attempt(int32_t& status) : status_(status) { status_ = kFailure; }
-  ~Attempt() { status_ = done_ ? kSuccess : kFailure; }
+  explicit Attempt(int32_t& status) : Attempt(status, status) {}
+  Attempt(int32_t& status, int32_t& other) : status_(status), other_(other) { settle(kFailure); }
+  ~Attempt() { settle(result_); }
   Attempt(const Attempt&) = delete;
   Attempt& operator=(const Attempt&) = delete;
-  int succeed() {
-    done_ = true;
-    return kSuccess;
-  }
+  int succeed() { return end(kSuccess); }
+  /// Ends with a result, 0 or -1, and hands it back: `return attempt.end(inner(...));`
+  int end(int result) { return result_ = result == kSuccess ? kSuccess : kFailure; }
 
  private:
+  void settle(int result) { status_ = other_ = result; }
   int32_t& status_;
-  bool done_ = false;
+  int32_t& other_;
+  int result_ = kFailure;
 };
 
 }  // namespace terrain
