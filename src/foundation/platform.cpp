@@ -11,6 +11,7 @@
 #include <charconv>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -171,6 +172,12 @@ bool File::isNamed(std::string_view name) const {
          own.st_dev == named.st_dev && own.st_ino == named.st_ino;
 }
 
+IoCode File::copyPermissions(std::string_view name) const {
+  struct stat about {};
+  if (::stat(hostPath(name).c_str(), &about) != 0) return codeOf(errno);
+  return ::fchmod(descriptor_, about.st_mode & 0777) == 0 ? kIoOk : codeOf(errno);
+}
+
 IoCode File::close() {
   if (descriptor_ < 0) return kIoOk;
   return ::close(std::exchange(descriptor_, -1)) == 0 ? kIoOk : codeOf(errno);
@@ -179,6 +186,11 @@ IoCode File::close() {
 bool fileExists(std::string_view name) {
   struct stat about {};
   return ::stat(hostPath(name).c_str(), &about) == 0 && !S_ISDIR(about.st_mode);
+}
+
+bool nameExists(std::string_view name) {
+  struct stat about {};
+  return ::lstat(hostPath(name).c_str(), &about) == 0;
 }
 
 bool isDirectory(std::string_view name) {
@@ -217,9 +229,56 @@ IoCode removeFile(std::string_view name) {
   return codeOf(errno);
 }
 
+IoCode followLinks(std::string_view name, std::string& path) {
+  constexpr int kLongestChain = 40;  // as many as the host itself follows
+  path = hostPath(name);
+  for (int links = 0; links < kLongestChain; ++links) {
+    std::array<char, 4096> target{};
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) return errno == EINVAL || errno == ENOENT ? kIoOk : codeOf(errno);
+    const std::string_view next(target.data(), static_cast<std::size_t>(length));
+    // A relative link starts from the directory that holds it.
+    const std::size_t directory = next.starts_with('/') ? 0 : path.rfind('/') + 1;
+    path.resize(directory);
+    path += next;
+  }
+  return codeOf(ELOOP);
+}
+
+IoCode canReplace(std::string_view name) {
+  std::string path;
+  const IoCode followed = followLinks(name, path);
+  if (followed != kIoOk) return followed;
+  const std::size_t separator = path.rfind('/');
+  const std::string directory = separator == std::string::npos ? "." : path.substr(0, separator + 1);
+  struct stat around {};
+  if (::stat(directory.c_str(), &around) != 0) return codeOf(errno);
+  if (::access(directory.c_str(), W_OK | X_OK) != 0) return codeOf(errno);
+  struct stat about {};
+  if (::lstat(path.c_str(), &about) != 0) return errno == ENOENT ? kIoOk : codeOf(errno);
+  if (!S_ISREG(about.st_mode)) return kIoNotAFile;
+  if (::access(path.c_str(), W_OK) != 0) return codeOf(errno);
+  // In a shared directory such as /tmp a file can be replaced by its owner only.
+  const uid_t user = ::geteuid();
+  const bool shared = (around.st_mode & S_ISVTX) != 0;
+  if (shared && user != 0 && user != about.st_uid && user != around.st_uid) return kIoAccessDenied;
+  return kIoOk;
+}
+
+IoCode renameFile(std::string_view from, std::string_view to) {
+  return ::rename(hostPath(from).c_str(), hostPath(to).c_str()) == 0 ? kIoOk : codeOf(errno);
+}
+
+IoCode exchangeFiles(std::string_view a, std::string_view b) {
+  const std::string first = hostPath(a);
+  const std::string second = hostPath(b);
+  const int failed = ::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE);
+  return failed == 0 ? kIoOk : codeOf(errno);
+}
+
 namespace {
 
-/// The number behind `word` in one of the host's short text files, or nothing.
+/// The number after `word` in one of the host's short text files, or nothing.
 bool numberIn(const char* path, std::string_view word, std::uint64_t& value) {
   File file;
   if (file.open(path, Open::read) != kIoOk) return false;

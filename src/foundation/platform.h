@@ -62,6 +62,8 @@ class File {
   [[nodiscard]] IoCode reserve(std::uint64_t bytes) const;
   /// True if `name` still leads to this very file.
   [[nodiscard]] bool isNamed(std::string_view name) const;
+  /// Gives this file the permission bits of the file `name`.
+  [[nodiscard]] IoCode copyPermissions(std::string_view name) const;
   IoCode close();
 
  private:
@@ -69,6 +71,8 @@ class File {
 };
 
 [[nodiscard]] bool fileExists(std::string_view name);
+/// True if anything has the name, be it a link that leads nowhere.
+[[nodiscard]] bool nameExists(std::string_view name);
 [[nodiscard]] bool isDirectory(std::string_view name);
 /// True if files can be made in the directory; a blank name is the current directory.
 [[nodiscard]] bool isWritableDirectory(std::string_view name);
@@ -78,6 +82,18 @@ class File {
 [[nodiscard]] std::uint64_t freeSpace(std::string_view directory);
 /// Removes a file; a name that is not there is no fault.
 IoCode removeFile(std::string_view name);
+
+/// The name at the end of a chain of symbolic links, whether or not a file has it; a name that is no
+/// link is its own end. kIoHost + ELOOP for a chain without an end.
+[[nodiscard]] IoCode followLinks(std::string_view name, std::string& path);
+/// Whether a new file may take the place of `name`, told before the work that fills it: the directory
+/// is there and writable, and what already has the name is a regular file that this user may write and
+/// replace. kIoOk, kIoNotFound, kIoAccessDenied or kIoNotAFile.
+[[nodiscard]] IoCode canReplace(std::string_view name);
+/// Gives the file `from` the name `to`, in one step; a file of that name is gone.
+[[nodiscard]] IoCode renameFile(std::string_view from, std::string_view to);
+/// Two files of one directory change names, in one step. Not every file system can.
+[[nodiscard]] IoCode exchangeFiles(std::string_view a, std::string_view b);
 
 /// Bytes that this process could still use without driving the machine out of memory.
 [[nodiscard]] std::uint64_t availableMemory();

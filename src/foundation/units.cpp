@@ -263,6 +263,13 @@ IoCode UnitTable::openRecords(int32_t unit, std::string_view name, platform::Ope
   return code;
 }
 
+IoCode UnitTable::setRecordLength(int32_t unit, std::size_t recordLength) {
+  RecordFile* file = records(unit);
+  if (file == nullptr) return kIoNotFound;
+  file->setRecordLength(recordLength);
+  return kIoOk;
+}
+
 IoCode UnitTable::close(int32_t unit, Closing closing) {
   if (!isOpen(unit)) return kIoOk;
   const Entry entry = std::move(files_[static_cast<std::size_t>(unit)]);

@@ -32,6 +32,8 @@ class TextFile {
   /// Writes a piece of a line, or of several.
   void write(std::string_view text);
   IoCode flush();
+  /// Forgets what is not yet written: the file is going away.
+  void abandon() { out_.clear(); }
   /// The next line read is the first.
   void rewind();
   /// The first fault met, 0 if none; it stays.
@@ -54,8 +56,8 @@ class TextFile {
 
 /// A direct-access file of records of one length, numbered from 1. Short records go through a
 /// buffer of pages, so that scattered cells cost a look-up and not a system call; records of a
-/// page or more go straight to the file. What was last written is what is read; closing, or
-/// opening with another record length, writes the buffer out.
+/// page or more go straight to the file. What was last written is what is read; closing
+/// writes the buffer out.
 class RecordFile {
  public:
   static constexpr std::size_t kPageBytes = std::size_t{1} << 16;
@@ -95,6 +97,9 @@ class RecordFile {
   /// Forgets what is not yet written: the file is going away.
   void abandon();
   [[nodiscard]] std::size_t recordLength() const { return recordLength_; }
+  /// Numbers the records by another length, in bytes and above 0, from now on. The bytes of the file and
+  /// of the buffer stay as they are, and nothing is written.
+  void setRecordLength(std::size_t recordLength) { recordLength_ = recordLength; }
   [[nodiscard]] std::uint64_t size();
   [[nodiscard]] std::string_view name() const { return name_; }
   [[nodiscard]] platform::File& file() { return file_; }
@@ -149,6 +154,8 @@ class UnitTable {
     const Entry* entry = find(unit);
     return entry == nullptr ? nullptr : entry->records.get();
   }
+  /// Another record length for an open direct-access unit, without closing it; kIoNotFound for any other.
+  [[nodiscard]] IoCode setRecordLength(int32_t unit, std::size_t recordLength);
   /// Closes a unit; what was written is on its way to the disk if the code is 0. `erase` removes
   /// the file, unless its name has since been given to another file.
   IoCode close(int32_t unit, Closing closing = Closing::keep);

@@ -94,7 +94,14 @@ TEST_F(Files, RecordsReadAsTheyWereWrittenWhateverTheirLength) {
       ASSERT_TRUE(std::ranges::equal(back, part)) << i;
     }
   }
+  // Another record length numbers the same bytes anew, those in the buffer too.
   std::byte one{};
+  ASSERT_EQ(file.write(1, std::span(shadow).subspan(8, 8)), kIoOk);
+  ASSERT_EQ(units().setRecordLength(unit, 2), kIoOk);
+  ASSERT_EQ(file.read(4, {&one, 1}), kIoOk);
+  EXPECT_EQ(one, shadow[14]);
+  ASSERT_EQ(file.writeBytes(0, std::span(shadow).first(8)), kIoOk);
+  EXPECT_EQ(units().setRecordLength(unit + 1, 2), kIoNotFound);
   EXPECT_EQ(file.readBytes(size, {&one, 1}), kIoPastEnd);
   EXPECT_EQ(file.readBytes(std::uint64_t{1} << 60, {&one, 1}), kIoPastEnd);
   EXPECT_EQ(units().close(unit), kIoOk);
