@@ -67,10 +67,10 @@ void wholeGrid(benchmark::State& state, bool onDisk, bool wantAspect) {
   makeCone(elev, onDisk);
   CreateGrid(gradient, {.like = &elev, .onDisk = onDisk});
   if (wantAspect) CreateGrid(aspect, {.like = &elev, .onDisk = onDisk});
+  std::vector<SurfaceOutput> outputs{{&gradient, SurfaceMetric::gradient}};
+  if (wantAspect) outputs.push_back({&aspect, SurfaceMetric::aspect});
   for (auto _ : state)
-    if (surfaceRasters(elev, lengthOf(state),
-                       {.gradient = &gradient, .aspect = wantAspect ? &aspect : nullptr}) != 0)
-      state.SkipWithError("failed");
+    if (surfaceRasters(elev, lengthOf(state), outputs) != 0) state.SkipWithError("failed");
   countCells(state);
 }
 

@@ -9,6 +9,8 @@
 
 #include "dem/dem.h"
 #include "foundation/memory.h"
+#include "grid/row_window.h"
+#include "grid/rows.h"
 #include "grid/storage.h"
 #include "grid/surface_raster.h"
 
@@ -61,58 +63,13 @@ float contourLength(const std::array<float, 8>& turned) {
 
 namespace {
 
-/// Three rows of a grid that move down it, with nodata for NaN and for all that lies beyond the edges:
-/// what a checked read of each cell would give, at the cost of one copy.
-class RowWindow {
- public:
-  explicit RowWindow(R4Grid_type& grid) : grid_(grid), none_(grid.GetNodataR4()) {}
-
-  [[nodiscard]] bool allocate() {
-    for (auto& row : rows_)
-      if (!tryAllocate(row, static_cast<std::size_t>(grid_.cols()) + 2)) return false;
-    for (auto& row : rows_) std::ranges::fill(row, none_);
-    return true;
-  }
-  /// Loads the first row, one below the middle. False if it cannot be read.
-  [[nodiscard]] bool start() { return load(rows_[2], 1); }
-  /// Moves on so that `row` is in the middle; rows come in order from 1. False if it cannot be read.
-  [[nodiscard]] bool moveTo(int32_t row) {
-    std::swap(rows_[0], rows_[1]);
-    std::swap(rows_[1], rows_[2]);
-    return load(rows_[2], row + 1);
-  }
-  [[nodiscard]] float none() const { return none_; }
-  /// Row `dy` (-1, 0, 1) from the middle one; element 0 is column 0.
-  [[nodiscard]] const float* row(int dy) const { return rows_[static_cast<std::size_t>(dy + 1)].data(); }
-
- private:
-  bool load(std::vector<float>& row, int32_t number) {
-    const auto cells = std::span(row).subspan(1, row.size() - 2);
-    if (number > grid_.rows()) {
-      std::ranges::fill(cells, none_);
-      return true;
-    }
-    if (grid_.readRow(number, cells) != kIoOk) {
-      reportScratchRead(kTag, grid_);
-      return false;
-    }
-    for (float& cell : cells)
-      if (std::isnan(cell)) cell = none_;
-    return true;
-  }
-
-  R4Grid_type& grid_;
-  float none_;
-  std::array<std::vector<float>, 3> rows_;
-};
-
 using Neighbours = std::array<float, 8>;
 
-/// The neighbours of column `col` by D8 code, from 1 at element 0.
-Neighbours neighboursOf(const RowWindow& window, std::size_t col) {
-  const float* above = window.row(-1) + col;
-  const float* level = window.row(0) + col;
-  const float* below = window.row(1) + col;
+/// The neighbours of a cell by D8 code, from 1 at element 0.
+Neighbours neighboursOf(const RowWindow<float>& window, int32_t row, std::size_t col) {
+  const float* above = window.row(row - 1) + col;
+  const float* level = window.row(row) + col;
+  const float* below = window.row(row + 1) + col;
   return {level[1], above[1], above[0], above[-1], level[-1], below[-1], below[0], below[1]};
 }
 
@@ -127,7 +84,7 @@ bool areLevel(const Neighbours& heights) {
   return lowest == highest;
 }
 
-float ofCell(float aspect, const Neighbours& aspects, float none) {
+float contourLengthOfCell(float aspect, const Neighbours& aspects, float none) {
   std::array<float, 8> turned;
   const std::size_t first = firstTurned(aspect);
   for (std::size_t k = 0; k < turned.size(); ++k) {
@@ -139,26 +96,24 @@ float ofCell(float aspect, const Neighbours& aspects, float none) {
   return contourLength(turned);
 }
 
-int fillRows(R4Grid_type& elev, R4Grid_type& aspect, R4Grid_type& bcon) {
-  RowWindow heights(elev);
-  RowWindow angles(aspect);
-  std::vector<float> row;
-  if (!tryAllocate(row, static_cast<std::size_t>(bcon.cols())) || !heights.allocate() || !angles.allocate())
-    return cannotAllocate(kTag, "row windows");
-  if (!heights.start() || !angles.start()) return kFailure;
-  for (int32_t r = 1; r <= bcon.rows(); ++r) {
-    if (!heights.moveTo(r) || !angles.moveTo(r)) return kFailure;
-    // A cell without an aspect keeps what the grid holds.
-    if (bcon.readRow(r, row) != kIoOk) return reportScratchRead(kTag, bcon);
-    for (std::size_t col = 1; col <= row.size(); ++col) {
-      const float a = angles.row(0)[col];
-      if (a == angles.none()) continue;
-      row[col - 1] =
-          areLevel(neighboursOf(heights, col)) ? 1.0F : ofCell(a, neighboursOf(angles, col), angles.none());
+int fillRows(const R4Grid_type& elev, const R4Grid_type& aspect, R4Grid_type& bcon) {
+  RowWindow<float> heights(elev, 1, 1);
+  RowWindow<float> angles(aspect, 1, 1);
+  if (!heights.open() || !angles.open()) return cannotAllocate(kTag, "row windows");
+  const float none = aspect.nodataValue();
+  // A cell without an aspect keeps what the grid holds.
+  return RowPass{changing(bcon)}.run(kTag, [&](int32_t row, std::span<float> cells) {
+    if (heights.moveTo(row) != kIoOk) return reportScratchRead(kTag, elev);
+    if (angles.moveTo(row) != kIoOk) return reportScratchRead(kTag, aspect);
+    for (std::size_t col = 0; col < cells.size(); ++col) {
+      const float a = angles.row(row)[col];
+      if (a == none) continue;
+      cells[col] = areLevel(neighboursOf(heights, row, col))
+                       ? 1.0F
+                       : contourLengthOfCell(a, neighboursOf(angles, row, col), none);
     }
-    if (bcon.SetR4row(r, row) != kSuccess) return kFailure;
-  }
-  return kSuccess;
+    return kSuccess;
+  });
 }
 
 }  // namespace
@@ -175,7 +130,7 @@ int DEM_type::calcBcon(float length, R4Grid_type* aspectGrid) {
   R4Grid_type own;
   if (aspectGrid == nullptr) {
     if (CreateGrid(own, {.like = this}) != kSuccess) return fail("CreateGrid failed for aspect");
-    if (surfaceRasters(elev, length, {.aspect = &own}) != kSuccess) return fail({});
+    if (surfaceRasters(elev, length, {{&own, SurfaceMetric::aspect}}) != kSuccess) return fail({});
     aspectGrid = &own;
   }
   const auto alike = [this](const Grid_Header& grid) {

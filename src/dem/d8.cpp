@@ -8,6 +8,7 @@
 #include "dem/dem.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
+#include "grid/directions.h"
 #include "grid/storage.h"
 
 namespace terrain {
@@ -15,10 +16,6 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kTag = "CalcD8 in DEM_Module";
-
-/// By eighths of a circle clockwise from north, north again at the end.
-constexpr std::array<int32_t, 9> kCodeOfEighth{3, 2, 1, 8, 7, 6, 5, 4, 3};
-constexpr float kEighth = 0.7853982F;
 
 int fault(std::string_view why) { return reportError({.routine = kTag, .message1 = why}); }
 
@@ -28,9 +25,9 @@ int32_t codesOfRow(std::span<const float> aspects, std::span<int32_t> codes) {
   for (std::size_t i = 0; i < aspects.size(); ++i) {
     const float aspect = std::isnan(aspects[i]) ? -1.0F : aspects[i];
     if (!(aspect >= 0.0F)) continue;
-    const float eighths = aspect / kEighth + 0.5F;
-    if (!(eighths < static_cast<float>(kCodeOfEighth.size()))) return static_cast<int32_t>(i + 1);
-    codes[i] = kCodeOfEighth[static_cast<std::size_t>(eighths)];
+    const int32_t code = codeOfAspect(aspect);
+    if (code == 0) return static_cast<int32_t>(i + 1);
+    codes[i] = code;
   }
   return 0;
 }

@@ -11,7 +11,8 @@
 #include "foundation/memory.h"
 #include "foundation/numbers.h"
 #include "foundation/text.h"
-#include "grid/combine.h"
+#include "grid/arithmetic.h"
+#include "grid/raster_header.h"
 #include "grid/storage.h"
 #include "grid/surface_raster.h"
 
@@ -118,7 +119,7 @@ int getRaster(DEM_type& dem, R4Grid_type& grid, std::string& fileName, const Nam
 /// The whole extent of the file that `grid` was cut from, in the DEM's units and moved by a part of a cell.
 Grid_Header extentOfFile(const DEM_type& dem, const Grid_Header& grid, std::string_view name, double shift) {
   Grid_Header header;
-  if (header.ReadHeader(stemOfRaster(name)) != kSuccess) return grid;
+  if (header.ReadHeader(rasterStem(name)) != kSuccess) return grid;
   if (dem.feetConverted) FeetToMeters(header);
   return header.Offset({.x = shift * header.xcellsize, .y = shift * header.ycellsize}) == kSuccess ? header
                                                                                                    : grid;
@@ -280,7 +281,7 @@ int DEM_type::GetPin(Name name) {
     if (!rasterExists(pinFile) && rasterExists(named(truncatedLengthName(len_scale))))
       pinFile = named(truncatedLengthName(len_scale));
   }
-  if (!rasterExists(stemOfRaster(pinFile)))
+  if (!rasterExists(rasterStem(pinFile)))
     return reportError({.routine = tag, .file = pinFile, .message1 = "Cannot find pin_ID grid"});
   const int done = readMatching(*this, pin, pinFile, {tag, "Pin", "ReadGridFile failed for "});
   pin.status = done;
@@ -289,7 +290,7 @@ int DEM_type::GetPin(Name name) {
 
 R4Grid_type DEM_type::GetSlope(Name name) {
   return readOrCompute(*this, name, kSlope, [this](float length, R4Grid_type& grid) {
-    return surfaceRasters(elev, length, {.gradient = &grid});
+    return surfaceRasters(elev, length, {{&grid, SurfaceMetric::gradient}});
   });
 }
 

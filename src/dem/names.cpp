@@ -107,7 +107,7 @@ std::string findDerived(const DEM_type& dem, std::span<const std::string> prefix
 
 int takeHeader(DEM_type& dem, std::string_view name, std::string_view routine) {
   if (dem.ReadHeader(name) != kSuccess || !usableHeader(dem, name, routine)) return dem.status = kFailure;
-  settleCellSize(dem);
+  dem.unifyCellSize();
   // What a file holds as nodata matters where the file is read; no grid of the system holds it.
   dem.nodata = kNodata;
   return kSuccess;

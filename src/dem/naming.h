@@ -25,11 +25,6 @@ inline constexpr std::string_view kElevPrefix = "elev_";
 /// the name of the first, and a blank.
 [[nodiscard]] std::string findDerived(const DEM_type& dem, std::span<const std::string> prefixes);
 
-/// A header may tell its cell size by width and height alone; where they agree that is the cell size.
-inline void settleCellSize(Grid_Header& header) {
-  if (!(header.cellsize > 0) && header.xcellsize == header.ycellsize) header.cellsize = header.xcellsize;
-}
-
 /// Reads the header of `name` into the DEM and sets its nodata to -9999.0, the value in all its grids.
 /// -1, reported, where it cannot be read or cannot carry a raster.
 int takeHeader(DEM_type& dem, std::string_view name, std::string_view routine);

@@ -36,7 +36,7 @@ namespace {
 // ---- rows ----
 
 template <Cell T>
-void extractRow(GridOf<T>& grid, std::span<T> array, int32_t row, std::string_view tag) {
+void extractRow(const GridOf<T>& grid, std::span<T> array, int32_t row, std::string_view tag) {
   const auto width = static_cast<std::size_t>(grid.cols());
   if (row < 1 || row > grid.rows() || array.size() < width) {
     // -9999 whatever the grid's nodata is; an int8, which cannot hold it, takes its own 0.
@@ -48,22 +48,21 @@ void extractRow(GridOf<T>& grid, std::span<T> array, int32_t row, std::string_vi
 
 struct SetRowTexts {
   std::string_view routine{};
-  std::string_view outside{};     // blank: silent
-  std::string_view modeFailed{};  // blank: silent
+  std::string_view outside{};     // blank: not reported
+  std::string_view modeFailed{};  // blank: not reported
 };
 
 template <Cell T>
 int setRow(GridOf<T>& grid, int32_t row, std::span<const T> array, const SetRowTexts& texts) {
   Attempt attempt{grid.status};
   if (row < 1 || row > grid.rows()) {
-    if (!texts.outside.empty()) reportError({.routine = texts.routine, .message1 = texts.outside});
+    if (!texts.outside.empty()) fail(texts.routine, texts.outside);
     return kFailure;
   }
   if (array.size() != static_cast<std::size_t>(grid.cols()))
-    return reportError(
-        {.routine = texts.routine, .message1 = "Input row does not match grid number of columns"});
+    return fail(texts.routine, "Input row does not match grid number of columns");
   if (grid.onDisk && !grid.rowAccess && grid.SetRowAccess() != kSuccess) {
-    if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
+    if (!texts.modeFailed.empty()) fail(texts.routine, texts.modeFailed);
     return kFailure;
   }
   const IoCode code = grid.writeRow(row, array);
@@ -80,7 +79,7 @@ std::size_t windowCells(const Window& window) {
 
 /// Cells outside the grid give nodata, and so do NaNs, in both places of storage.
 template <Cell T>
-void extractWindow(GridOf<T>& grid, std::span<T> array, const Window& window, std::string_view tag) {
+void extractWindow(const GridOf<T>& grid, std::span<T> array, const Window& window, std::string_view tag) {
   if (array.size() < windowCells(window)) {
     std::ranges::fill(array, grid.nodataValue());
     return;
@@ -91,7 +90,7 @@ void extractWindow(GridOf<T>& grid, std::span<T> array, const Window& window, st
 }
 
 template <Cell T>
-void extractNeighbours(GridOf<T>& grid, std::array<T, 9>& array, int32_t col, int32_t row,
+void extractNeighbours(const GridOf<T>& grid, std::array<T, 9>& array, int32_t col, int32_t row,
                        std::string_view tag) {
   extractWindow<T>(grid, array, {.col1 = col - 1, .col2 = col + 1, .row1 = row - 1, .row2 = row + 1}, tag);
 }
@@ -104,10 +103,9 @@ template <Cell T, class Combine>
 int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, std::string_view tag,
               std::string_view readTag, const AccessTexts& setCellTexts, Combine combine) {
   Attempt attempt{grid.status};
-  if (array.size() < windowCells(window))
-    return reportError({.routine = tag, .message1 = "Input array does not match window"});
+  if (array.size() < windowCells(window)) return fail(tag, "Input array does not match window");
   if (grid.onDisk && !grid.cellAccess && grid.SetCellAccess() != kSuccess)
-    return reportError({.routine = tag, .message1 = "setCellAccess failed"});
+    return fail(tag, "setCellAccess failed");
   // One report for all the cells of the window that lie outside.
   bool outside = false;
   std::size_t at = 0;
@@ -125,8 +123,7 @@ int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, s
     }
   }
   if (outside) {
-    if (!setCellTexts.outside.empty())
-      reportError({.routine = setCellTexts.routine, .message1 = setCellTexts.outside});
+    if (!setCellTexts.outside.empty()) fail(setCellTexts.routine, setCellTexts.outside);
     return kFailure;
   }
   return attempt.succeed();
@@ -134,24 +131,12 @@ int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, s
 
 // ---- points ----
 
-/// Columns and rows one beyond the lattice still belong to the area that the outer cells cover.
-ColRow coveredCell(const Grid_Header& grid, ColRow cell) {
-  if (cell.col == -1) cell.col = 1;
-  if (cell.col == grid.cols() + 1) cell.col = grid.cols();
-  if (cell.row == -1) cell.row = 1;
-  if (cell.row == grid.rows() + 1) cell.row = grid.rows();
-  return cell;
-}
-
 template <Cell T>
-T valueXY(GridOf<T>& grid, double x, double y, const PointOptions& options, std::string_view tag) {
+T valueXY(const GridOf<T>& grid, double x, double y, const PointOptions& options, std::string_view tag) {
   const T nodata = grid.nodataValue();
-  // Written so that a NaN coordinate is outside.
-  const bool inside =
-      x >= grid.xmin && x <= grid.xmax + grid.xcellsize && y >= grid.ymin && y <= grid.ymax + grid.ycellsize;
-  if (!inside || (options.interpolate.value_or(false) && options.noInterpolate)) return nodata;
+  if (!grid.covers(x, y) || (options.interpolate.value_or(false) && options.noInterpolate)) return nodata;
   const bool interpolate = options.interpolate.value_or(true) && !options.noInterpolate && !options.nearest;
-  const ColRow cell = coveredCell(grid, options.nearest ? grid.NearestColRow(x, y) : grid.XYtoColRow(x, y));
+  const ColRow cell = grid.coveringCell(options.nearest ? grid.NearestColRow(x, y) : grid.XYtoColRow(x, y));
   const int32_t col = cell.col;
   const int32_t row = cell.row;
   // A cell taken as it is loses its sign too, unless it is nodata.
@@ -193,7 +178,7 @@ T valueXY(GridOf<T>& grid, double x, double y, const PointOptions& options, std:
 
 /// An integer grid is not interpolated, and covers only the lattice itself.
 template <Cell T>
-T latticeValueXY(GridOf<T>& grid, double x, double y, std::string_view tag) {
+T latticeValueXY(const GridOf<T>& grid, double x, double y, std::string_view tag) {
   const bool inside = x >= grid.xmin && x <= grid.xmax && y >= grid.ymin && y <= grid.ymax;
   if (!inside) return truncateTo<T>(kNodata);
   const auto [col, row] = grid.XYtoColRow(x, y);
@@ -245,7 +230,7 @@ AccessTexts changing(std::string_view routine) { return {.routine = routine, .mo
 // clang-format off
 // ---- faces: float32 ----
 
-float R4Grid_type::ExtractR4ValueXY(double x, double y, const PointOptions& options) { return valueXY(*this, x, y, options, kReadR4); }
+float R4Grid_type::ExtractR4ValueXY(double x, double y, const PointOptions& options) const { return valueXY(*this, x, y, options, kReadR4); }
 int R4Grid_type::SetR4CellColRow(int32_t col, int32_t row, float newValue) { return setCell(col, row, newValue, kSetR4); }
 int R4Grid_type::SetR4CellXY(double x, double y, float newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetR4CellXY in Grid_Module", .outside = kOutsideOf}); }
 int R4Grid_type::AddR4(int32_t col, int32_t row, float amount) { return changeCell(col, row, changing("AddR4 in Grid_Module"), kReadR4, [=](float v) { return v + amount; }); }
@@ -254,75 +239,78 @@ int R4Grid_type::multiplyCellR4(int32_t col, int32_t row, float factor) { return
 void R4Grid_type::SetR4List(std::span<const ColRow> list, float newValue) {
   for (const ColRow& cell : list) setCell(cell.col, cell.row, newValue, {.routine = kSetR4.routine});
 }
-void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) { extractRow(*this, array, row, "ExtractR4row in Grid_Module"); }
+void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) const { extractRow(*this, array, row, "ExtractR4row in Grid_Module"); }
 int R4Grid_type::SetR4row(int32_t row, std::span<const float> array) { return setRow(*this, row, array, {.routine = "SetR4row in Grid_Module"}); }
-void R4Grid_type::ExtractR4Window(std::span<float> array, const Window& window) { extractWindow(*this, array, window, kReadR4); }
-void R4Grid_type::ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadR4); }
+void R4Grid_type::ExtractR4Window(std::span<float> array, const Window& window) const { extractWindow(*this, array, window, kReadR4); }
+void R4Grid_type::ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadR4); }
 int R4Grid_type::setWindowR4(const Window& window, std::span<const float> array) { return setWindow(*this, window, array, "setWindowR4 in Grid_Module ", kReadR4, kSetR4, TakeElement{}); }
 
 // ---- faces: float64 ----
 
-double R8Grid_type::ExtractR8ValueXY(double x, double y, const PointOptions& options) { return valueXY(*this, x, y, options, kReadR8); }
+double R8Grid_type::ExtractR8ValueXY(double x, double y, const PointOptions& options) const { return valueXY(*this, x, y, options, kReadR8); }
 int R8Grid_type::SetR8Cell(int32_t col, int32_t row, double newValue) { return setCell(col, row, newValue, kSetR8); }
 int R8Grid_type::AddR8(int32_t col, int32_t row, double amount) { return changeCell(col, row, changing("AddR8 in Grid_Module"), kReadR8, [=](double v) { return v + amount; }); }
 int R8Grid_type::multiplyCellR8(int32_t col, int32_t row, double factor) { return changeCell(col, row, changing("multiplyCellR8 in Grid_Module"), kReadR8, [=](double v) { return v * factor; }); }
-void R8Grid_type::ExtractR8row(std::span<double> array, int32_t row) { extractRow(*this, array, row, "ExtractR8row in Grid_Module"); }
+void R8Grid_type::ExtractR8row(std::span<double> array, int32_t row) const { extractRow(*this, array, row, "ExtractR8row in Grid_Module"); }
 int R8Grid_type::SetR8Row(int32_t row, std::span<const double> array) { return setRow(*this, row, array, {.routine = "SetR8Row in Grid_Module", .outside = "Input row outside of grid range", .modeFailed = kRowModeFailed}); }
-void R8Grid_type::ExtractR8Window(std::span<double> array, const Window& window) { extractWindow(*this, array, window, kReadR8); }
+void R8Grid_type::ExtractR8Window(std::span<double> array, const Window& window) const { extractWindow(*this, array, window, kReadR8); }
 int R8Grid_type::setWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, TakeElement{}); }
 int R8Grid_type::multiplyWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, [](double cell, double element) { return cell * element; }); }
 
 // ---- faces: int32 ----
 
-int32_t I4Grid_type::ExtractI4ValueXY(double x, double y) { return latticeValueXY(*this, x, y, kReadI4); }
+int32_t I4Grid_type::ExtractI4ValueXY(double x, double y) const { return latticeValueXY(*this, x, y, kReadI4); }
 int I4Grid_type::SetI4Cell(int32_t col, int32_t row, int32_t newValue) { return setCell(col, row, newValue, kSetI4); }
 int I4Grid_type::SetI4CellXY(double x, double y, int32_t newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetI4CellXY in Grid_Module", .outside = kOutOfRange}); }
 int I4Grid_type::AddColRowI4(int32_t col, int32_t row, int32_t amount) { return changeCell(col, row, changing("AddColRowI4 in Grid_Module"), kReadI4, [=](int32_t v) { return wrappedSum(v, amount); }); }
 int I4Grid_type::SetI4Negative(int32_t col, int32_t row) { return changeCell(col, row, changing("SetI4Negative in Grid_Module"), kReadI4, negativeOf<int32_t>); }
-void I4Grid_type::ExtractI4row(std::span<int32_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI4row in Grid_Module"); }
+void I4Grid_type::ExtractI4row(std::span<int32_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI4row in Grid_Module"); }
 int I4Grid_type::SetI4row(int32_t row, std::span<const int32_t> array) { return setRow(*this, row, array, {.routine = "SetI4row in Grid_Module", .modeFailed = kRowModeFailed}); }
-void I4Grid_type::ExtractI4Window(std::span<int32_t> array, const Window& window) { extractWindow(*this, array, window, kReadI4); }
-void I4Grid_type::ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadI4); }
+void I4Grid_type::ExtractI4Window(std::span<int32_t> array, const Window& window) const { extractWindow(*this, array, window, kReadI4); }
+void I4Grid_type::ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadI4); }
 int I4Grid_type::setWindowI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowI4 in Grid_Module ", kReadI4, kSetI4, TakeElement{}); }
 int I4Grid_type::setWindowMaxI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowMaxI4 in Grid_Module ", kReadI4, kSetI4, [](int32_t cell, int32_t element) { return std::max(cell, element); }); }
 
 // ---- faces: int64 ----
 
-int64_t I8Grid_type::ExtractI8ValueXY(double x, double y) { return latticeValueXY(*this, x, y, kReadI8); }
+int64_t I8Grid_type::ExtractI8ValueXY(double x, double y) const { return latticeValueXY(*this, x, y, kReadI8); }
 int I8Grid_type::SetI8CellColRow(int32_t col, int32_t row, int64_t newValue) { return setCell(col, row, newValue, kSetI8); }
 int I8Grid_type::SetI8CellXY(double x, double y, int64_t newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetI8CellXY in Grid_Module", .outside = kOutside}); }
 int I8Grid_type::AddColRowI8(int32_t col, int32_t row, int64_t amount) { return changeCell(col, row, changing("AddColRowI8 in Grid_Module"), kReadI8, [=](int64_t v) { return wrappedSum(v, amount); }); }
 int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
   constexpr std::string_view tag = "SetI8Negative in Grid_Module";
   if (!contains(col, row)) {
-    reportError({.routine = tag, .message1 = "Cell outside grid extent"});
+    fail(tag, "Cell outside grid extent");
     return status = kFailure;
   }
   // Unlike a value reader this operation can tell its caller of a cell that cannot be read.
   if (onDisk) {
-    if (SetCellAccess() != kSuccess) return status = reportError({.routine = tag, .message1 = kCellModeFailed});
+    if (SetCellAccess() != kSuccess) return status = fail(tag, kCellModeFailed);
     int64_t held = 0;
     RecordFile* file = terrain::units().records(scratchUnit);
     const IoCode code = file == nullptr ? kIoNotFound : file->read((int64_t{row} - 1) * cols() + col, std::as_writable_bytes(std::span(&held, 1)));
     if (code != kIoOk)
-      return status = reportError({.routine = tag, .message1 = "Error reading from scratch file", .message2 = "  File: " + scratchFile, .message3 = "  Error: " + freeText(code)});
+      return status = reportError({.routine = tag,
+                                   .message1 = "Error reading from scratch file",
+                                   .message2 = "  File: " + scratchFile,
+                                   .message3 = "  Error: " + freeText(code)});
   }
   return changeCell(col, row, changing(tag), kReadI8, negativeOf<int64_t>);
 }
-void I8Grid_type::ExtractI8row(std::span<int64_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI8row in Grid_Module"); }
+void I8Grid_type::ExtractI8row(std::span<int64_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI8row in Grid_Module"); }
 int I8Grid_type::SetI8row(int32_t row, std::span<const int64_t> array) { return setRow(*this, row, array, {.routine = "SetI8row in Grid_Module"}); }
-void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) { extractWindow(*this, array, window, kReadI8); }
-void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) { extractNeighbours(*this, array, col, row, kReadI8); }
+void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) const { extractWindow(*this, array, window, kReadI8); }
+void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadI8); }
 int I8Grid_type::setWindowI8(const Window& window, std::span<const int64_t> array) { return setWindow(*this, window, array, "setWindowI8 in Grid_Module ", kReadI8, kSetI8, TakeElement{}); }
 
 // ---- faces: int16 and int8 ----
 
-void I2Grid_type::ExtractI2Row(std::span<int16_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI2Row in Grid_Module"); }
+void I2Grid_type::ExtractI2Row(std::span<int16_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI2Row in Grid_Module"); }
 int I2Grid_type::SetI2row(int32_t row, std::span<const int16_t> array) { return setRow(*this, row, array, {.routine = "SetI2row in Grid_Module", .modeFailed = kRowModeFailed}); }
 
 int I1Grid_type::SetI1Cell(int32_t col, int32_t row, int8_t newValue) { return setCell(col, row, newValue, kSetI1); }
 int I1Grid_type::AddColRowI1(int32_t col, int32_t row, int8_t amount) { return changeCell(col, row, changing("AddColRowI1 in Grid_Module"), kReadI1, [=](int8_t v) { return wrappedSum(v, amount); }); }
-void I1Grid_type::ExtractI1Row(std::span<int8_t> array, int32_t row) { extractRow(*this, array, row, "ExtractI1Row in Grid_Module"); }
+void I1Grid_type::ExtractI1Row(std::span<int8_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI1Row in Grid_Module"); }
 int I1Grid_type::SetI1Row(int32_t row, std::span<const int8_t> array) { return setRow(*this, row, array, {.routine = "SetI1Row in Grid_Module", .modeFailed = kRowModeFailed}); }
 int I1Grid_type::setWindowI1(const Window& window, std::span<const int8_t> array) { return setWindow(*this, window, array, "setWindowI1 in Grid_Module ", kReadI1, kSetI1, TakeElement{}); }
 

@@ -3,7 +3,6 @@
 // with an optional margin of cells on every side that has the addresses below 1 and above the counts.
 
 #include <algorithm>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -11,59 +10,9 @@
 #include <utility>
 
 #include "foundation/memory.h"
-#include "foundation/numbers.h"
-#include "grid/header.h"
+#include "grid/cell_types.h"
 
 namespace terrain {
-
-template <class T>
-concept Cell = std::same_as<T, float> || std::same_as<T, double> || std::same_as<T, std::int8_t> ||
-    std::same_as<T, std::int16_t> || std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t>;
-
-// clang-format off
-/// What the system says and knows of a cell type; the one table of the family.
-template <Cell T>
-struct CellTraits;
-template <>
-struct CellTraits<float> {
-  static constexpr CellType type = CellType::R4;
-  static constexpr std::string_view gridWord = "r4Grid", rowObject = "Real_Row", rowAccessLine = "  R4Grid_type, RowAccess";
-};
-template <>
-struct CellTraits<double> {
-  static constexpr CellType type = CellType::R8;
-  static constexpr std::string_view gridWord = "r8Grid", rowObject = "Real8_Row", rowAccessLine = "  R8Grid_type, rowAccess";
-};
-template <>
-struct CellTraits<std::int64_t> {
-  static constexpr CellType type = CellType::I8;
-  static constexpr std::string_view gridWord = "I8Grid", rowObject = "Int8Row", rowAccessLine = "  I8Grid type, row access";
-};
-template <>
-struct CellTraits<std::int32_t> {
-  static constexpr CellType type = CellType::I4;
-  static constexpr std::string_view gridWord = "I4Grid", rowObject = "IntRow", rowAccessLine = "  I4Grid_type, RowAccess";
-};
-template <>
-struct CellTraits<std::int16_t> {
-  static constexpr CellType type = CellType::I2;
-  static constexpr std::string_view gridWord = "I2Grid", rowObject = "I2Row array", rowAccessLine = "  I2Grid_type, RowAccess";
-};
-template <>
-struct CellTraits<std::int8_t> {
-  static constexpr CellType type = CellType::I1;
-  static constexpr std::string_view gridWord = "I1Grid", rowObject = "I1Row", rowAccessLine = "  I1Grid_type, rowAccess";
-};
-// clang-format on
-
-/// A float32 as the cell type holds it: kept in the float types, truncated in the integer types.
-template <Cell T>
-[[nodiscard]] constexpr T truncateOrKeep(float value) {
-  if constexpr (std::floating_point<T>)
-    return static_cast<T>(value);
-  else
-    return truncateTo<T>(value);
-}
 
 template <Cell T>
 class CellArray {
@@ -101,6 +50,9 @@ class CellArray {
   [[nodiscard]] const T& at(int32_t col, int32_t row) const { return values_[index(col, row)]; }
   /// The cells of a row without its margin.
   [[nodiscard]] std::span<T> row(int32_t row) { return {&at(1, row), static_cast<std::size_t>(cols_)}; }
+  [[nodiscard]] std::span<const T> row(int32_t row) const {
+    return {&at(1, row), static_cast<std::size_t>(cols_)};
+  }
   /// All cells, margin included, in their order.
   [[nodiscard]] std::span<T> all() {
     return {values_.get(), static_cast<std::size_t>(stride_) *

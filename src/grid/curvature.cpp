@@ -4,8 +4,8 @@
 
 #include "foundation/messages.h"
 #include "foundation/numbers.h"
+#include "grid/directions.h"
 #include "grid/grid.h"
-#include "grid/neighbours.h"
 #include "grid/surface_fit.h"
 
 namespace terrain {
@@ -133,10 +133,10 @@ int32_t R4Grid_type::SteepestNeighbour(int32_t col, int32_t row) {
   float bestDrop = -999.0F;
   float bestDistance = 0.0F;
   for (int32_t k = 1; k <= kDirections; ++k) {
-    const auto at = static_cast<std::size_t>(k);
-    const float z = std::abs(ExtractR4ValueColRow(col + colOffset[at], row + rowOffset[at]));
+    const ColRow there = stepFrom({.col = col, .row = row}, k);
+    const float z = std::abs(ExtractR4ValueColRow(there.col, there.row));
     if (z == missing || z > z0 || sameR4(z, z0)) continue;
-    const float distance = k % 2 == 1 ? 1.0F : 1.4142135F;
+    const float distance = stepLength(k);
     const float drop = (z0 - z) / distance;
     if (drop > bestDrop || (sameR4(drop, bestDrop) && distance < bestDistance)) {
       best = k;

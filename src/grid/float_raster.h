@@ -17,12 +17,18 @@ struct ReadGridArgs {
   const Grid_Header* clipGrid = nullptr;  ///< its extent, snapped to the file's lattice, is what is read
   std::optional<bool> onDisk{};           ///< absent: in memory where memory suffices
   std::optional<bool> cellAccess{};       ///< a grid on disk ends in cell access
+  bool replaceNodata = false;             ///< the file's nodata and NaN become -9999, the grid's nodata
+  Grid_Header* fileHeader = nullptr;      ///< receives the header of the file
 };
 
 /// Makes a float32, float64, int32 or int64 grid from a raster file; name with or without extension.
-/// Values are moved as they stand, nodata and NaN included, and the grid keeps the nodata value it
-/// has: a caller that wants the file's reads the header into the grid first. Status 0 or -1.
+/// Unless `replaceNodata` says otherwise values are moved as they stand, nodata and NaN included, and the
+/// grid keeps the nodata value it has. Status 0 or -1.
 int ReadGrid(Grid_Header& grid, std::string_view fileName, const ReadGridArgs& args = {});
+
+/// Reads a raster with `replaceNodata`, whatever `args` says. With a clip grid whose lengths were
+/// converted from feet the grid's header says so too. 0, or -1 with a report and a grid without cells.
+int readRaster(R4Grid_type& grid, std::string_view name, const ReadGridArgs& args = {});
 
 /// Writes any grid as `<stem>.flt` and `.hdr`.
 int WriteGridflt(Grid_Header& grid, std::string_view stem, const VersionStamp* stamp = nullptr);

@@ -13,11 +13,6 @@
 
 namespace terrain {
 
-/// A rectangle of cells, both ends included.
-struct Window {
-  int32_t col1 = 1, col2 = 0, row1 = 1, row2 = 0;
-};
-
 /// How a value at a point is found. Interpolation is on unless one of the first three says otherwise;
 /// `interpolate` and `noInterpolate` both true give nodata.
 struct PointOptions {
@@ -64,16 +59,16 @@ struct EvansArgs {
 
 class R4Grid_type : public GridOf<float> {
  public:
-  [[nodiscard]] float GetNodataR4() { return nodataValue(); }
+  [[nodiscard]] float GetNodataR4() const { return nodataValue(); }
 
   // ---- cells (grid/access.cpp) ----
   /// Nodata outside the grid and for a NaN.
-  [[nodiscard]] float ExtractR4ValueColRow(int32_t col, int32_t row) {
+  [[nodiscard]] float ExtractR4ValueColRow(int32_t col, int32_t row) const {
     return value(col, row, "ERROR: ExtractR4ValueColRow in Grid_module");
   }
   /// Value at a point, bilinear between four cells, summed in float64 and rounded once. The cells at
   /// the grid's border are never interpolated; nodata outside the area covered.
-  [[nodiscard]] float ExtractR4ValueXY(double x, double y, const PointOptions& options = {});
+  [[nodiscard]] float ExtractR4ValueXY(double x, double y, const PointOptions& options = {}) const;
   int SetR4CellColRow(int32_t col, int32_t row, float newValue);
   int SetR4CellXY(double x, double y, float newValue);
   int AddR4(int32_t col, int32_t row, float amount);
@@ -84,11 +79,15 @@ class R4Grid_type : public GridOf<float> {
 
   // ---- rows and windows (grid/access.cpp) ----
   /// A row outside the grid gives -9999.0 whatever the nodata value is.
-  void ExtractR4row(std::span<float> array, int32_t row);
+  void ExtractR4row(std::span<float> array, int32_t row) const;
   int SetR4row(int32_t row, std::span<const float> array);
-  void ExtractR4Window(std::span<float> array, const Window& window);
-  void ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row);
+  void ExtractR4Window(std::span<float> array, const Window& window) const;
+  void ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) const;
   int setWindowR4(const Window& window, std::span<const float> array);
+
+  // ---- arithmetic (grid/arithmetic.cpp) ----
+  /// Multiplies every cell that is not nodata, in float32. Status 0, or -1 with a report.
+  int scalarMultiplyR4(float by);
 
   // ---- surface metrics (grid/surface_metrics.cpp, grid/curvature.cpp) ----
   /// Gradient, aspect and curvature on a circle of radius `length`. Status -1, with the float outputs
@@ -107,40 +106,42 @@ class R4Grid_type : public GridOf<float> {
 
 class R8Grid_type : public GridOf<double> {
  public:
-  [[nodiscard]] double GetNodataR8() { return nodataValue(); }
-  [[nodiscard]] double extractR8ValueColRow(int32_t col, int32_t row) {
+  [[nodiscard]] double GetNodataR8() const { return nodataValue(); }
+  [[nodiscard]] double extractR8ValueColRow(int32_t col, int32_t row) const {
     return value(col, row, "ERROR: extractR8ValueColRow in Grid_Module");
   }
-  [[nodiscard]] double ExtractR8ValueXY(double x, double y, const PointOptions& options = {});
+  [[nodiscard]] double ExtractR8ValueXY(double x, double y, const PointOptions& options = {}) const;
   int SetR8Cell(int32_t col, int32_t row, double newValue);
   int AddR8(int32_t col, int32_t row, double amount);
   int multiplyCellR8(int32_t col, int32_t row, double factor);
-  void ExtractR8row(std::span<double> array, int32_t row);
+  void ExtractR8row(std::span<double> array, int32_t row) const;
   int SetR8Row(int32_t row, std::span<const double> array);
-  void ExtractR8Window(std::span<double> array, const Window& window);
+  void ExtractR8Window(std::span<double> array, const Window& window) const;
   int setWindowR8(const Window& window, std::span<const double> array);
   /// cell * array element.
   int multiplyWindowR8(const Window& window, std::span<const double> array);
+  /// Multiplies every cell that is not nodata, in float64. Status 0, or -1 with a report.
+  int scalarMultiplyR8(double by);
   int WritefltR8(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
 class I4Grid_type : public GridOf<std::int32_t> {
  public:
-  [[nodiscard]] int32_t GetNodataI4() { return nodataValue(); }
-  [[nodiscard]] int32_t ExtractI4ValueColRow(int32_t col, int32_t row) {
+  [[nodiscard]] int32_t GetNodataI4() const { return nodataValue(); }
+  [[nodiscard]] int32_t ExtractI4ValueColRow(int32_t col, int32_t row) const {
     return value(col, row, "ERROR: ExtractI4ValueColRow in Grid_Module");
   }
   /// The lattice cell at the point; -9999 outside xmin..xmax, ymin..ymax.
-  [[nodiscard]] int32_t ExtractI4ValueXY(double x, double y);
+  [[nodiscard]] int32_t ExtractI4ValueXY(double x, double y) const;
   int SetI4Cell(int32_t col, int32_t row, int32_t newValue);
   int SetI4CellXY(double x, double y, int32_t newValue);
   int AddColRowI4(int32_t col, int32_t row, int32_t amount);
   /// Makes the cell's value negative.
   int SetI4Negative(int32_t col, int32_t row);
-  void ExtractI4row(std::span<int32_t> array, int32_t row);
+  void ExtractI4row(std::span<int32_t> array, int32_t row) const;
   int SetI4row(int32_t row, std::span<const int32_t> array);
-  void ExtractI4Window(std::span<int32_t> array, const Window& window);
-  void ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row);
+  void ExtractI4Window(std::span<int32_t> array, const Window& window) const;
+  void ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) const;
   int setWindowI4(const Window& window, std::span<const int32_t> array);
   /// max(cell, array element).
   int setWindowMaxI4(const Window& window, std::span<const int32_t> array);
@@ -149,69 +150,46 @@ class I4Grid_type : public GridOf<std::int32_t> {
 
 class I8Grid_type : public GridOf<std::int64_t> {
  public:
-  [[nodiscard]] int64_t GetNodataI8() { return nodataValue(); }
-  [[nodiscard]] int64_t ExtractI8ValueColRow(int32_t col, int32_t row) {
+  [[nodiscard]] int64_t GetNodataI8() const { return nodataValue(); }
+  [[nodiscard]] int64_t ExtractI8ValueColRow(int32_t col, int32_t row) const {
     return value(col, row, "ERROR: ExtractI8ValueColRow in Grid_Module");
   }
   /// The lattice cell at the point; -9999 outside xmin..xmax, ymin..ymax.
-  [[nodiscard]] int64_t ExtractI8ValueXY(double x, double y);
+  [[nodiscard]] int64_t ExtractI8ValueXY(double x, double y) const;
   int SetI8CellColRow(int32_t col, int32_t row, int64_t newValue);
   int SetI8CellXY(double x, double y, int64_t newValue);
   int AddColRowI8(int32_t col, int32_t row, int64_t amount);
   /// Makes the cell's value negative.
   int SetI8Negative(int32_t col, int32_t row);
-  void ExtractI8row(std::span<int64_t> array, int32_t row);
+  void ExtractI8row(std::span<int64_t> array, int32_t row) const;
   int SetI8row(int32_t row, std::span<const int64_t> array);
-  void ExtractI8Window(std::span<int64_t> array, const Window& window);
-  void ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row);
+  void ExtractI8Window(std::span<int64_t> array, const Window& window) const;
+  void ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const;
   int setWindowI8(const Window& window, std::span<const int64_t> array);
   int WritefltI8(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
 class I2Grid_type : public GridOf<std::int16_t> {
  public:
-  [[nodiscard]] int16_t GetNodataI2() { return nodataValue(); }
-  void ExtractI2Row(std::span<int16_t> array, int32_t row);
+  [[nodiscard]] int16_t GetNodataI2() const { return nodataValue(); }
+  void ExtractI2Row(std::span<int16_t> array, int32_t row) const;
   int SetI2row(int32_t row, std::span<const int16_t> array);
   int WritefltI2(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
 class I1Grid_type : public GridOf<std::int8_t> {
  public:
-  /// Always 0, which is stored in `nodata` too.
-  [[nodiscard]] int8_t GetNodataI1() { return nodataValue(); }
-  [[nodiscard]] int8_t ExtractI1ValueColRow(int32_t col, int32_t row) {
+  /// Always 0, as `nodata` is from the making of the grid on.
+  [[nodiscard]] int8_t GetNodataI1() const { return nodataValue(); }
+  [[nodiscard]] int8_t ExtractI1ValueColRow(int32_t col, int32_t row) const {
     return value(col, row, "ERROR: ExtractI1ValueColRow in Grid_Module");
   }
   int SetI1Cell(int32_t col, int32_t row, int8_t newValue);
   int AddColRowI1(int32_t col, int32_t row, int8_t amount);
-  void ExtractI1Row(std::span<int8_t> array, int32_t row);
+  void ExtractI1Row(std::span<int8_t> array, int32_t row) const;
   int SetI1Row(int32_t row, std::span<const int8_t> array);
   int setWindowI1(const Window& window, std::span<const int8_t> array);
   int WritefltI1(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
-
-/// Calls `f` with the grid as its own type; the one switch over the six types. Gives what `f` gives,
-/// or `otherwise` for a header that is no grid.
-template <class F, class R>
-R visitGrid(Grid_Header& grid, F&& f, R otherwise) {
-  switch (grid.cellType()) {
-    case CellType::R4:
-      return f(static_cast<R4Grid_type&>(grid));
-    case CellType::R8:
-      return f(static_cast<R8Grid_type&>(grid));
-    case CellType::I4:
-      return f(static_cast<I4Grid_type&>(grid));
-    case CellType::I8:
-      return f(static_cast<I8Grid_type&>(grid));
-    case CellType::I2:
-      return f(static_cast<I2Grid_type&>(grid));
-    case CellType::I1:
-      return f(static_cast<I1Grid_type&>(grid));
-    case CellType::none:
-      break;
-  }
-  return otherwise;
-}
 
 }  // namespace terrain

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <concepts>
+#include <optional>
 #include <span>
 #include <type_traits>
 #include <vector>
@@ -14,11 +15,12 @@
 #include "foundation/status.h"
 #include "foundation/units.h"
 #include "grid/cells.h"
+#include "grid/header.h"
 
 namespace terrain {
 
-/// What an operation of a family says when it fails: the parts that differ from type to type. A
-/// blank text is not said at all.
+/// What an operation of a family reports when it fails: the parts that differ from type to type. A
+/// blank text is not reported.
 struct AccessTexts {
   std::string_view routine{};     ///< tag of the report
   std::string_view outside{};     ///< a cell or row outside the grid
@@ -58,7 +60,7 @@ class GridOf : public Grid_Header {
     return *this;
   }
 
-  [[nodiscard]] CellType cellType() const override { return CellTraits<T>::type; }
+  [[nodiscard]] CellType cellType() const override { return cellTypeOf<T>(); }
 
   /// True when there are counts and cells, in memory or on disk.
   [[nodiscard]] bool GridExists() const { return ncols.has_value() && (onDisk || cells.present()); }
@@ -67,19 +69,17 @@ class GridOf : public Grid_Header {
   /// been read or set anew may tell of cells that are not there.
   [[nodiscard]] bool holdsItsCells() const { return onDisk || cells.hasSize(cols(), rows()); }
 
-  /// Nodata in the form of the cell type. An int8 grid has 0, and being asked stores it.
-  [[nodiscard]] T nodataValue() {
-    if constexpr (std::same_as<T, std::int8_t>) {
-      nodata = 0.0F;
+  /// Nodata in the form of the cell type; always 0 in an int8 grid.
+  [[nodiscard]] T nodataValue() const {
+    if constexpr (std::same_as<T, std::int8_t>)
       return 0;
-    } else {
+    else
       return truncateOrKeep<T>(nodata);
-    }
   }
 
   /// The cell's value; nodata outside the grid and, in the float types, for a NaN. A scratch file that
   /// cannot be read ends the run under `tag`.
-  [[nodiscard]] T value(int32_t col, int32_t row, std::string_view tag) {
+  [[nodiscard]] T value(int32_t col, int32_t row, std::string_view tag) const {
     if (!contains(col, row) || !holdsItsCells()) [[unlikely]]
       return nodataValue();
     const T held = onDisk ? scratchValue(col, row, tag) : cells.at(col, row);
@@ -88,15 +88,27 @@ class GridOf : public Grid_Header {
     return held;
   }
 
-  /// Stores a cell. -1, said as `texts` has it, outside the grid or if the scratch file cannot be written.
+  /// Stores a cell. -1, reported with `texts`, outside the grid or if the scratch file cannot be written.
   int setCell(int32_t col, int32_t row, T newValue, const AccessTexts& texts);
 
-  /// cell = change(cell). -1 without a word outside the grid.
+  /// cell = change(cell). -1, not reported, outside the grid.
   template <class Change>
   int changeCell(int32_t col, int32_t row, const AccessTexts& texts, std::string_view readTag, Change change);
 
+  /// A cell of a grid on disk, within the grid, for reading or writing; good until the next access. A
+  /// scratch file that fails ends the run under `tag`.
+  [[nodiscard]] T& cellOnDisk(int32_t col, int32_t row, std::string_view tag) {
+    IoCode code = kIoOk;
+    T* cell = scratchCell(col, row, true, code);
+    if (cell == nullptr) stopOnScratchFault(tag, *this, code);
+    return *cell;
+  }
+  [[nodiscard]] T valueOnDisk(int32_t col, int32_t row, std::string_view tag) const {
+    return scratchValue(col, row, tag);
+  }
+
   /// Reads a row within the grid into `out`, of ncols cells.
-  [[nodiscard]] IoCode readRow(int32_t row, std::span<T> out);
+  [[nodiscard]] IoCode readRow(int32_t row, std::span<T> out) const;
   /// Writes a row within the grid.
   [[nodiscard]] IoCode writeRow(int32_t row, std::span<const T> in);
 
@@ -120,15 +132,15 @@ class GridOf : public Grid_Header {
             static_cast<std::uint64_t>(col - 1)) *
            sizeof(T);
   }
-  [[nodiscard]] T* scratchCell(int32_t col, int32_t row, bool change, IoCode& code);
-  [[nodiscard]] T scratchValue(int32_t col, int32_t row, std::string_view tag);
+  [[nodiscard]] T* scratchCell(int32_t col, int32_t row, bool change, IoCode& code) const;
+  [[nodiscard]] T scratchValue(int32_t col, int32_t row, std::string_view tag) const;
 };
 
 // ---- cells on disk ----
 
 template <Cell T>
-T* GridOf<T>::scratchCell(int32_t col, int32_t row, bool change, IoCode& code) {
-  if (!cellAccess && SetCellAccess() != kSuccess) {
+T* GridOf<T>::scratchCell(int32_t col, int32_t row, bool change, IoCode& code) const {
+  if (!cellAccess && useCellAccess() != kSuccess) {
     code = kIoNotFound;
     return nullptr;
   }
@@ -143,7 +155,7 @@ T* GridOf<T>::scratchCell(int32_t col, int32_t row, bool change, IoCode& code) {
 }
 
 template <Cell T>
-T GridOf<T>::scratchValue(int32_t col, int32_t row, std::string_view tag) {
+T GridOf<T>::scratchValue(int32_t col, int32_t row, std::string_view tag) const {
   IoCode code = kIoOk;
   const T* cell = scratchCell(col, row, false, code);
   if (cell == nullptr) stopOnScratchFault(tag, *this, code);
@@ -154,7 +166,7 @@ template <Cell T>
 int GridOf<T>::setCell(int32_t col, int32_t row, T newValue, const AccessTexts& texts) {
   Attempt attempt{status};
   if (!contains(col, row)) {
-    if (!texts.outside.empty()) reportError({.routine = texts.routine, .message1 = texts.outside});
+    if (!texts.outside.empty()) fail(texts.routine, texts.outside);
     return kFailure;
   }
   if (!onDisk) {
@@ -162,7 +174,7 @@ int GridOf<T>::setCell(int32_t col, int32_t row, T newValue, const AccessTexts& 
     cells.at(col, row) = newValue;
   } else {
     if (!cellAccess && SetCellAccess() != kSuccess) {
-      if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
+      if (!texts.modeFailed.empty()) fail(texts.routine, texts.modeFailed);
       return kFailure;
     }
     IoCode code = kIoOk;
@@ -186,7 +198,7 @@ int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, st
                           Change change) {
   if (!contains(col, row)) return status = kFailure;
   if (onDisk && !cellAccess && SetCellAccess() != kSuccess) {
-    if (!texts.modeFailed.empty()) reportError({.routine = texts.routine, .message1 = texts.modeFailed});
+    if (!texts.modeFailed.empty()) fail(texts.routine, texts.modeFailed);
     return status = kFailure;
   }
   return setCell(col, row, change(value(col, row, readTag)), texts);
@@ -195,13 +207,13 @@ int GridOf<T>::changeCell(int32_t col, int32_t row, const AccessTexts& texts, st
 // ---- rows ----
 
 template <Cell T>
-IoCode GridOf<T>::readRow(int32_t row, std::span<T> out) {
+IoCode GridOf<T>::readRow(int32_t row, std::span<T> out) const {
   if (!holdsItsCells()) return kIoPastEnd;
   if (!onDisk) {
     std::ranges::copy(cells.row(row), out.begin());
     return kIoOk;
   }
-  if (!rowAccess && SetRowAccess() != kSuccess) return kIoNotFound;
+  if (!rowAccess && useRowAccess() != kSuccess) return kIoNotFound;
   RecordFile* file = units_().records(scratchUnit);
   return file == nullptr ? kIoNotFound : file->read(row, std::as_writable_bytes(out));
 }
@@ -216,6 +228,42 @@ IoCode GridOf<T>::writeRow(int32_t row, std::span<const T> in) {
   if (!rowAccess && SetRowAccess() != kSuccess) return kIoNotFound;
   RecordFile* file = units_().records(scratchUnit);
   return file == nullptr ? kIoNotFound : file->write(row, std::as_bytes(in));
+}
+
+// ---- any grid ----
+
+/// Calls `f` with a grid of any type as its own GridOf<T>: the one switch over the six types. Gives what
+/// `f` gives (true where that is nothing); empty for a header that is no grid.
+template <class Header, class F>
+requires std::same_as<std::remove_const_t<Header>, Grid_Header>
+auto visitGrid(Header& grid, F&& f) {
+  const auto call = [&]<Cell T>(std::type_identity<T>) {
+    using Grid = std::conditional_t<std::is_const_v<Header>, const GridOf<T>, GridOf<T>>;
+    Grid& typed = static_cast<Grid&>(grid);
+    if constexpr (std::is_void_v<decltype(f(typed))>) {
+      f(typed);
+      return std::optional<bool>(true);
+    } else {
+      return std::optional(f(typed));
+    }
+  };
+  switch (grid.cellType()) {
+    case CellType::R4:
+      return call(std::type_identity<float>{});
+    case CellType::R8:
+      return call(std::type_identity<double>{});
+    case CellType::I4:
+      return call(std::type_identity<std::int32_t>{});
+    case CellType::I8:
+      return call(std::type_identity<std::int64_t>{});
+    case CellType::I2:
+      return call(std::type_identity<std::int16_t>{});
+    case CellType::I1:
+      return call(std::type_identity<std::int8_t>{});
+    case CellType::none:
+      break;
+  }
+  return decltype(call(std::type_identity<float>{})){};
 }
 
 }  // namespace terrain

@@ -4,7 +4,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
-#include <span>
+#include <tuple>
 
 #include "foundation/files.h"
 #include "foundation/free_format.h"
@@ -12,6 +12,7 @@
 #include "foundation/numbers.h"
 #include "foundation/platform.h"
 #include "foundation/units.h"
+#include "grid/grid_core.h"
 
 namespace terrain {
 
@@ -21,34 +22,6 @@ constexpr std::string_view kReadTag = "ReadHeader in Grid_Module";
 constexpr std::string_view kWriteTag = "WriteGridHeader in Grid_Module";
 constexpr std::size_t kTokenLength = 25;
 constexpr double kFeetPerMeter = static_cast<double>(3.28084F);
-
-/// The keywords of one field; `name` stands in the report of a bad value.
-struct Keywords {
-  std::string_view name;
-  std::span<const std::string_view> words;
-  [[nodiscard]] bool match(std::string_view token) const {
-    return std::ranges::find(words, token) != words.end();
-  }
-};
-
-template <std::size_t N>
-using Words = std::array<std::string_view, N>;
-constexpr Words<2> kNcols{"NCOLS", "ncols"};
-constexpr Words<2> kNrows{"NROWS", "nrows"};
-constexpr Words<4> kXmin{"XLLCORNER", "xllcorner", "XMIN", "xmin"};
-constexpr Words<4> kYmin{"YLLCORNER", "yllcorner", "YMIN", "ymin"};
-constexpr Words<2> kCellsize{"CELLSIZE", "cellsize"};
-constexpr Words<2> kXCellsize{"X CELLSIZE", "XCELLSIZE"};
-constexpr Words<2> kYCellsize{"Y CELLSIZE", "YCELLSIZE"};
-constexpr Words<9> kNodataWords{"NODATA", "nodata",       "NO DATA",      "no data",     "NO_DATA",
-                                "NoData", "NODATA VALUE", "nodata value", "NODATA_VALUE"};
-constexpr Words<4> kFileType{"# FILETYPE", "# filetype", "# FILE TYPE", "#_FILE_TYPE"};
-constexpr Words<4> kBitDepth{"# BITDEPTH", "# BIT DEPTH", "# bitdepth", "#_BIT_DEPTH"};
-
-/// Placement as band-interleaved rasters give it.
-struct CentrePlacement {
-  std::optional<double> ulx{}, uly{}, xdim{}, ydim{};
-};
 
 struct Pair {
   std::string keyword;
@@ -71,95 +44,122 @@ bool nextPair(TextFile& text, Pair& pair) {
   return have == tokens.size();
 }
 
-/// Reads one header file; `fail` tells of the first value that cannot be read.
-class HeaderReader {
- public:
-  HeaderReader(Grid_Header& header, std::string file) : header_(header), file_(std::move(file)) {}
-
-  int read(TextFile& text, RasterLayout& layout) {
-    for (Pair pair; nextPair(text, pair);)
-      if (take(pair, layout) != kSuccess) return kFailure;
-    settlePlacement();
-    return kSuccess;
-  }
-
- private:
-  template <class Number>
-  int number(const Keywords& field, std::string_view token, Number& value) {
-    if (readFree(token, value)) return kSuccess;
-    return reportError(
-        {.routine = kReadTag, .message1 = "Error reading " + std::string(field.name) + " in " + file_});
-  }
-
-  /// A field with a value of its own, told apart from one that is missing.
-  template <class Number>
-  int own(const Keywords& field, std::string_view token, Number& value, bool& present) {
-    present = true;
-    return number(field, token, value);
-  }
-
-  int centre(std::string_view name, std::string_view token, std::optional<double>& value) {
-    double read = 0;
-    if (number({.name = name, .words = {}}, token, read) != kSuccess) return kFailure;
-    value = read;
-    return kSuccess;
-  }
-
-  int take(const Pair& pair, RasterLayout& layout) {
-    const std::string_view word = pair.keyword;
-    const std::string_view token = pair.value;
-    const Keywords ncols{"NCOLS", kNcols}, nrows{"NROWS", kNrows}, xmin{"XLLCORNER", kXmin},
-        ymin{"YLLCORNER", kYmin}, cellsize{"CELLSIZE", kCellsize}, xcellsize{"X CELLSIZE", kXCellsize},
-        ycellsize{"Y CELLSIZE", kYCellsize}, nodata{"NODATA", kNodataWords}, fileType{"", kFileType},
-        bitDepth{"BITDEPTH", kBitDepth};
-    if (ncols.match(word)) return number(ncols, token, *header_.ncols);
-    if (nrows.match(word)) return number(nrows, token, *header_.nrows);
-    if (xmin.match(word)) return own(xmin, token, header_.xmin, hasXmin_);
-    if (ymin.match(word)) return own(ymin, token, header_.ymin, hasYmin_);
-    if (cellsize.match(word)) return own(cellsize, token, header_.cellsize, hasSize_);
-    if (xcellsize.match(word)) return own(xcellsize, token, header_.xcellsize, hasSize_);
-    if (ycellsize.match(word)) return own(ycellsize, token, header_.ycellsize, hasSize_);
-    if (nodata.match(word)) return number(nodata, token, header_.nodata);
-    if (fileType.match(word)) header_.fileType = token;
-    if (bitDepth.match(word)) return number(bitDepth, token, header_.bitDepth);
-    if (word == "ULXMAP") return centre(word, token, centre_.ulx);
-    if (word == "ULYMAP") return centre(word, token, centre_.uly);
-    if (word == "XDIM") return centre(word, token, centre_.xdim);
-    if (word == "YDIM") return centre(word, token, centre_.ydim);
-    if (word == "BYTEORDER") layout.byteOrder = token;
-    if (word == "PIXELTYPE") layout.pixelType = token;
-    if (word == "NBANDS") layout.bands = token;
-    return kSuccess;
-  }
-
-  void settlePlacement() {
-    if (!hasSize_ && centre_.xdim && centre_.ydim) {
-      header_.xcellsize = *centre_.xdim;
-      header_.ycellsize = *centre_.ydim;
-      if (*centre_.xdim == *centre_.ydim) header_.cellsize = *centre_.xdim;
-    }
-    if (!hasXmin_ && centre_.ulx && centre_.xdim) header_.xmin = *centre_.ulx - *centre_.xdim / 2;
-    if (!hasYmin_ && centre_.uly && centre_.ydim)
-      header_.ymin = *centre_.uly - (static_cast<double>(header_.rows()) - 0.5) * *centre_.ydim;
-  }
-
-  Grid_Header& header_;
-  std::string file_;
-  CentrePlacement centre_{};
-  bool hasXmin_ = false;
-  bool hasYmin_ = false;
-  bool hasSize_ = false;
+/// What one header file says.
+struct HeaderContent {
+  Grid_Header& header;
+  RasterLayout& layout;
+  bool hasXmin = false, hasYmin = false, hasSize = false;
+  // Placement as band-interleaved rasters give it: the centre of the north-west cell.
+  std::optional<double> ulx{}, uly{}, xdim{}, ydim{};
 };
+
+using Store = bool (*)(HeaderContent& content, std::string_view token);
+
+/// A number of the header, marked as present where its absence matters.
+template <auto kMember>
+bool storeNumber(HeaderContent& content, std::string_view token) {
+  return readFree(token, content.header.*kMember);
+}
+template <auto kMember>
+bool storeCount(HeaderContent& content, std::string_view token) {
+  return readFree(token, *(content.header.*kMember));
+}
+template <auto kMember, auto kPresent>
+bool storePlace(HeaderContent& content, std::string_view token) {
+  content.*kPresent = true;
+  return storeNumber<kMember>(content, token);
+}
+template <auto kMember>
+bool storeCentre(HeaderContent& content, std::string_view token) {
+  double value = 0;
+  if (!readFree(token, value)) return false;
+  content.*kMember = value;
+  return true;
+}
+template <auto kMember>
+bool storeLayout(HeaderContent& content, std::string_view token) {
+  content.layout.*kMember = token;
+  return true;
+}
+bool storeFileType(HeaderContent& content, std::string_view token) {
+  content.header.fileType = token;
+  return true;
+}
+
+struct HeaderKeyword {
+  std::string_view name;                  // in the report of a bad value
+  std::array<std::string_view, 9> words;  // compared exactly
+  Store store;
+};
+
+using H = GridGeometry;
+using C = HeaderContent;
+constexpr std::array kHeaderKeywords{
+    HeaderKeyword{"NCOLS", {"NCOLS", "ncols"}, storeCount<&H::ncols>},
+    HeaderKeyword{"NROWS", {"NROWS", "nrows"}, storeCount<&H::nrows>},
+    HeaderKeyword{"XLLCORNER", {"XLLCORNER", "xllcorner", "XMIN", "xmin"}, storePlace<&H::xmin, &C::hasXmin>},
+    HeaderKeyword{"YLLCORNER", {"YLLCORNER", "yllcorner", "YMIN", "ymin"}, storePlace<&H::ymin, &C::hasYmin>},
+    HeaderKeyword{"CELLSIZE", {"CELLSIZE", "cellsize"}, storePlace<&H::cellsize, &C::hasSize>},
+    HeaderKeyword{"X CELLSIZE", {"X CELLSIZE", "XCELLSIZE"}, storePlace<&H::xcellsize, &C::hasSize>},
+    HeaderKeyword{"Y CELLSIZE", {"Y CELLSIZE", "YCELLSIZE"}, storePlace<&H::ycellsize, &C::hasSize>},
+    HeaderKeyword{"NODATA",
+                  {"NODATA", "nodata", "NO DATA", "no data", "NO_DATA", "NoData", "NODATA VALUE",
+                   "nodata value", "NODATA_VALUE"},
+                  storeNumber<&Grid_Header::nodata>},
+    HeaderKeyword{"", {"# FILETYPE", "# filetype", "# FILE TYPE", "#_FILE_TYPE"}, storeFileType},
+    HeaderKeyword{"BITDEPTH",
+                  {"# BITDEPTH", "# BIT DEPTH", "# bitdepth", "#_BIT_DEPTH"},
+                  storeNumber<&Grid_Header::bitDepth>},
+    HeaderKeyword{"ULXMAP", {"ULXMAP"}, storeCentre<&C::ulx>},
+    HeaderKeyword{"ULYMAP", {"ULYMAP"}, storeCentre<&C::uly>},
+    HeaderKeyword{"XDIM", {"XDIM"}, storeCentre<&C::xdim>},
+    HeaderKeyword{"YDIM", {"YDIM"}, storeCentre<&C::ydim>},
+    HeaderKeyword{"BYTEORDER", {"BYTEORDER"}, storeLayout<&RasterLayout::byteOrder>},
+    HeaderKeyword{"PIXELTYPE", {"PIXELTYPE"}, storeLayout<&RasterLayout::pixelType>},
+    HeaderKeyword{"NBANDS", {"NBANDS"}, storeLayout<&RasterLayout::bands>},
+};
+
+int readPairs(HeaderContent& content, TextFile& text, const std::string& file) {
+  for (Pair pair; nextPair(text, pair);) {
+    if (pair.keyword.empty()) continue;
+    const auto* const found = std::ranges::find_if(kHeaderKeywords, [&](const HeaderKeyword& keyword) {
+      return std::ranges::find(keyword.words, pair.keyword) != keyword.words.end();
+    });
+    if (found != kHeaderKeywords.end() && !found->store(content, pair.value))
+      return fail(kReadTag, "Error reading " + std::string(found->name) + " in " + file);
+  }
+  return kSuccess;
+}
+
+/// Corner and cell size from the placement of a band-interleaved raster, where the header has no others.
+void placeByCentre(HeaderContent& content) {
+  Grid_Header& header = content.header;
+  const auto& [ulx, uly, xdim, ydim] = std::tie(content.ulx, content.uly, content.xdim, content.ydim);
+  if (!content.hasSize && xdim && ydim) {
+    header.xcellsize = *xdim;
+    header.ycellsize = *ydim;
+    if (*xdim == *ydim) header.cellsize = *xdim;
+  }
+  if (!content.hasXmin && ulx && xdim) header.xmin = *ulx - *xdim / 2;
+  if (!content.hasYmin && uly && ydim)
+    header.ymin = *uly - (static_cast<double>(header.rows()) - 0.5) * *ydim;
+}
 
 }  // namespace
 
-std::string stemOfHeader(std::string_view file) {
-  return std::string(trimmed(file.substr(0, file.find(".hdr"))));
+std::string rasterStem(std::string_view name) {
+  std::string_view stem = stripped(name.substr(0, name.find(".hdr")));
+  for (const std::string_view ending : {".flt", ".FLT", ".int", ".INT", ".HDR"})
+    if (stem.ends_with(ending)) {
+      stem.remove_suffix(ending.size());
+      break;
+    }
+  return std::string(stem);
 }
 
 int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* layout) {
   Attempt attempt{header.status};
-  const std::string stem = stemOfHeader(file);
+  const std::string stem = rasterStem(file);
   const std::string name = stem + ".hdr";
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
@@ -173,11 +173,12 @@ int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* l
   header.ncols = -9999;
   header.nrows = -9999;
   RasterLayout unused;
-  if (HeaderReader(header, name).read(*units().text(unit), layout == nullptr ? unused : *layout) != kSuccess)
-    return kFailure;
+  HeaderContent content{.header = header, .layout = layout == nullptr ? unused : *layout};
+  if (readPairs(content, *units().text(unit), name) != kSuccess) return kFailure;
+  placeByCentre(content);
 
   if (header.cellsize > 0) header.xcellsize = header.ycellsize = header.cellsize;
-  header.settleFarCorner();
+  header.updateFarCorner();
   if (platform::fileExists(stem + ".prj")) {
     // The lines go back to a file unchanged, so none is cut.
     InputFileType projection = NewInputFile(stem + ".prj", {.lineLength = std::string::npos});
@@ -224,18 +225,12 @@ std::string coordinate(double value) {
 
 /// The field of the cell type; a value that the field cannot show is written in full, so that the header
 /// and the cells agree.
-std::string nodataText(Grid_Header& grid) {
-  switch (grid.cellType()) {
-    case CellType::I8:
-      return rightJustified(freeText(truncateTo<int64_t>(grid.nodata)), 6);
-    case CellType::I2:
-      return rightJustified(freeText(int32_t{truncateTo<int16_t>(grid.nodata)}), 6);
-    case CellType::I4:
-      return rightJustified(freeText(truncateTo<int32_t>(grid.nodata)), 8);
-    case CellType::I1:
-      return rightJustified("0", 4);
-    default:
-      break;
+std::string nodataText(const Grid_Header& grid) {
+  const CellFacts* facts = factsOf(grid.cellType());
+  if (facts != nullptr && !facts->real) {
+    const auto value =
+        visitGrid(grid, [](const auto& typed) { return static_cast<int64_t>(typed.nodataValue()); });
+    return rightJustified(freeText(*value), facts->nodataWidth);
   }
   const std::string fixed = fixedText(static_cast<double>(grid.nodata), 1);
   float back = 0;
@@ -264,8 +259,6 @@ int Grid_Header::WriteGridHeader(std::string_view stem, const VersionStamp* stam
     return reportError({.routine = kWriteTag, .code = kCannotOpenToWrite, .file = name});
   TextFile& text = *terrain::units().text(unit);
   const double factor = feetConverted ? kFeetPerMeter : 1.0;
-  // Asking an int8 grid for its nodata settles it at 0.
-  if (cellType() == CellType::I1) nodata = 0.0F;
 
   text.writeLine(" NCOLS " + rightJustified(freeText(cols()), 8));
   text.writeLine(" NROWS " + rightJustified(freeText(rows()), 8));

@@ -14,8 +14,9 @@
 
 namespace terrain {
 
-/// The name before the first ".hdr" in it, or the whole name.
-[[nodiscard]] std::string stemOfHeader(std::string_view file);
+/// The name of a raster without blanks around it and without its extension: what stands before the first
+/// ".hdr" in it, less a ".flt" or ".int" at its end.
+[[nodiscard]] std::string rasterStem(std::string_view name);
 
 /// What a header written by other systems says of the cells beyond the fields of a grid header; blank
 /// where it says nothing. Only readers of cells look at it.

@@ -27,9 +27,7 @@ template <class Grid, class ValueAt>
 int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const ResampleTexts& texts,
              ValueAt valueAt) {
   using T = typename Grid::CellValue;
-  const auto fail = [&](std::string_view why) {
-    return reportError({.routine = texts.routine, .message1 = why});
-  };
+  const auto fail = [&](std::string_view why) { return terrain::fail(texts.routine, why); };
   Grid file;
   if (ReadGrid(file, fileName) != kSuccess) return fail("ReadGrid failed for tempGrid");
   if (args.matchGrid->feetConverted) FeetToMeters(file);
@@ -53,12 +51,12 @@ int readGridFile(Grid& grid, std::string_view fileName, const MatchArgs& args, c
                  ValueAt valueAt) {
   Attempt attempt{grid.status};
   if (grid.ncols) {
-    if (!texts.exists.empty()) return reportError({.routine = texts.routine, .message1 = texts.exists});
+    if (!texts.exists.empty()) return fail(texts.routine, texts.exists);
     DestroyGrid(grid);
   }
   if (args.matchGrid == nullptr) {
     if (ReadGrid(grid, fileName, {.onDisk = args.onDisk}) != kSuccess)
-      return reportError({.routine = texts.routine, .message1 = "ReadGrid failed for outGrid"});
+      return fail(texts.routine, "ReadGrid failed for outGrid");
   } else if (resample(grid, fileName, args, texts, valueAt) != kSuccess) {
     return kFailure;
   }
@@ -73,21 +71,44 @@ int readGridFile(Grid& grid, std::string_view fileName, const MatchArgs& args, c
 
 constexpr std::string_view kOpenTag = "OpenR4Grid in Grid_Module";
 
-int openFailed(std::string_view why) { return reportError({.routine = kOpenTag, .message1 = why}); }
+/// A keyword of the shorter list and the field that it sets: a count, a length, or the nodata value.
+struct ShortKeyword {
+  std::string_view word;
+  std::optional<int32_t> GridGeometry::*count = nullptr;
+  double GridGeometry::*size = nullptr;
+};
+constexpr std::array kShortKeywords{
+    ShortKeyword{.word = "NCOLS", .count = &GridGeometry::ncols},
+    ShortKeyword{.word = "ncols", .count = &GridGeometry::ncols},
+    ShortKeyword{.word = "NROWS", .count = &GridGeometry::nrows},
+    ShortKeyword{.word = "nrows", .count = &GridGeometry::nrows},
+    ShortKeyword{.word = "XLLCORNER", .size = &GridGeometry::xmin},
+    ShortKeyword{.word = "xllcorner", .size = &GridGeometry::xmin},
+    ShortKeyword{.word = "XMIN", .size = &GridGeometry::xmin},
+    ShortKeyword{.word = "xmin", .size = &GridGeometry::xmin},
+    ShortKeyword{.word = "YLLCORNER", .size = &GridGeometry::ymin},
+    ShortKeyword{.word = "yllcorner", .size = &GridGeometry::ymin},
+    ShortKeyword{.word = "YMIN", .size = &GridGeometry::ymin},
+    ShortKeyword{.word = "ymin", .size = &GridGeometry::ymin},
+    ShortKeyword{.word = "CELLSIZE", .size = &GridGeometry::cellsize},
+    ShortKeyword{.word = "cellsize", .size = &GridGeometry::cellsize},
+    ShortKeyword{.word = "NODATA"},
+    ShortKeyword{.word = "nodata"},
+    ShortKeyword{.word = "NoData"},
+    ShortKeyword{.word = "NO DATA"},
+    ShortKeyword{.word = "No Data"},
+};
 
 /// The shorter keyword list: a token of 13 characters and its value on one line.
 int readShortHeader(Grid_Header& header, const std::string& name) {
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
   if (units().openText(unit, name, platform::Open::read) != kIoOk)
-    return openFailed("Unable to open " + name);
+    return fail(kOpenTag, "Unable to open " + name);
   header.ncols = header.nrows = -9999;
   header.xmin = header.ymin = header.cellsize = -9999.0;
   header.nodata = kNodata;
 
-  const auto is = [](std::string_view word, std::initializer_list<std::string_view> words) {
-    return std::ranges::find(words, word) != words.end();
-  };
   for (std::string line; units().text(unit)->readLine(line, 4096);) {
     FreeFormatReader reader(line, {.slashEnds = false});
     std::string word;
@@ -97,24 +118,16 @@ int readShortHeader(Grid_Header& header, const std::string& name) {
       std::string second;
       if (reader.next(second) == Field::value) word += ' ' + second;
     }
-    Field field = Field::value;
-    if (is(word, {"NCOLS", "ncols"}))
-      field = reader.next(*header.ncols);
-    else if (is(word, {"NROWS", "nrows"}))
-      field = reader.next(*header.nrows);
-    else if (is(word, {"XLLCORNER", "xllcorner", "XMIN", "xmin"}))
-      field = reader.next(header.xmin);
-    else if (is(word, {"YLLCORNER", "yllcorner", "YMIN", "ymin"}))
-      field = reader.next(header.ymin);
-    else if (is(word, {"CELLSIZE", "cellsize"}))
-      field = reader.next(header.cellsize);
-    else if (is(word, {"NODATA", "nodata", "NoData", "NO DATA", "No Data"}))
-      field = reader.next(header.nodata);
+    const auto* const found = std::ranges::find(kShortKeywords, word, &ShortKeyword::word);
+    if (found == kShortKeywords.end()) continue;
+    const Field field = found->count != nullptr  ? reader.next(*(header.*found->count))
+                        : found->size != nullptr ? reader.next(header.*found->size)
+                                                 : reader.next(header.nodata);
     if (field != Field::value && field != Field::null)
-      return openFailed("Error reading " + word + " in " + name);
+      return fail(kOpenTag, "Error reading " + word + " in " + name);
   }
   header.xcellsize = header.ycellsize = header.cellsize;
-  header.settleFarCorner();
+  header.updateFarCorner();
   return kSuccess;
 }
 
@@ -125,24 +138,23 @@ struct Shift {
 };
 
 int clipHeader(R4Grid_type& grid, const Grid_Header& file, const Grid_Header& clip, Shift& shift) {
-  if (!clip.HeaderExists()) return openFailed("Clipgrid not assigned");
-  if (clip.xcellsize != clip.ycellsize) return openFailed("OpenR4Grid, clipGrid must have square cellsize");
+  if (!clip.HeaderExists()) return fail(kOpenTag, "Clipgrid not assigned");
+  if (clip.xcellsize != clip.ycellsize)
+    return fail(kOpenTag, "OpenR4Grid, clipGrid must have square cellsize");
   const auto [c1, r2] = file.XYtoColRow(clip.xmin, clip.ymin);
   const auto [c2, r1] = file.XYtoColRow(clip.xmax, clip.ymax);
-  // Below 1 the numbers skip 0: one more places them on a line without the gap.
-  const auto onLine = [](int32_t at) { return at >= 1 ? int64_t{at} : int64_t{at} + 1; };
-  const int64_t cols = onLine(c2) - onLine(c1) + 1;
-  const int64_t rows = onLine(r2) - onLine(r1) + 1;
+  const int64_t cols = GridGeometry::lineIndex(c2) - GridGeometry::lineIndex(c1) + 1;
+  const int64_t rows = GridGeometry::lineIndex(r2) - GridGeometry::lineIndex(r1) + 1;
   if (cols < 1 || rows < 1 || cols > std::numeric_limits<int32_t>::max() ||
       rows > std::numeric_limits<int32_t>::max())
-    return openFailed("Clipgrid does not overlap");
+    return fail(kOpenTag, "Clipgrid does not overlap");
   const Point southWest = file.ColRowToXY(c1, r2);
   grid.InitializeHeader(static_cast<int32_t>(cols), static_cast<int32_t>(rows), southWest.x, southWest.y,
                         {.cellsize = file.cellsize});
-  shift = {.cols = onLine(c1) - 1, .rows = onLine(r1) - 1};
+  shift = {.cols = GridGeometry::lineIndex(c1) - 1, .rows = GridGeometry::lineIndex(r1) - 1};
   if (shift.cols >= file.cols() || shift.cols + cols < 1 || shift.rows >= file.rows() ||
       shift.rows + rows < 1)
-    return openFailed("Clipgrid does not overlap");
+    return fail(kOpenTag, "Clipgrid does not overlap");
   return kSuccess;
 }
 
@@ -150,14 +162,13 @@ int clipHeader(R4Grid_type& grid, const Grid_Header& file, const Grid_Header& cl
 
 int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& args) {
   Attempt attempt{grid.status};
-  std::string stem(stripped(fileName));
-  if (stem.ends_with(".flt") || stem.ends_with(".FLT")) stem.resize(stem.size() - 4);
+  const std::string stem = rasterStem(fileName);
   Grid_Header file;
   if (readShortHeader(file, stem + ".hdr") != kSuccess || !usableHeader(file, stem, kOpenTag))
     return kFailure;
   const std::string name = stem + ".flt";
   platform::File cells;
-  if (cells.open(name, platform::Open::read) != kIoOk) return openFailed("Unable to open " + name);
+  if (cells.open(name, platform::Open::read) != kIoOk) return fail(kOpenTag, "Unable to open " + name);
   const auto fileCols = static_cast<std::size_t>(file.cols());
   const auto needed = byteCount(fileCols * sizeof(float), static_cast<std::uint64_t>(file.rows()));
   if (!needed || cells.size() < *needed)
@@ -167,13 +178,13 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
   R4Grid_type made;
   Shift shift;
   if (args.clipGrid != nullptr && args.clipGrid->feetConverted) FeetToMeters(file);
-  made.copyGeometry(file);
+  made.geometry() = file.geometry();
   if (args.clipGrid != nullptr && clipHeader(made, file, *args.clipGrid, shift) != kSuccess) return kFailure;
   const Grid_Header geometry = made;
   if (CreateGrid(grid,
                  {.like = &geometry, .nodata = args.nodata.value_or(file.nodata), .onDisk = args.onDisk}) !=
       kSuccess)
-    return openFailed("OpenBinaryScratchFile failed for outGrid");
+    return fail(kOpenTag, "OpenBinaryScratchFile failed for outGrid");
 
   std::vector<float> in;
   std::vector<float> out;

@@ -13,80 +13,54 @@ namespace {
 
 constexpr std::string_view kCreateTag = "CreateGrid in Grid_Module";
 
-int createFailed(std::string_view why) { return reportError({.routine = kCreateTag, .message1 = why}); }
+enum class Access { rows, cells };
 
-std::size_t bytesPerCell(const Grid_Header& grid) {
-  switch (grid.cellType()) {
-    case CellType::R8:
-    case CellType::I8:
-      return 8;
-    case CellType::R4:
-    case CellType::I4:
-      return 4;
-    case CellType::I2:
-      return 2;
-    case CellType::I1:
-      return 1;
-    case CellType::none:
-      break;
-  }
-  return 0;
+/// Both access modes are views of the same bytes; only the length of a record differs, and it changes in
+/// place.
+int switchAccess(const Grid_Header& grid, Access access) {
+  const bool rows = access == Access::rows;
+  const std::string_view tag = rows ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module";
+  const CellFacts* facts = factsOf(grid.cellType());
+  if (facts == nullptr) return fail(tag, "Unknown grid type");
+  RecordFile* file = units().records(grid.scratchUnit);
+  if (file == nullptr)
+    return reportError({.routine = tag, .code = kCannotOpenToWrite, .file = grid.scratchFile});
+  file->setRecordLength(rows ? facts->bytes * static_cast<std::size_t>(grid.cols()) : facts->bytes);
+  grid.rowAccess = rows;
+  grid.cellAccess = !rows;
+  return kSuccess;
 }
 
-enum class Mode { row, cell };
-
-/// A scratch file that is closed and cannot be opened again is lost to its grid: its unit's number may go to
-/// another file.
-int loseScratch(Grid_Header& grid) {
-  platform::removeFile(grid.scratchFile);
-  grid.scratchUnit = 0;
-  grid.rowAccess = grid.cellAccess = false;
-  return kFailure;
+/// True where the access mode is as wanted already, or means nothing.
+bool hasAccess(const Grid_Header& grid, Access access) {
+  const bool wanted = access == Access::rows ? grid.rowAccess : grid.cellAccess;
+  return !grid.onDisk || (wanted && grid.scratchUnit > 0);
 }
 
-/// Both access modes are views of the same bytes; the record length makes the difference.
-int switchAccess(Grid_Header& grid, Mode mode) {
-  const bool wanted = mode == Mode::row ? grid.rowAccess : grid.cellAccess;
-  if (!grid.onDisk || (wanted && grid.scratchUnit > 0)) return grid.status = kSuccess;
-  const std::string_view tag =
-      mode == Mode::row ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module";
+int useAccess(const Grid_Header& grid, Access access) {
+  return hasAccess(grid, access) ? kSuccess : switchAccess(grid, access);
+}
+
+int setAccess(Grid_Header& grid, Access access) {
+  if (hasAccess(grid, access)) return grid.status = kSuccess;
   Attempt attempt{grid.status};
-  const std::size_t cellBytes = bytesPerCell(grid);
-  if (cellBytes == 0) return reportError({.routine = tag, .message1 = "Unknown grid type"});
-  const std::size_t recordLength =
-      mode == Mode::row ? cellBytes * static_cast<std::size_t>(grid.cols()) : cellBytes;
-
-  if (grid.scratchUnit > 0) {
-    UnitTable& table = units();
-    IoCode code = table.close(grid.scratchUnit);
-    if (code != kIoOk) {
-      reportScratchWrite(tag, grid, code);
-      return loseScratch(grid);
-    }
-    code = table.openRecords(grid.scratchUnit, grid.scratchFile, platform::Open::update, recordLength);
-    if (code != kIoOk) {
-      reportError({.routine = tag, .code = kCannotOpenToWrite, .file = grid.scratchFile});
-      return loseScratch(grid);
-    }
-  } else {
-    OpenBinaryScratchFile(
-        {.unit = &grid.scratchUnit, .fileName = &grid.scratchFile, .recordLength = recordLength});
-    if (grid.scratchUnit < 1)
-      return reportError({.routine = tag, .message1 = "OpenBinaryScratchFile failed"});
-    putMessage(
-        (mode == Mode::row ? "SetRowAccess: created scratch file " : "SetCellAccess: created scratch file ") +
-        grid.scratchFile);
+  const CellFacts* facts = factsOf(grid.cellType());
+  if (grid.scratchUnit < 1 && facts != nullptr) {
+    const bool rows = access == Access::rows;
+    if (openRowScratch(grid, facts->bytes) != kSuccess)
+      return fail(rows ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module",
+                  "OpenBinaryScratchFile failed");
+    putMessage((rows ? "SetRowAccess: created scratch file " : "SetCellAccess: created scratch file ") +
+               grid.scratchFile);
     putMessage("  Unit: ", grid.scratchUnit);
   }
-  grid.rowAccess = mode == Mode::row;
-  grid.cellAccess = mode == Mode::cell;
-  return attempt.succeed();
+  return attempt.end(switchAccess(grid, access));
 }
 
 /// Counts and geometry from the template or the arguments.
-void settleGeometry(Grid_Header& grid, const CreateGridArgs& args) {
+void setGeometry(Grid_Header& grid, const CreateGridArgs& args) {
   if (args.like != nullptr) {
-    grid.copyGeometry(*args.like);
+    grid.geometry() = args.like->geometry();
     grid.units = args.like->units;
     grid.feetConverted = args.like->feetConverted;
     grid.version = args.like->version;
@@ -104,7 +78,7 @@ void settleGeometry(Grid_Header& grid, const CreateGridArgs& args) {
     } else {
       grid.cellsize = grid.xcellsize = grid.ycellsize = args.size.cellsize.value_or(0);
     }
-    grid.settleFarCorner();
+    grid.updateFarCorner();
     if (args.units) grid.units = *args.units;
   }
   if (args.version != nullptr) grid.version = *args.version;
@@ -116,7 +90,7 @@ template <Cell T>
 void allocateCells(GridOf<T>& grid, int32_t pad) {
   if (grid.cells.allocate(grid.cols(), grid.rows(), pad)) return;
   putMessage("");
-  putMessage("WARNING: CreateGrid unable to allocate memory for " + std::string(CellTraits<T>::gridWord));
+  putMessage("WARNING: CreateGrid unable to allocate memory for " + std::string(kFactsOf<T>.grid));
   putMessage("  Using on-disk scratch space");
   grid.onDisk = true;
 }
@@ -132,14 +106,10 @@ void fillCells(GridOf<T>& grid, T fill) {
 /// Makes the scratch file with its full length and every cell set, so that a full disk shows here.
 template <Cell T>
 int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
-  constexpr CellType type = CellTraits<T>::type;
-  if (pad > 0) return createFailed("On-disk storage cannot pad grid edges");
-  if (openRowScratch(grid, sizeof(T)) != kSuccess)
-    return createFailed(type == CellType::I1   ? "OpenBinaryScratchFile failed for I1Grid_type"
-                        : type == CellType::I2 ? "OpenBinaryScratchFile failed for I2Grid_type"
-                                               : "OpenBinaryScratchFile failed");
+  if (pad > 0) return fail(kCreateTag, "On-disk storage cannot pad grid edges");
+  if (openRowScratch(grid, sizeof(T)) != kSuccess) return fail(kCreateTag, kFactsOf<T>.scratchFailed);
   putMessage("CreateGrid: created scratch file " + grid.scratchFile);
-  putMessage(CellTraits<T>::rowAccessLine);
+  putMessage(kFactsOf<T>.rowAccessLine);
   putMessage("  Unit: ", grid.scratchUnit);
   grid.rowAccess = true;
   grid.cellAccess = false;
@@ -151,7 +121,7 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
   std::vector<T> row;
   if (code == kIoOk && !tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
     grid.releaseStorage();
-    return cannotAllocate(kCreateTag, CellTraits<T>::rowObject);
+    return cannotAllocate(kCreateTag, kFactsOf<T>.createRow);
   }
   std::ranges::fill(row, fill);
   for (int32_t r = 1; r <= grid.rows() && code == kIoOk; ++r) code = grid.writeRow(r, row);
@@ -166,6 +136,7 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
 
 template <Cell T>
 int createTyped(GridOf<T>& grid, const CreateGridArgs& args, int32_t pad) {
+  if constexpr (std::same_as<T, std::int8_t>) grid.nodata = 0;  // the one value that an int8 grid has
   if (!grid.onDisk) allocateCells(grid, pad);
   const T fill = args.fillValue ? truncateOrKeep<T>(*args.fillValue) : grid.nodataValue();
   if (!grid.onDisk) {
@@ -175,9 +146,9 @@ int createTyped(GridOf<T>& grid, const CreateGridArgs& args, int32_t pad) {
   }
   if (createOnDisk(grid, pad, fill) != kSuccess) return kFailure;
   if (args.cellAccess.value_or(false) && args.rowAccess.value_or(false))
-    return createFailed("Cannot have cellAccess and rowAccess both true");
+    return fail(kCreateTag, "Cannot have cellAccess and rowAccess both true");
   const bool byCell = args.cellAccess.value_or(args.rowAccess.has_value() && !*args.rowAccess);
-  if (byCell && grid.SetCellAccess() != kSuccess) return createFailed("setCellAccess failed");
+  if (byCell && grid.SetCellAccess() != kSuccess) return fail(kCreateTag, "setCellAccess failed");
   return kSuccess;
 }
 
@@ -190,8 +161,10 @@ int32_t marginOf(const Grid_Header& grid, const CreateGridArgs& args) {
 
 }  // namespace
 
-int Grid_Header::SetRowAccess() { return switchAccess(*this, Mode::row); }
-int Grid_Header::SetCellAccess() { return switchAccess(*this, Mode::cell); }
+int Grid_Header::SetRowAccess() { return setAccess(*this, Access::rows); }
+int Grid_Header::SetCellAccess() { return setAccess(*this, Access::cells); }
+int Grid_Header::useRowAccess() const { return useAccess(*this, Access::rows); }
+int Grid_Header::useCellAccess() const { return useAccess(*this, Access::cells); }
 
 int openRowScratch(Grid_Header& grid, std::size_t cellBytes) {
   OpenBinaryScratchFile({.unit = &grid.scratchUnit,
@@ -203,14 +176,13 @@ int openRowScratch(Grid_Header& grid, std::size_t cellBytes) {
 int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
   Attempt attempt{grid.status};
   if (args.like == nullptr && !args.ncols)
-    return reportError(
-        {.routine = "SUBROUTINE CreateGrid in MODULE Grid_Module", .message1 = "Missing required arguments"});
+    return fail("SUBROUTINE CreateGrid in MODULE Grid_Module", "Missing required arguments");
   // The template may be the grid itself or lose its cells; its header is needed after that.
   Grid_Header like;
-  CreateGridArgs settled = args;
+  CreateGridArgs own = args;
   if (args.like != nullptr) {
     like = *args.like;
-    settled.like = &like;
+    own.like = &like;
   }
   const int32_t pad = marginOf(grid, args);
   if (grid.ncols) {
@@ -222,17 +194,15 @@ int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
   }
   if (args.onDisk) grid.onDisk = *args.onDisk;
   grid.nodata = args.nodata.value_or(kNodata);
-  settleGeometry(grid, settled);
+  setGeometry(grid, own);
   if (grid.cols() < 1 || grid.rows() < 1) {
     const std::string counts = freeText(grid.cols()) + " columns, " + freeText(grid.rows()) + " rows";
     grid.ncols.reset();
     grid.nrows.reset();
-    return createFailed("A grid needs at least one column and one row: " + counts);
+    return fail(kCreateTag, "A grid needs at least one column and one row: " + counts);
   }
-  const int made = visitGrid(
-      grid, [&](auto& typed) { return createTyped(typed, settled, pad); }, 1);
-  if (made == 1) return createFailed("Grid type not defined");
-  return made == kSuccess ? attempt.succeed() : kFailure;
+  const auto made = visitGrid(grid, [&](auto& typed) { return createTyped(typed, own, pad); });
+  return made ? attempt.end(*made) : fail(kCreateTag, "Grid type not defined");
 }
 
 void DestroyGrid(Grid_Header& grid) {
@@ -249,17 +219,8 @@ void DestroyGrid(Grid_Header& grid) {
     grid.scratchUnit = 0;
     grid.scratchFile.clear();
   }
-  visitGrid(
-      grid,
-      [](auto& typed) {
-        typed.cells.release();
-        return 0;
-      },
-      0);
-  grid.ncols.reset();
-  grid.nrows.reset();
-  grid.xmin = grid.ymin = grid.xmax = grid.ymax = 0;
-  grid.cellsize = grid.xcellsize = grid.ycellsize = 0;
+  visitGrid(grid, [](auto& typed) { typed.cells.release(); });
+  grid.geometry() = {};
   grid.reserved = 0;
   grid.projection.Clear();
 }

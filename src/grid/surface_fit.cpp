@@ -6,11 +6,11 @@
 
 namespace terrain::surface {
 
-double radiusStep(const Grid_Header& grid) {
+double radiusStep(const GridGeometry& grid) {
   return sameR8(grid.cellsize, grid.xcellsize) ? grid.cellsize : grid.xcellsize;
 }
 
-double longestRadius(const Grid_Header& grid, const Point& at) {
+double longestRadius(const GridGeometry& grid, const Point& at) {
   const double room = std::min({at.x - grid.xmin, grid.xmax + grid.xcellsize - at.x, at.y - grid.ymin,
                                 grid.ymax + grid.ycellsize - at.y});
   const double reach =
@@ -45,13 +45,13 @@ void fillMissing(Samples& z, double nodata) {
     if (!(z[k] > nodata)) z[k] = z[5];
 }
 
-double sampleAt(R4Grid_type& grid, const Point& at, const Point& offset, bool absolute) {
+double sampleAt(const R4Grid_type& grid, const Point& at, const Point& offset, bool absolute) {
   const double z =
       static_cast<double>(grid.ExtractR4ValueXY(at.x + offset.x, at.y + offset.y, {.absolute = absolute}));
   return absolute ? std::abs(z) : z;
 }
 
-Circle sampleCircle(R4Grid_type& grid, const Point& at, double length, bool absolute) {
+Circle sampleCircle(const R4Grid_type& grid, const Point& at, double length, bool absolute) {
   const double nodata = static_cast<double>(grid.nodataValue());
   const double step = radiusStep(grid);
   const double longest = longestRadius(grid, at);

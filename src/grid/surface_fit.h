@@ -39,7 +39,7 @@ inline bool usableRadius(float radius) { return radius > 0 && std::isfinite(radi
 
 /// The cell size by which a radius shrinks. A header made from xcellsize and ycellsize may hold
 /// anything in `cellsize`.
-double radiusStep(const Grid_Header& grid);
+double radiusStep(const GridGeometry& grid);
 
 /// True where a radius is long enough to be given up for a smaller one.
 inline bool canShrink(double radius, double step) { return step > 0 && radius >= 2 * step; }
@@ -51,7 +51,7 @@ inline double smallerRadius(double radius, double step) {
 
 /// A bound of the radii whose circle round a point lies on the grid at all, with a margin of a few
 /// cells for rounding; 0 for a point off the grid.
-double longestRadius(const Grid_Header& grid, const Point& at);
+double longestRadius(const GridGeometry& grid, const Point& at);
 
 /// The radius that is tried after `radius`: the first of the sequence of ever smaller radii that
 /// could lie on the grid. Only radii above `longest` are passed over.
@@ -122,9 +122,12 @@ struct Circle {
 
 /// Reads the circle of radius `length` round a point, shrinking it one cell at a time while some sample
 /// is missing and it is two cells or longer.
-Circle sampleCircle(R4Grid_type& grid, const Point& at, double length, bool absolute);
+Circle sampleCircle(const R4Grid_type& grid, const Point& at, double length, bool absolute);
 
 /// One sample, `offset` from the point.
-double sampleAt(R4Grid_type& grid, const Point& at, const Point& offset, bool absolute);
+double sampleAt(const R4Grid_type& grid, const Point& at, const Point& offset, bool absolute);
+
+/// What `R4Grid_type::surfaceMetrics` does, for a grid that keeps its status.
+int measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args);
 
 }  // namespace terrain::surface

@@ -3,8 +3,8 @@
 #include <numbers>
 
 #include "foundation/messages.h"
+#include "grid/directions.h"
 #include "grid/grid.h"
-#include "grid/neighbours.h"
 #include "grid/surface_fit.h"
 
 namespace terrain {
@@ -23,18 +23,19 @@ void give(T* out, double value) {
 // ---- D8 ----
 
 /// The neighbour below the centre whose direction has the lowest sample on the circle.
-int32_t steepestDirection(R4Grid_type& grid, ColRow cell, const Samples& z, double centre, bool absolute) {
+int32_t steepestDirection(const R4Grid_type& grid, ColRow cell, const Samples& z, double centre,
+                          bool absolute) {
   constexpr std::array<std::size_t, 9> sampleOf{0, 6, 3, 2, 1, 4, 7, 8, 9};
   int32_t best = 0;
   double lowest = std::numeric_limits<double>::infinity();
-  for (int32_t k = 1; k <= kDirections; ++k) {
-    const auto at = static_cast<std::size_t>(k);
-    double value =
-        static_cast<double>(grid.ExtractR4ValueColRow(cell.col + colOffset[at], cell.row + rowOffset[at]));
+  for (int32_t code = 1; code <= kDirections; ++code) {
+    const ColRow there = stepFrom(cell, code);
+    const double sample = z[sampleOf[static_cast<std::size_t>(code)]];
+    auto value = static_cast<double>(grid.ExtractR4ValueColRow(there.col, there.row));
     if (absolute) value = std::abs(value);
-    if (value < centre && z[sampleOf[at]] < lowest) {
-      best = k;
-      lowest = z[sampleOf[at]];
+    if (value < centre && sample < lowest) {
+      best = code;
+      lowest = sample;
     }
   }
   return best;
@@ -152,7 +153,7 @@ Descent descend(const Samples& z) {
 
 /// The square's samples, cardinal ones first; stops at the first that is missing and gives its number,
 /// else 0.
-std::size_t sampleSquare(R4Grid_type& grid, const Point& at, double radius, bool absolute, Samples& z) {
+std::size_t sampleSquare(const R4Grid_type& grid, const Point& at, double radius, bool absolute, Samples& z) {
   const double nodata = static_cast<double>(grid.nodataValue());
   static constexpr std::array<std::size_t, 9> order{2, 4, 6, 8, 1, 3, 5, 7, 9};
   for (const std::size_t k : order) {
@@ -173,19 +174,7 @@ constexpr Samples kDirectionOf{0,
                                3.141592653589793,
                                2.356194490192345};
 
-// ---- the point ----
-
-/// The column and row beyond the lattice that the outer cells cover count as those cells.
-ColRow cellHolding(const Grid_Header& grid, const Point& at) {
-  ColRow cell = grid.XYtoColRow(at.x, at.y);
-  if (cell.col == -1) cell.col = 1;
-  if (cell.col == grid.cols() + 1) cell.col = grid.cols();
-  if (cell.row == -1) cell.row = 1;
-  if (cell.row == grid.rows() + 1) cell.row = grid.rows();
-  return cell;
-}
-
-/// Outputs that a failure leaves behind.
+/// The outputs of a failure.
 void giveNothing(const SurfaceMetricsArgs& args) {
   constexpr auto missing = static_cast<double>(kNodata);
   for (float* out : {args.gradient, args.plan, args.profile, args.aspect, args.flowWidth, args.dinfAspect})
@@ -197,34 +186,31 @@ void giveNothing(const SurfaceMetricsArgs& args) {
 
 }  // namespace
 
-int R4Grid_type::surfaceMetrics(const SurfaceMetricsArgs& args) {
-  Attempt attempt{status};
+int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
   giveNothing(args);
-  if (onDisk && !cellAccess && SetCellAccess() != kSuccess)
-    return reportError({.routine = kTag, .message1 = "SetCellAccess failed"});
-  if (xcellsize != ycellsize)
-    return reportError({.routine = kTag, .message1 = "surfaceMetrics cannot use unequal cell dimensions"});
+  if (grid.useCellAccess() != kSuccess) return fail(kTag, "SetCellAccess failed");
+  if (grid.xcellsize != grid.ycellsize)
+    return fail(kTag, "surfaceMetrics cannot use unequal cell dimensions");
   // A circle without a radius would give NaN, an infinite one has no centre.
-  if (!usableRadius(args.length))
-    return reportError({.routine = kTag, .message1 = "surfaceMetrics needs a finite length above 0"});
+  if (!usableRadius(args.length)) return fail(kTag, "surfaceMetrics needs a finite length above 0");
 
   constexpr double nowhere = std::numeric_limits<double>::quiet_NaN();
   Point at{.x = args.x.value_or(nowhere), .y = args.y.value_or(nowhere)};
   ColRow cell{.col = args.col.value_or(0), .row = args.row.value_or(0)};
   if (args.col) {
-    if (ExtractR4ValueColRow(cell.col, cell.row) == nodataValue()) return kFailure;
-    at = ColRowToXY(cell.col, cell.row);
+    if (grid.ExtractR4ValueColRow(cell.col, cell.row) == grid.nodataValue()) return kFailure;
+    at = grid.ColRowToXY(cell.col, cell.row);
   }
 
-  Circle circle = sampleCircle(*this, at, static_cast<double>(args.length), args.absolute);
+  Circle circle = sampleCircle(grid, at, static_cast<double>(args.length), args.absolute);
   if (!circle.found) return kFailure;
   const double r = circle.radius;
   Samples& z = circle.z;
   const double centre = z[5];
   normalise(z, r);
   if (args.steepest != nullptr)
-    *args.steepest =
-        steepestDirection(*this, args.col ? cell : cellHolding(*this, at), z, centre, args.absolute);
+    *args.steepest = steepestDirection(grid, args.col ? cell : grid.coveringCell(grid.XYtoColRow(at.x, at.y)),
+                                       z, centre, args.absolute);
   mirrorAsAsked(z, args);
 
   const Slopes slopes = slopesOf(z);
@@ -233,7 +219,7 @@ int R4Grid_type::surfaceMetrics(const SurfaceMetricsArgs& args) {
   if (args.gradient != nullptr) *args.gradient = gradientOf(slopes);
 
   if (args.dinfAspect != nullptr) {
-    const std::size_t missing = sampleSquare(*this, at, r, args.absolute, z);
+    const std::size_t missing = sampleSquare(grid, at, r, args.absolute, z);
     if (missing != 0) {
       if (missing != 5) {
         give(args.dinfAspect, kDirectionOf[missing]);
@@ -248,7 +234,12 @@ int R4Grid_type::surfaceMetrics(const SurfaceMetricsArgs& args) {
     give(args.dinfAspect, descent.direction);
     give(args.flowWidth, descent.flowWidth);
   }
-  return attempt.succeed();
+  return kSuccess;
+}
+
+int R4Grid_type::surfaceMetrics(const SurfaceMetricsArgs& args) {
+  Attempt attempt{status};
+  return attempt.end(surface::measure(*this, args));
 }
 
 }  // namespace terrain

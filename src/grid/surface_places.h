@@ -1,18 +1,16 @@
 #pragma once
-// What the whole-grid form of gradient and aspect is made of: where the samples of a circle fall on
-// the two axes of a grid, the rows of elevations round the one in work, and a sample between them.
-// A sample is worth what the value reader of the grid gives there, bit for bit.
+// Parts of the whole-grid form of gradient and aspect: where the samples of a circle fall on the two
+// axes of a grid, and a sample between the cells of a window of rows. A sample is what the value reader
+// of the grid gives there, bit for bit.
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <span>
-#include <vector>
 
-#include "foundation/memory.h"
 #include "grid/grid.h"
+#include "grid/row_window.h"
 #include "grid/surface_fit.h"
 
 namespace terrain::surface {
@@ -37,54 +35,8 @@ struct Place {
 using Places = std::array<Place, 5>;
 
 /// Where the samples round a column's, or a row's, own point fall.
-Places placesOfColumn(const Grid_Header& grid, int32_t col, double radius);
-Places placesOfRow(const Grid_Header& grid, int32_t row, double radius);
-
-// ---- rows of the elevations ----
-
-/// The rows round the one in work: those of a grid in memory as they lie there, those of a grid on
-/// disk in a window that moves south and reads each row once.
-class RowWindow {
- public:
-  RowWindow(R4Grid_type& grid, int32_t reach) : grid_(grid), reach_(reach) {}
-
-  [[nodiscard]] bool open() {
-    if (!grid_.onDisk) return true;
-    held_ = std::min(grid_.rows(), 2 * reach_ + 1);
-    width_ = static_cast<std::size_t>(grid_.cols());
-    const auto cells = byteCount(width_, static_cast<std::uint64_t>(held_));
-    return cells && tryAllocate(rows_, *cells);
-  }
-  /// Reads on to the last row that may be asked for while `row` is in work.
-  [[nodiscard]] IoCode moveTo(int32_t row) {
-    if (!grid_.onDisk) return kIoOk;
-    for (const int32_t last = std::min(grid_.rows(), row + reach_); last_ < last;) {
-      ++last_;
-      const IoCode code = grid_.readRow(last_, std::span(rows_).subspan(slot(last_), width_));
-      if (code != kIoOk) return code;
-    }
-    return kIoOk;
-  }
-  [[nodiscard]] bool holds(int32_t row) const {
-    return !grid_.onDisk || (row <= last_ && row > last_ - held_);
-  }
-  /// First cell of a row that is held.
-  [[nodiscard]] const float* row(int32_t row) const {
-    return grid_.onDisk ? rows_.data() + slot(row) : &grid_.cells.at(1, row);
-  }
-
- private:
-  [[nodiscard]] std::size_t slot(int32_t row) const {
-    return static_cast<std::size_t>((row - 1) % held_) * width_;
-  }
-
-  R4Grid_type& grid_;
-  int32_t reach_;
-  int32_t held_ = 1;
-  int32_t last_ = 0;
-  std::size_t width_ = 0;
-  std::vector<float> rows_;
-};
+Places placesOfColumn(const GridGeometry& grid, int32_t col, double radius);
+Places placesOfRow(const GridGeometry& grid, int32_t row, double radius);
 
 // ---- one sample ----
 
@@ -95,7 +47,7 @@ inline double bilinear(double a, double b, double c, double d, double u, double 
 
 class Sampler {
  public:
-  Sampler(const RowWindow& rows, float nodata) : rows_(rows), nodata_(nodata) {}
+  Sampler(const RowWindow<float>& rows, float nodata) : rows_(rows), nodata_(nodata) {}
 
   /// Whether the sample can be above nodata: it cannot where the cell that holds it is not.
   [[nodiscard]] bool mayHoldData(const Place& x, const Place& y) const {
@@ -120,7 +72,7 @@ class Sampler {
     return static_cast<double>(std::isnan(held) ? nodata_ : held);
   }
 
-  const RowWindow& rows_;
+  const RowWindow<float>& rows_;
   float nodata_;
 };
 

@@ -65,46 +65,53 @@ void sampleOnLine(const float* __restrict row, float nodata, std::size_t count, 
 
 class SurfacePass {
  public:
-  SurfacePass(R4Grid_type& elev, double length, const SurfaceRasters& out)
-      : elev_(elev), out_(out), nodata_(elev.nodataValue()), radii_(radiiFrom(elev, length)) {}
+  SurfacePass(const R4Grid_type& elev, double length, const std::vector<SurfaceOutput>& outputs)
+      : elev_(elev), nodata_(elev.nodataValue()), radii_(radiiFrom(elev, length)) {
+    for (const SurfaceOutput& output : outputs) outputs_.push_back({.to = output, .row = {}});
+  }
 
   /// Fills the rasters. Nothing, and nothing to rely on in them, where the grid has no exact positions
   /// or the window does not fit into memory.
   [[nodiscard]] std::optional<int> run();
 
  private:
-  static std::vector<double> radiiFrom(const Grid_Header& grid, double length);
+  static std::vector<double> radiiFrom(const GridGeometry& grid, double length);
   [[nodiscard]] int32_t rowsReached() const;
-  [[nodiscard]] bool prepare(RowWindow& rows);
+  [[nodiscard]] bool prepare(RowWindow<float>& rows);
   void findRuns();
-  [[nodiscard]] bool placeRow(int32_t row, const RowWindow& rows);
-  void fillRow(int32_t row, const RowWindow& rows);
-  void fillRun(const Run& run, const RowWindow& rows);
-  void fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow& rows);
+  [[nodiscard]] bool placeRow(int32_t row, const RowWindow<float>& rows);
+  void fillRow(int32_t row, const RowWindow<float>& rows);
+  void fillRun(const Run& run, const RowWindow<float>& rows);
+  void fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow<float>& rows);
   void fillCell(int32_t col, const Sampler& sampler);
-  void give(int32_t col, const Samples& z);
+  void store(int32_t col, const Samples& z);
   const Places& columnPlaces(std::size_t radius, int32_t col);
   [[nodiscard]] int writeRow(int32_t row);
 
-  R4Grid_type& elev_;
-  SurfaceRasters out_;
+  /// An output and its current row.
+  struct Output {
+    SurfaceOutput to;
+    std::vector<float> row;
+  };
+
+  const R4Grid_type& elev_;
+  std::vector<Output> outputs_;
   float nodata_;
   std::vector<double> radii_;                // that a circle may take, falling
   std::vector<double> roomX_;                // longest radius worth trying, by column
-  double roomY_ = 0;                         // the same for the row in work
+  double roomY_ = 0;                         // the same for the current row
   std::vector<std::vector<Places>> tables_;  // by radius, then column; empty where not made
   std::size_t tablesLeft_ = 0;
   Places untabled_{};
-  std::vector<Places> rowPlaces_;                 // of the row in work, by radius
+  std::vector<Places> rowPlaces_;                 // of the current row, by radius
   std::vector<int32_t> placedRow_;                // the row that an entry of rowPlaces_ was made for
   std::array<std::vector<double>, 5> fractions_;  // at the first radius, by column
   std::vector<Run> runs_;
-  std::vector<float> gradient_, aspect_;  // the row in work
   std::vector<char> done_;
 };
 
 /// The radii in the order in which they are tried, without those whose circle cannot lie on the grid.
-std::vector<double> SurfacePass::radiiFrom(const Grid_Header& grid, double length) {
+std::vector<double> SurfacePass::radiiFrom(const GridGeometry& grid, double length) {
   const double step = radiusStep(grid);
   const double longest = longestRadius(grid, {.x = (grid.xmin + (grid.xmax + grid.xcellsize)) / 2,
                                               .y = (grid.ymin + (grid.ymax + grid.ycellsize)) / 2});
@@ -123,7 +130,7 @@ int32_t SurfacePass::rowsReached() const {
   return std::min({elev_.rows(), reached, most}) + spare;
 }
 
-bool SurfacePass::prepare(RowWindow& rows) {
+bool SurfacePass::prepare(RowWindow<float>& rows) {
   constexpr std::size_t mostTables = 16;
   constexpr std::size_t mostTableBytes = std::size_t{8} << 20;
   const auto width = static_cast<std::size_t>(elev_.cols());
@@ -132,8 +139,8 @@ bool SurfacePass::prepare(RowWindow& rows) {
   if (!tryAllocate(roomX_, width) || !tryAllocate(rowPlaces_, radii_.size()) ||
       !tryAllocate(placedRow_, radii_.size()) || !tryAllocate(done_, width) || !rows.open())
     return false;
-  for (auto* values : {&gradient_, &aspect_})
-    if (!tryAllocate(*values, width)) return false;
+  for (Output& output : outputs_)
+    if (!tryAllocate(output.row, width)) return false;
   for (auto& values : fractions_)
     if (!tryAllocate(values, width)) return false;
 
@@ -185,7 +192,7 @@ const Places& SurfacePass::columnPlaces(std::size_t radius, int32_t col) {
 
 /// Settles where the row's samples lie at every radius that the row has room for. False if the window
 /// does not hold a row that they need.
-bool SurfacePass::placeRow(int32_t row, const RowWindow& rows) {
+bool SurfacePass::placeRow(int32_t row, const RowWindow<float>& rows) {
   roomY_ = longestRadius(elev_, {.x = (elev_.xmin + elev_.xmax) / 2, .y = elev_.ColRowToXY(1, row).y});
   for (std::size_t i = 0; i < radii_.size(); ++i) {
     if (radii_[i] > roomY_ && i + 1 < radii_.size()) continue;
@@ -198,14 +205,14 @@ bool SurfacePass::placeRow(int32_t row, const RowWindow& rows) {
   return true;
 }
 
-void SurfacePass::give(int32_t col, const Samples& z) {
+void SurfacePass::store(int32_t col, const Samples& z) {
   const Slopes slopes = slopesOf(z);
-  const auto at = static_cast<std::size_t>(col - 1);
-  if (out_.gradient != nullptr) gradient_[at] = gradientOf(slopes);
-  if (out_.aspect != nullptr) aspect_[at] = aspectOf(slopes);
+  for (Output& output : outputs_)
+    output.row[static_cast<std::size_t>(col - 1)] =
+        output.to.metric == SurfaceMetric::gradient ? gradientOf(slopes) : aspectOf(slopes);
 }
 
-/// The way of `surfaceMetrics`, with tables.
+/// As `surfaceMetrics` does it, with tables.
 void SurfacePass::fillCell(int32_t col, const Sampler& sampler) {
   const auto nodata = static_cast<double>(nodata_);
   const double room = std::min(roomX_[static_cast<std::size_t>(col - 1)], roomY_);
@@ -229,10 +236,10 @@ void SurfacePass::fillCell(int32_t col, const Sampler& sampler) {
     break;
   }
   normalise(z, radii_[i]);
-  give(col, z);
+  store(col, z);
 }
 
-void SurfacePass::fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow& rows) {
+void SurfacePass::fillBlock(const Run& run, int32_t from, std::size_t count, const RowWindow<float>& rows) {
   Block block;
   std::fill_n(block.ok.begin(), count, 1);
   const Places& ys = rowPlaces_[0];
@@ -257,20 +264,26 @@ void SurfacePass::fillBlock(const Run& run, int32_t from, std::size_t count, con
     for (std::size_t k = 1; k <= 9; ++k) z[k] = (block.z[k][j] - centre) / radius;
     slopes[j] = slopesOf(z);
   }
-  for (std::size_t j = 0; j < count; ++j) {
-    if (block.ok[j] == 0) continue;
-    done_[first + j] = 1;
-    if (out_.gradient != nullptr) gradient_[first + j] = gradientOf(slopes[j]);
-    if (out_.aspect != nullptr) aspect_[first + j] = aspectOf(slopes[j]);
+  const auto storeBlock = [&](std::vector<float>& row, auto valueOf) {
+    for (std::size_t j = 0; j < count; ++j)
+      if (block.ok[j] != 0) row[first + j] = valueOf(slopes[j]);
+  };
+  for (std::size_t j = 0; j < count; ++j)
+    if (block.ok[j] != 0) done_[first + j] = 1;
+  for (Output& output : outputs_) {
+    if (output.to.metric == SurfaceMetric::gradient)
+      storeBlock(output.row, gradientOf);
+    else
+      storeBlock(output.row, aspectOf);
   }
 }
 
-void SurfacePass::fillRun(const Run& run, const RowWindow& rows) {
+void SurfacePass::fillRun(const Run& run, const RowWindow<float>& rows) {
   for (int32_t from = run.from; from <= run.to; from += static_cast<int32_t>(kBlock))
     fillBlock(run, from, std::min(kBlock, static_cast<std::size_t>(run.to - from + 1)), rows);
 }
 
-void SurfacePass::fillRow(int32_t row, const RowWindow& rows) {
+void SurfacePass::fillRow(int32_t row, const RowWindow<float>& rows) {
   std::ranges::fill(done_, char{0});
   const Places& ys = rowPlaces_[0];
   const bool inside = placedRow_[0] == row && ys[kCentre].onLine &&
@@ -284,23 +297,21 @@ void SurfacePass::fillRow(int32_t row, const RowWindow& rows) {
     const auto at = static_cast<std::size_t>(col - 1);
     if (done_[at] != 0) continue;
     const bool missing = cells[at] == nodata_ || std::isnan(cells[at]);
-    if (out_.gradient != nullptr) gradient_[at] = missing ? out_.gradient->nodataValue() : kNodata;
-    if (out_.aspect != nullptr) aspect_[at] = missing ? out_.aspect->nodataValue() : kNodata;
+    for (Output& output : outputs_) output.row[at] = missing ? output.to.grid->nodataValue() : kNodata;
     if (!missing) fillCell(col, sampler);
   }
 }
 
 int SurfacePass::writeRow(int32_t row) {
-  const auto write = [row](R4Grid_type* grid, std::span<const float> values) {
-    const IoCode code = grid == nullptr ? kIoOk : grid->writeRow(row, values);
-    return code == kIoOk ? kSuccess : reportScratchWrite(kTag, *grid, code);
-  };
-  return write(out_.gradient, gradient_) == kSuccess && write(out_.aspect, aspect_) == kSuccess ? kSuccess
-                                                                                                : kFailure;
+  for (Output& output : outputs_) {
+    const IoCode code = output.to.grid->writeRow(row, output.row);
+    if (code != kIoOk) return reportScratchWrite(kTag, *output.to.grid, code);
+  }
+  return kSuccess;
 }
 
 std::optional<int> SurfacePass::run() {
-  RowWindow rows(elev_, rowsReached());
+  RowWindow<float> rows(elev_, rowsReached());
   if (!prepare(rows)) return std::nullopt;
   for (int32_t row = 1; row <= elev_.rows(); ++row) {
     const IoCode code = rows.moveTo(row);
@@ -313,17 +324,17 @@ std::optional<int> SurfacePass::run() {
 }
 
 /// Cell by cell; for grids that the tables cannot serve.
-int fillByCell(R4Grid_type& elev, float length, const SurfaceRasters& out) {
+int fillByCell(const R4Grid_type& elev, float length, const std::vector<SurfaceOutput>& outputs) {
   for (int32_t row = 1; row <= elev.rows(); ++row) {
     for (int32_t col = 1; col <= elev.cols(); ++col) {
       if (elev.ExtractR4ValueColRow(col, row) == elev.nodataValue()) continue;
       float gradient = kNodata;
       float aspect = kNodata;
-      elev.surfaceMetrics(
-          {.length = length, .col = col, .row = row, .gradient = &gradient, .aspect = &aspect});
-      if (out.gradient != nullptr && out.gradient->SetR4CellColRow(col, row, gradient) != kSuccess)
-        return kFailure;
-      if (out.aspect != nullptr && out.aspect->SetR4CellColRow(col, row, aspect) != kSuccess) return kFailure;
+      measure(elev, {.length = length, .col = col, .row = row, .gradient = &gradient, .aspect = &aspect});
+      for (const auto& [grid, metric] : outputs)
+        if (grid->SetR4CellColRow(col, row, metric == SurfaceMetric::gradient ? gradient : aspect) !=
+            kSuccess)
+          return kFailure;
     }
   }
   return kSuccess;
@@ -331,33 +342,26 @@ int fillByCell(R4Grid_type& elev, float length, const SurfaceRasters& out) {
 
 }  // namespace
 
-int surfaceRasters(R4Grid_type& elev, float length, const SurfaceRasters& out) {
-  Attempt attempt{elev.status};
-  if (!elev.GridExists()) return reportError({.routine = kTag, .message1 = "Grid does not exist"});
-  for (const R4Grid_type* grid : {out.gradient, out.aspect})
-    if (grid != nullptr &&
-        (grid == &elev || !grid->GridExists() || grid->ncols != elev.ncols || grid->nrows != elev.nrows))
-      return reportError(
-          {.routine = kTag,
-           .message1 = "Gradient and aspect must be grids of their own with the size of the elevations"});
+int surfaceRasters(const R4Grid_type& elev, float length, const std::vector<SurfaceOutput>& outputs) {
+  constexpr std::string_view cellTag = "surfaceMetricsZTC in Grid_Module";
+  if (!elev.GridExists()) return fail(kTag, "Grid does not exist");
+  for (const auto& [grid, metric] : outputs)
+    if (grid == nullptr || grid == &elev || !grid->GridExists() || !sameCounts(*grid, elev))
+      return fail(kTag, "Gradient and aspect must be grids of their own with the size of the elevations");
   if (elev.xcellsize != elev.ycellsize)
-    return reportError({.routine = "surfaceMetricsZTC in Grid_Module",
-                        .message1 = "surfaceMetrics cannot use unequal cell dimensions"});
-  if (!usableRadius(length))
-    return reportError({.routine = "surfaceMetricsZTC in Grid_Module",
-                        .message1 = "surfaceMetrics needs a finite length above 0"});
-  if (out.gradient == nullptr && out.aspect == nullptr) return attempt.succeed();
-  for (R4Grid_type* grid : {&elev, out.gradient, out.aspect})
-    if (grid != nullptr && grid->SetRowAccess() != kSuccess)
-      return reportError({.routine = kTag, .message1 = "SetRowAccess failed"});
+    return fail(cellTag, "surfaceMetrics cannot use unequal cell dimensions");
+  if (!usableRadius(length)) return fail(cellTag, "surfaceMetrics needs a finite length above 0");
+  if (outputs.empty()) return kSuccess;
+  if (elev.useRowAccess() != kSuccess) return fail(kTag, "SetRowAccess failed");
+  for (const auto& [grid, metric] : outputs)
+    if (grid->SetRowAccess() != kSuccess) return fail(kTag, "SetRowAccess failed");
 
   std::optional<int> filled;
   {
-    SurfacePass pass(elev, static_cast<double>(length), out);
+    SurfacePass pass(elev, static_cast<double>(length), outputs);
     filled = pass.run();
   }
-  if (!filled) filled = fillByCell(elev, length, out);
-  return *filled == kSuccess ? attempt.succeed() : kFailure;
+  return filled ? *filled : fillByCell(elev, length, outputs);
 }
 
 }  // namespace terrain

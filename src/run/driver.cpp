@@ -191,13 +191,13 @@ void makeSurface(RunState& run) {
   putMessage(run.makeGradient && run.makeAspect ? "Creating gradient and aspect grids"
              : run.makeGradient                 ? "Creating gradient grid"
                                                 : "Creating aspect grid");
-  SurfaceRasters rasters;
-  if (run.makeGradient) rasters.gradient = &dem.grad;
-  if (run.makeAspect) rasters.aspect = &dem.aspect;
-  for (R4Grid_type* grid : {rasters.gradient, rasters.aspect})
-    if (grid != nullptr && CreateGrid(*grid, {.like = &dem.elev}) != kSuccess)
+  std::vector<SurfaceOutput> outputs;
+  if (run.makeGradient) outputs.push_back({&dem.grad, SurfaceMetric::gradient});
+  if (run.makeAspect) outputs.push_back({&dem.aspect, SurfaceMetric::aspect});
+  for (const SurfaceOutput& output : outputs)
+    if (CreateGrid(*output.grid, {.like = &dem.elev}) != kSuccess)
       stopWith("Error creating gradient and aspect grids");
-  if (surfaceRasters(dem.elev, static_cast<float>(dem.len_scale), rasters) != kSuccess)
+  if (surfaceRasters(dem.elev, static_cast<float>(dem.len_scale), outputs) != kSuccess)
     stopWith("Error creating gradient and aspect grids");
   if (run.makeGradient && run.saveGradient)
     saveBesideDEM(run, dem.grad, "grad_", "Error writing gradient raster");

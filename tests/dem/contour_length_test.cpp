@@ -16,7 +16,7 @@ namespace {
 /// A DEM object around elevations, which it takes.
 DEM_type demAround(R4Grid_type elev) {
   DEM_type dem;
-  dem.copyGeometry(elev);
+  dem.geometry() = elev.geometry();
   dem.nodata = elev.nodata;
   dem.elev = std::move(elev);
   return dem;

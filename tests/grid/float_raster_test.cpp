@@ -188,7 +188,7 @@ TEST_P(FloatRaster, WhatDoesNotFitIsRefusedInWords) {
         {"NCOLS 3\nNROWS 2\nCELLSIZE nan\n", "CELLSIZE is missing or not above 0"},
         {"NCOLS 3\nNROWS 2\nCELLSIZE 0\nXCELLSIZE -1\nYCELLSIZE 1\n", "CELLSIZE is missing or not above 0"},
         {"NCOLS 3\nNROWS 2\nXLLCORNER inf\n", "XLLCORNER is not a number"},
-        {"NCOLS 3\nNROWS 2\nBYTEORDER M\n", "BYTEORDER M: only rasters with the low byte first can be read"},
+        {"NCOLS 3\nNROWS 2\nBYTEORDER M\n", "BYTEORDER M: only little-endian rasters can be read"},
         {"NCOLS 3\nNROWS 2\nNBANDS 3\n", "NBANDS 3: only rasters of one band can be read"},
         {"NCOLS 3\nNROWS 2\nPIXELTYPE SIGNEDINT\n",
          "PIXELTYPE SIGNEDINT: the cells of a .flt raster must be floats"}}) {

@@ -184,13 +184,14 @@ TEST_F(GridStorage, NodataHasTheFormOfTheType) {
 }
 
 TEST_F(GridStorage, UnreadableScratchEndsTheRunWithItsLines) {
-  R4Grid_type grid = test::emptyGrid<R4Grid_type>(300, 300, {.storage = Storage::disk});
+  // Rows this long go straight to the file and leave no page in the buffer.
+  R4Grid_type grid = test::emptyGrid<R4Grid_type>(2000, 300, {.storage = Storage::disk});
   ASSERT_EQ(grid.SetCellAccess(), 0);
   std::filesystem::resize_file(grid.scratchFile, 1000);
   EXPECT_EQ(grid.ExtractR4ValueColRow(1, 1), -9999.0F);
   const auto readCut = [&] {
     platform::console().out = &std::cerr;
-    static_cast<void>(grid.ExtractR4ValueColRow(300, 300));
+    static_cast<void>(grid.ExtractR4ValueColRow(2000, 300));
   };
   EXPECT_EXIT(readCut(), ::testing::ExitedWithCode(1),
               "ERROR: ExtractR4ValueColRow in Grid_module\n   Error reading scratch file\n   File: "

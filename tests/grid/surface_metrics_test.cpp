@@ -252,14 +252,14 @@ TEST_P(Surface, RefusesWhatHasNoCircle) {
        {0.0F, -20.0F, std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
     EXPECT_EQ(grid.surfaceMetrics(m.asked({.length = length, .col = 5, .row = 5}, kAll)), -1);
     EXPECT_EQ(m.gradient, kNodata);
-    EXPECT_EQ(surfaceRasters(grid, length, {.gradient = &out}), -1);
+    EXPECT_EQ(surfaceRasters(grid, length, {{&out, SurfaceMetric::gradient}}), -1);
     EXPECT_EQ(grid.PlanXY(length, 1040, 2040), kNodata);
   }
   R4Grid_type other = emptyGrid<R4Grid_type>(8, 9);
-  EXPECT_EQ(surfaceRasters(grid, 10, {.aspect = &other}), -1);
+  EXPECT_EQ(surfaceRasters(grid, 10, {{&other, SurfaceMetric::aspect}}), -1);
   grid.ycellsize = 11;
   EXPECT_EQ(grid.surfaceMetrics(m.asked({.length = 10, .col = 5, .row = 5}, kAll)), -1);
-  EXPECT_EQ(surfaceRasters(grid, 10, {.gradient = &out}), -1);
+  EXPECT_EQ(surfaceRasters(grid, 10, {{&out, SurfaceMetric::gradient}}), -1);
   EXPECT_EQ(grid.PlanXY(10, 1040, 2040), 0.0F);
   EXPECT_NE(console_.text().find("surfaceMetrics cannot use unequal cell dimensions"), std::string::npos);
   EXPECT_NE(console_.text().find("PlanXY requires square cellsize"), std::string::npos);
@@ -347,7 +347,9 @@ void compareRasters(R4Grid_type& elev, float length, Storage storage) {
   R4Grid_type gradient, aspect;
   for (R4Grid_type* grid : {&gradient, &aspect})
     ASSERT_EQ(CreateGrid(*grid, {.like = &elev, .onDisk = storage == Storage::disk}), 0);
-  ASSERT_EQ(surfaceRasters(elev, length, {.gradient = &gradient, .aspect = &aspect}), 0);
+  ASSERT_EQ(
+      surfaceRasters(elev, length, {{&gradient, SurfaceMetric::gradient}, {&aspect, SurfaceMetric::aspect}}),
+      0);
   EXPECT_EQ(elev.status, 0);
   const std::vector<float> gradients = cellsOf(gradient);
   const std::vector<float> aspects = cellsOf(aspect);
@@ -416,10 +418,11 @@ TEST_P(Surface, OneRasterAloneAndNoMemoryForTheRestGiveTheSame) {
   R4Grid_type elev = noiseDem(50, 40, {.seed = 41, .holes = 0.01}, {.storage = GetParam()});
   std::array<R4Grid_type, 4> out;
   for (R4Grid_type& grid : out) ASSERT_EQ(CreateGrid(grid, {.like = &elev}), 0);
-  EXPECT_EQ(surfaceRasters(elev, 33, {.gradient = &out[0]}), 0);
-  EXPECT_EQ(surfaceRasters(elev, 33, {.aspect = &out[1]}), 0);
+  EXPECT_EQ(surfaceRasters(elev, 33, {{&out[0], SurfaceMetric::gradient}}), 0);
+  EXPECT_EQ(surfaceRasters(elev, 33, {{&out[1], SurfaceMetric::aspect}}), 0);
   memoryLimits().largestBlock = 16;
-  const int status = surfaceRasters(elev, 33, {.gradient = &out[2], .aspect = &out[3]});
+  const int status =
+      surfaceRasters(elev, 33, {{&out[2], SurfaceMetric::gradient}, {&out[3], SurfaceMetric::aspect}});
   memoryLimits().largestBlock.reset();
   EXPECT_EQ(status, 0);
   EXPECT_EQ(cellsOf(out[0]), cellsOf(out[2]));

@@ -125,7 +125,7 @@ TEST_P(WalksTest, AreThePlainFormOnRealGrids) {
     for (R4Grid_type* g : {&dem.grad, &dem.aspect})
       ASSERT_EQ(CreateGrid(*g, {.like = &dem.elev, .onDisk = GetParam() == Storage::disk}), 0);
     ASSERT_EQ(surfaceRasters(dem.elev, 2.0F * static_cast<float>(dem.cellsize),
-                             {.gradient = &dem.grad, .aspect = &dem.aspect}),
+                             {{&dem.grad, SurfaceMetric::gradient}, {&dem.aspect, SurfaceMetric::aspect}}),
               0);
     ASSERT_EQ(dem.calcBcon(1.0F, &dem.aspect), 0);
     const float cells = static_cast<float>(dem.cellsize);

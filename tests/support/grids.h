@@ -153,6 +153,24 @@ inline R4Grid_type noiseDem(int32_t ncols, int32_t nrows, const NoisePlan& noise
   return grid;
 }
 
+/// The cells as text, a line a row from the north; "." is nodata.
+template <class G>
+std::string show(const G& grid) {
+  std::ostringstream text;
+  for (int32_t row = 1; row <= grid.rows(); ++row) {
+    for (int32_t col = 1; col <= grid.cols(); ++col) {
+      const auto cell = grid.value(col, row, "show");
+      if (col > 1) text << ' ';
+      if (cell == grid.nodataValue())
+        text << '.';
+      else
+        text << +cell;
+    }
+    text << '\n';
+  }
+  return text.str();
+}
+
 /// The cells as they stand, row after row from the north.
 template <class G>
 std::vector<typename G::CellValue> cellsOf(G& grid) {
