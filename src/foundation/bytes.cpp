@@ -47,7 +47,7 @@ IoCode readWholeFile(std::string_view name, std::vector<std::byte>& bytes) {
   platform::File file;
   IoCode code = file.open(name, platform::Open::read);
   if (code != kIoOk) return code;
-  if (!tryAllocate(bytes, static_cast<std::size_t>(file.size()))) return ByteWriter::kNoMemory;
+  if (!tryAllocate(bytes, static_cast<std::size_t>(file.size()))) return kIoNoMemory;
   code = file.readAt(0, bytes);
   if (code != kIoOk) bytes.clear();
   return code;
@@ -57,7 +57,7 @@ IoCode readWholeFile(std::string_view name, std::vector<std::byte>& bytes) {
 
 ByteWriter::ByteWriter(platform::File& file, std::size_t bufferBytes)
     : file_(&file), buffer_(tryArray<std::byte>(bufferBytes)), capacity_(bufferBytes) {
-  if (buffer_ == nullptr) fault_ = kNoMemory;
+  if (buffer_ == nullptr) fault_ = kIoNoMemory;
 }
 
 void ByteWriter::bytes(std::span<const std::byte> bytes) {
@@ -67,7 +67,7 @@ void ByteWriter::bytes(std::span<const std::byte> bytes) {
       out_->insert(out_->end(), bytes.begin(), bytes.end());
       written_ += bytes.size();
     } catch (const std::exception&) {  // bad_alloc, length_error
-      fault_ = kNoMemory;
+      fault_ = kIoNoMemory;
     }
     return;
   }

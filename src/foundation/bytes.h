@@ -129,9 +129,8 @@ class ByteWriter {
   ByteWriter& operator=(const ByteWriter&) = delete;
 
   [[nodiscard]] bool ok() const { return fault_ == kIoOk; }
-  /// The first fault met: an I/O code, or kNoMemory where a vector could not grow.
+  /// The first fault met: kIoNoMemory where a vector could not grow.
   [[nodiscard]] IoCode fault() const { return fault_; }
-  static constexpr IoCode kNoMemory = 41;
   /// Bytes written so far: the offset of the next one.
   [[nodiscard]] std::uint64_t position() const { return written_ + used_; }
 
@@ -191,8 +190,7 @@ class ByteWriter {
   IoCode fault_ = kIoOk;
 };
 
-/// A whole file in memory. Gives kIoOk, an I/O code, or ByteWriter::kNoMemory; `bytes` is empty after a
-/// fault.
+/// A whole file in memory; `bytes` is empty after a fault.
 [[nodiscard]] IoCode readWholeFile(std::string_view name, std::vector<std::byte>& bytes);
 
 }  // namespace terrain

@@ -11,8 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <memory>
-#include <utility>
+#include <vector>
 
 #include "foundation/memory.h"
 #include "foundation/status.h"
@@ -26,21 +25,18 @@ class PriorityHeap {
   static constexpr int32_t kGrowth = 10000;
 
   /// Empties the heap and gives its memory back.
-  void Clear() {
-    items_.reset();
-    size_ = 0;
-    capacity_ = 0;
-  }
+  void Clear() { std::vector<Item>().swap(items_); }
 
-  [[nodiscard]] int32_t Size() const { return size_; }
+  [[nodiscard]] int32_t Size() const { return static_cast<int32_t>(items_.size()); }
   /// Pairs that there is room for now.
-  [[nodiscard]] int32_t Capacity() const { return capacity_; }
+  [[nodiscard]] int32_t Capacity() const { return static_cast<int32_t>(items_.capacity()); }
 
   /// Adds a pair; it rises above pairs with an equal key. -1, with the heap as it was, if there is
   /// no memory or the heap holds as many pairs as 32 bits can count.
   [[nodiscard]] int Insert(int32_t id, Key key) {
-    if (size_ == capacity_ && !grow()) return kFailure;
-    std::size_t i = static_cast<std::size_t>(++size_);
+    if (Size() == Capacity() && !grow()) return kFailure;
+    items_.push_back({id, key});
+    std::size_t i = items_.size();
     for (; i > 1 && !(at(i / 2).key > key); i /= 2) at(i) = at(i / 2);
     at(i) = {id, key};
     return kSuccess;
@@ -48,19 +44,18 @@ class PriorityHeap {
 
   /// Takes the pair with the largest key out. -1, with `id` and `key` as they were, if there is none.
   int Pop(int32_t& id, Key& key) {
-    if (size_ == 0) return kFailure;
+    if (items_.empty()) return kFailure;
     id = at(1).id;
     key = at(1).key;
-    at(1) = at(static_cast<std::size_t>(size_--));
-    SiftDown(1);
+    replaceByLast(1);
     return kSuccess;
   }
 
   /// Takes the pair at index i down, below pairs with an equal key, until its key is above those of
   /// its children; the index where it comes to rest. An index outside the heap is given back.
   int32_t SiftDown(int32_t i) {
-    if (i < 1 || i > size_) return i;
-    const std::size_t size = static_cast<std::size_t>(size_);
+    if (i < 1 || i > Size()) return i;
+    const std::size_t size = items_.size();
     std::size_t place = static_cast<std::size_t>(i);
     const Item item = at(place);
     while (2 * place <= size) {
@@ -82,26 +77,24 @@ class PriorityHeap {
 
   Item& at(std::size_t index) { return items_[index - 1]; }
 
-  int32_t size_ = 0;
+  /// Takes out the pair at index i: the last one takes its place and goes down from there.
+  void replaceByLast(std::size_t i) {
+    at(i) = items_.back();
+    items_.pop_back();
+    SiftDown(static_cast<int32_t>(i));
+  }
+
+  std::vector<Item> items_;
 
  private:
   /// Whole steps of kGrowth, half as many pairs again where that is more: with a single step each
   /// time the copies would add up to the square of the number of pairs.
   bool grow() {
     constexpr int32_t most = std::numeric_limits<int32_t>::max();
-    const int32_t steps = std::max(1, capacity_ / (2 * kGrowth));
-    const int32_t room = capacity_ > most - steps * kGrowth ? most : capacity_ + steps * kGrowth;
-    if (room == capacity_) return false;
-    auto larger = tryArray<Item>(static_cast<std::size_t>(room));
-    if (larger == nullptr) return false;
-    std::copy_n(items_.get(), size_, larger.get());
-    items_ = std::move(larger);
-    capacity_ = room;
-    return true;
+    const int32_t step = std::max(1, Capacity() / (2 * kGrowth)) * kGrowth;
+    if (Size() == most) return false;
+    return tryReserve(items_, static_cast<std::size_t>(Size() > most - step ? most : Size() + step));
   }
-
-  std::unique_ptr<Item[]> items_;
-  int32_t capacity_ = 0;
 };
 
 class PriorityHeapR4 : public PriorityHeap<float> {
@@ -110,13 +103,9 @@ class PriorityHeapR4 : public PriorityHeap<float> {
   /// last pair takes its place and goes down from there, never up: where it came from another
   /// branch its key may stay above its parent's until that one is popped. Looks at every pair.
   void RemoveId(int32_t id) {
-    std::size_t i = 1;
-    const std::size_t size = static_cast<std::size_t>(size_);
-    while (i <= size && at(i).id != id) ++i;
-    if (i > size) return;
-    at(i) = at(size);
-    --size_;
-    SiftDown(static_cast<int32_t>(i));
+    const auto found =
+        std::find_if(items_.begin(), items_.end(), [id](const Item& item) { return item.id == id; });
+    if (found != items_.end()) replaceByLast(static_cast<std::size_t>(found - items_.begin()) + 1);
   }
 };
 

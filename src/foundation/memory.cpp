@@ -16,6 +16,10 @@ MemoryLimits& memoryLimits() {
 
 bool memoryFor(std::uint64_t bytes) {
   if (memoryLimits().largestBlock && bytes > *memoryLimits().largestBlock) return false;
+  return machineHas(bytes);
+}
+
+bool machineHas(std::uint64_t bytes) {
   return bytes < kBlockThatMatters || bytes <= platform::availableMemory();
 }
 

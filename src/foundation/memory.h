@@ -27,6 +27,9 @@ MemoryLimits& memoryLimits();
 /// matter, within the memory that the machine has available.
 [[nodiscard]] bool memoryFor(std::uint64_t bytes);
 
+/// The same for the machine alone, whatever the limits.
+[[nodiscard]] bool machineHas(std::uint64_t bytes);
+
 /// count * size in bytes, or nothing if it does not fit 64 bits.
 [[nodiscard]] std::optional<std::uint64_t> byteCount(std::uint64_t count, std::uint64_t size);
 

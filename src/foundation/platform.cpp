@@ -60,6 +60,8 @@ std::string describe(IoCode code) {
       return "not a regular file";
     case kIoAlreadyThere:
       return "the file exists already";
+    case kIoNoMemory:
+      return "not enough memory";
     default:
       return std::strerror(code - kIoHost);
   }

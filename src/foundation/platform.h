@@ -20,6 +20,7 @@ inline constexpr IoCode kIoNotFound = 29;      ///< no such file or directory
 inline constexpr IoCode kIoPastEnd = 36;       ///< a record that is not, or not wholly, in the file
 inline constexpr IoCode kIoNotAFile = 43;      ///< a directory or a device where a file is expected
 inline constexpr IoCode kIoAlreadyThere = 10;  ///< a new file was wanted and the name is taken
+inline constexpr IoCode kIoNoMemory = 41;      ///< no memory for what the transfer needs
 inline constexpr IoCode kIoHost = 1000;
 
 /// What an I/O code means, in words.

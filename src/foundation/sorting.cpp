@@ -1,7 +1,6 @@
 #include "foundation/sorting.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -127,143 +126,28 @@ void sortInPlace(std::span<Value> values) {
 
 // ---- ranking ----
 
-/// A block of this many values, 4 to the power 8, is ranked to its end before the next is begun,
-/// so that its values stay in the cache. The number of merges from sets of four up to a block is
-/// even: a block begins and ends in `order`.
-constexpr std::size_t kRankBlock = std::size_t{1} << 16;
-constexpr std::size_t kFour = 4;
-/// How far ahead of a merge the values are fetched.
-constexpr std::ptrdiff_t kFetchAhead = 24;
-
-/// True if the right-hand value goes ahead of the left-hand one.
-struct Smaller {
-  template <class Value>
-  bool operator()(Value right, Value left) const {
-    return right < left;
-  }
-};
-struct SmallerNanLast {
-  template <class Value>
-  bool operator()(Value right, Value left) const {
-    return right < left || (isNan(left) && !isNan(right));
-  }
-};
-
-/// The merge sort of one index; `order` and `work` have the same size, up to that of `values`.
-template <class Value, class GoesAhead>
-class Ranking {
- public:
-  Ranking(const Value* values, std::span<int32_t> order, std::span<int32_t> work)
-      : values_(values), order_(order), work_(work) {}
-
-  void run() {
-    for (std::size_t first = 0; first < order_.size(); first += kFour)
-      rankFour(first, std::min(kFour, order_.size() - first));
-    if (order_.size() <= kFour) return;
-    for (std::size_t first = 0; first < order_.size(); first += kRankBlock) {
-      const std::size_t count = std::min(kRankBlock, order_.size() - first);
-      std::span<int32_t> from = order_.subspan(first, count);
-      std::span<int32_t> to = work_.subspan(first, count);
-      for (std::size_t length = kFour; length < kRankBlock; length *= 2, std::swap(from, to))
-        mergeSets<false>(from, to, length);
-    }
-    std::span<int32_t> from = order_;
-    std::span<int32_t> to = work_;
-    for (std::size_t length = kRankBlock; length < order_.size(); length *= 2, std::swap(from, to))
-      mergeSets<true>(from, to, length);
-    if (from.data() != order_.data()) std::copy(from.begin(), from.end(), order_.begin());
-  }
-
- private:
-  [[nodiscard]] Value valueOf(int32_t place) const { return values_[place - 1]; }
-
-  /// Ranks `count` values, at most four, from `first`: pairs, then the two pairs together.
-  void rankFour(std::size_t first, std::size_t count) {
-    std::array<int32_t, kFour> set{};
-    for (std::size_t k = 0; k < count; ++k) set[k] = static_cast<int32_t>(first + k + 1);
-    for (std::size_t k = 0; k + 1 < count; k += 2)
-      if (goesAhead_(valueOf(set[k + 1]), valueOf(set[k]))) std::swap(set[k], set[k + 1]);
-    const std::size_t half = std::min<std::size_t>(2, count);
-    mergeTwo(set.data(), set.data() + half, set.data() + half, set.data() + count, order_.data() + first);
-  }
-
-  template <bool fetch>
-  void mergeSets(std::span<const int32_t> from, std::span<int32_t> to, std::size_t length) {
-    for (std::size_t first = 0; first < from.size(); first += 2 * length) {
-      const int32_t* left = from.data() + first;
-      const std::size_t rest = from.size() - first;
-      const int32_t* right = left + std::min(length, rest);
-      const int32_t* end = left + std::min(2 * length, rest);
-      int32_t* out = to.data() + first;
-      if (right == end || !goesAhead_(valueOf(*right), valueOf(right[-1])))
-        std::copy(left, end, out);
-      else if (goesAhead_(valueOf(end[-1]), valueOf(*left)))
-        std::copy(left, right, std::copy(right, end, out));
-      else if (rest >= 2 * length)
-        mergeEqual<fetch>(left, out, length);
-      else
-        mergeTwo(left, right, right, end, out);
-    }
-  }
-
-  void mergeTwo(const int32_t* left, const int32_t* leftEnd, const int32_t* right, const int32_t* rightEnd,
-                int32_t* to) {
-    while (left < leftEnd && right < rightEnd)
-      *to++ = goesAhead_(valueOf(*right), valueOf(*left)) ? *right++ : *left++;
-    std::copy(right, rightEnd, std::copy(left, leftEnd, to));
-  }
-
-  /// Merges two sets of one length, the right one behind the left, from both ends at once: `length`
-  /// places are filled from the front and as many from the back, so that neither walk can leave
-  /// its set, the two do not wait for each other, and no branch depends on the values.
-  template <bool fetch>
-  void mergeEqual(const int32_t* set, int32_t* to, std::size_t length) {
-    const int32_t* left = set;
-    const int32_t* right = set + length;
-    const int32_t* leftEnd = set + length;
-    const int32_t* rightEnd = leftEnd + length;
-    int32_t* toEnd = to + 2 * length;
-    const auto step = [&] {
-      const bool ahead = goesAhead_(valueOf(*right), valueOf(*left));
-      *to++ = ahead ? *right : *left;
-      right += ahead;
-      left += !ahead;
-      const bool leftLast = goesAhead_(valueOf(rightEnd[-1]), valueOf(leftEnd[-1]));
-      *--toEnd = leftLast ? leftEnd[-1] : rightEnd[-1];
-      leftEnd -= leftLast;
-      rightEnd -= !leftLast;
-    };
-    std::size_t k = 0;
-    if constexpr (fetch) {
-      for (; k + std::size_t{kFetchAhead} < length; ++k) {
-        __builtin_prefetch(values_ + left[kFetchAhead] - 1);
-        __builtin_prefetch(values_ + right[kFetchAhead] - 1);
-        __builtin_prefetch(values_ + leftEnd[-1 - kFetchAhead] - 1);
-        __builtin_prefetch(values_ + rightEnd[-1 - kFetchAhead] - 1);
-        step();
-      }
-    }
-    for (; k < length; ++k) step();
-  }
-
-  const Value* values_;
-  std::span<int32_t> order_;
-  std::span<int32_t> work_;
-  GoesAhead goesAhead_;
-};
-
+/// Ranks by sorting copies of the values, each with its place. Places differ, so the order is stable
+/// whatever the sort. NaNs need no comparison: they come last, in input order.
 template <class Value>
 int rank(std::span<const Value> values, std::span<int32_t> order) {
+  struct Placed {
+    Value value;
+    int32_t place;
+    bool operator<(const Placed& other) const {
+      return value < other.value || (!(other.value < value) && place < other.place);
+    }
+  };
   const std::size_t count = std::min(values.size(), order.size());
   if (count > static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) return kFailure;
-  if (count == 0) return kSuccess;
-  const auto work = tryArray<int32_t>(count);
-  if (work == nullptr) return kFailure;
-  const std::span<const Value> ranked = values.first(count);
-  if (std::any_of(ranked.begin(), ranked.end(), isNan<Value>))
-    Ranking<Value, SmallerNanLast>(ranked.data(), order.first(count), {work.get(), count}).run();
-  else
-    Ranking<Value, Smaller>(ranked.data(), order.first(count), {work.get(), count}).run();
+  const auto placed = tryArray<Placed>(count);
+  if (placed == nullptr) return kFailure;
+  std::size_t numbers = 0;
+  std::size_t last = count;
+  for (std::size_t i = 0; i < count; ++i)
+    placed[isNan(values[i]) ? --last : numbers++] = {values[i], static_cast<int32_t>(i) + 1};
+  std::reverse(placed.get() + numbers, placed.get() + count);
+  if (!std::is_sorted(placed.get(), placed.get() + numbers)) std::sort(placed.get(), placed.get() + numbers);
+  std::transform(placed.get(), placed.get() + count, order.begin(), [](const Placed& p) { return p.place; });
   return kSuccess;
 }
 

@@ -22,11 +22,12 @@ void insertionSort(std::span<double> values);
 void insertionSort(std::span<float> values);
 void insertionSort(std::span<int32_t> values);
 
-/// Stable ranking (bottom-up merge sort of an index): afterwards order[0], order[1], ... are the
+/// Stable ranking: afterwards order[0], order[1], ... are the
 /// places, counted from 1, of `values` in ascending order; equal values keep their input order.
 /// Ranks the first n values with n the smaller of the two sizes; what `order` holds beyond n stays
-/// as it is. n log n with one extra array of n integers. -1, with nothing reported and `order` as
-/// it was, if there is no memory for that array or n is beyond 32 bits.
+/// as it is. n log n, linear where the values are in order, with one extra array of n values and
+/// their places. -1, with nothing reported and `order` as it was, if there is no memory for that array or
+/// n is beyond 32 bits.
 [[nodiscard]] int mergeRank(std::span<const double> values, std::span<int32_t> order);
 [[nodiscard]] int mergeRank(std::span<const float> values, std::span<int32_t> order);
 [[nodiscard]] int mergeRank(std::span<const int32_t> values, std::span<int32_t> order);

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
+#include <new>
 
+#include "foundation/memory.h"
 #include "foundation/text.h"
 
 namespace terrain {
@@ -89,6 +92,21 @@ void TextFile::rewind() {
 
 // ---- direct-access files ----
 
+namespace {
+/// Like tryResize, without the limit on blocks of data: the buffer's lists serve grids that obey it.
+template <class T>
+bool resized(std::vector<T>& list, std::size_t count) {
+  const auto bytes = byteCount(count, sizeof(T));
+  if (!bytes || !machineHas(*bytes)) return false;
+  try {
+    list.resize(count);
+  } catch (const std::exception&) {  // bad_alloc, length_error
+    return false;
+  }
+  return true;
+}
+}  // namespace
+
 RecordFile::RecordFile(platform::File file, std::string name, std::size_t recordLength)
     : file_(std::move(file)), name_(std::move(name)), recordLength_(recordLength) {}
 
@@ -132,27 +150,11 @@ IoCode RecordFile::writeBytes(std::uint64_t offset, std::span<const std::byte> i
 
 RecordFile::Page* RecordFile::pageFor(std::uint64_t number, IoCode& code) {
   if (number < table_.size() && table_[number] != nullptr) return table_[number];
-  Page* page = nullptr;
-  if (pages_.size() < kMostPages) {
-    pages_.push_back(std::make_unique<Page>());
-    page = pages_.back().get();
-    page->bytes = std::make_unique<std::byte[]>(kPageBytes);
-  } else {
-    // The first page that was not used since the hand last passed it gives up its place.
-    while (pages_[hand_]->used) {
-      pages_[hand_]->used = false;
-      hand_ = (hand_ + 1) % pages_.size();
-    }
-    page = pages_[hand_].get();
-    hand_ = (hand_ + 1) % pages_.size();
-    code = writeOut(*page);
-    if (code != kIoOk) {
-      page->used = true;
-      return nullptr;
-    }
-    if (page->number < table_.size() && table_[page->number] == page) table_[page->number] = nullptr;
-    std::memset(page->bytes.get(), 0, kPageBytes);
-  }
+  code = growTable(number);
+  if (code != kIoOk) return nullptr;
+  Page* page = vacantPage(code);
+  if (page == nullptr) return nullptr;
+  std::memset(page->bytes.get(), 0, kPageBytes);
   page->number = number;
   page->changed = false;
   page->used = true;
@@ -163,9 +165,71 @@ RecordFile::Page* RecordFile::pageFor(std::uint64_t number, IoCode& code) {
     page->valid = 0;
     return nullptr;
   }
-  if (number >= table_.size()) table_.resize(number + 1, nullptr);
   table_[number] = page;
   return page;
+}
+
+/// Gives the table an entry for a page; where memory is short all pages but one make way for it.
+IoCode RecordFile::growTable(std::uint64_t number) {
+  if (number < table_.size()) return kIoOk;
+  const std::size_t entries = static_cast<std::size_t>(number) + 1;
+  if (resized(table_, std::max(entries, 2 * table_.size())) || resized(table_, entries)) return kIoOk;
+  const IoCode code = releasePages(1);
+  if (code != kIoOk) return code;
+  return resized(table_, entries) ? kIoOk : kIoNoMemory;
+}
+
+/// A page that holds nothing: a new one, or, where there are enough or memory is short, the first that was
+/// not used since the hand last passed it.
+RecordFile::Page* RecordFile::vacantPage(IoCode& code) {
+  if (pages_.size() < mostPages_) {
+    if (Page* page = newPage()) return page;
+    mostPages_ = pages_.size();
+  }
+  if (pages_.empty()) {
+    mostPages_ = kMostPages;  // there may be memory later
+    code = kIoNoMemory;
+    return nullptr;
+  }
+  while (pages_[hand_]->used) {
+    pages_[hand_]->used = false;
+    hand_ = (hand_ + 1) % pages_.size();
+  }
+  Page* page = pages_[hand_].get();
+  hand_ = (hand_ + 1) % pages_.size();
+  code = writeOut(*page);
+  if (code != kIoOk) {
+    page->used = true;
+    return nullptr;
+  }
+  unlist(*page);
+  return page;
+}
+
+/// Null where memory is short.
+RecordFile::Page* RecordFile::newPage() {
+  std::unique_ptr<Page> page(new (std::nothrow) Page);
+  if (page == nullptr) return nullptr;
+  page->bytes.reset(new (std::nothrow) std::byte[kPageBytes]);
+  if (page->bytes == nullptr || !resized(pages_, pages_.size() + 1)) return nullptr;
+  pages_.back() = std::move(page);
+  return pages_.back().get();
+}
+
+void RecordFile::unlist(const Page& page) {
+  if (page.number < table_.size() && table_[page.number] == &page) table_[page.number] = nullptr;
+}
+
+/// Writes out and frees the last pages until `kept` are left.
+IoCode RecordFile::releasePages(std::size_t kept) {
+  hand_ = 0;
+  while (pages_.size() > kept) {
+    const IoCode code = writeOut(*pages_.back());
+    if (code != kIoOk) return code;
+    unlist(*pages_.back());
+    pages_.pop_back();
+  }
+  return kIoOk;
 }
 
 RecordFile::Page* RecordFile::load(std::uint64_t number, std::size_t needed, IoCode& code) {
@@ -207,11 +271,7 @@ void RecordFile::abandon() {
 IoCode RecordFile::dropPages() {
   if (pages_.empty()) return kIoOk;
   const IoCode code = flush();
-  if (code != kIoOk) return code;
-  pages_.clear();
-  table_.clear();
-  hand_ = 0;
-  return kIoOk;
+  return code != kIoOk ? code : releasePages(0);
 }
 
 std::uint64_t RecordFile::size() {

@@ -56,7 +56,8 @@ class TextFile {
 
 /// A direct-access file of records of one length, numbered from 1. Short records go through a
 /// buffer of pages, so that scattered cells cost a look-up and not a system call; records of a
-/// page or more go straight to the file. What was last written is what is read; closing
+/// page or more go straight to the file. Where memory is short fewer pages are kept, at least one;
+/// kIoNoMemory tells that there is not even that. What was last written is what is read; closing
 /// writes the buffer out.
 class RecordFile {
  public:
@@ -119,6 +120,11 @@ class RecordFile {
   [[nodiscard]] bool paged(std::size_t length) const { return length < kPageBytes / 16; }
   Page* load(std::uint64_t number, std::size_t needed, IoCode& code);
   Page* pageFor(std::uint64_t number, IoCode& code);
+  Page* vacantPage(IoCode& code);
+  Page* newPage();
+  void unlist(const Page& page);
+  IoCode growTable(std::uint64_t number);
+  IoCode releasePages(std::size_t kept);
   IoCode writeOut(Page& page);
   IoCode dropPages();
 
@@ -127,7 +133,8 @@ class RecordFile {
   std::size_t recordLength_;
   std::vector<Page*> table_;  // by page number; null where the page is not held
   std::vector<std::unique_ptr<Page>> pages_;
-  std::size_t hand_ = 0;  // where the next sweep begins
+  std::size_t mostPages_ = kMostPages;  // fewer once memory was short
+  std::size_t hand_ = 0;                // where the next sweep begins
 };
 
 enum class Closing { keep, erase };

@@ -302,7 +302,7 @@ int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& o
     table.clear();
     return result;
   };
-  if (code == ByteWriter::kNoMemory)
+  if (code == kIoNoMemory)
     return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
   if (code != kIoOk) return giveUp(reportError({.routine = kTag, .code = readFailure(code), .file = path}));
 

@@ -75,7 +75,7 @@ int ShapefileReader::fault(std::string_view what, int64_t record) const {
 
 int ShapefileReader::load() {
   const IoCode code = readWholeFile(name_, bytes_);
-  if (code == ByteWriter::kNoMemory)
+  if (code == kIoNoMemory)
     return reportError(
         {.routine = routine_, .code = kCannotAllocate, .file = name_, .text = "shapefile component files"});
   if (code != kIoOk)

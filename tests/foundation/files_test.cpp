@@ -1,7 +1,7 @@
 #include "foundation/files.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/resource.h>
 
 #include <fstream>
 #include <random>
@@ -108,6 +108,34 @@ TEST_F(Files, RecordsReadAsTheyWereWrittenWhateverTheirLength) {
   EXPECT_EQ(readFile(name).size(), size);
   EXPECT_EQ(std::memcmp(readFile(name).data(), shadow.data(), size), 0);
 }
+
+#if !defined(__SANITIZE_ADDRESS__)  // which needs address space of its own
+TEST_F(Files, RecordsOutliveAShortageOfMemory) {
+  const auto withLittleMemory = [&] {
+    RecordFile file(platform::File(), "", 8);
+    if (file.file().open(dir_.path() + "records", platform::Open::create) != kIoOk) std::_Exit(1);
+    std::uint64_t pages = 0;  // of the process, as the host counts them
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlim_t most = pages * 4096 + (8U << 20);
+    const rlimit limit{most, most};
+    ::setrlimit(RLIMIT_AS, &limit);
+    constexpr std::size_t kPages = RecordFile::kMostPages;  // 32 MiB
+    std::array<std::byte, 8> cell{};
+    bool same = true;
+    for (std::size_t i = 0; i < kPages; ++i) {
+      cell.fill(static_cast<std::byte>(i));
+      same = same && file.writeBytes(i * RecordFile::kPageBytes, cell) == kIoOk;
+    }
+    for (std::size_t i = 0; i < kPages; ++i) {
+      same = same && file.readBytes(i * RecordFile::kPageBytes, cell) == kIoOk;
+      same = same && cell[7] == static_cast<std::byte>(i);
+    }
+    same = same && file.writeBytes(std::uint64_t{1} << 50, cell) == kIoNoMemory;
+    std::_Exit(same ? 0 : 2);
+  };
+  EXPECT_EXIT(withLittleMemory(), ::testing::ExitedWithCode(0), "");
+}
+#endif
 
 TEST_F(Files, ScratchNamesStepOverWhatIsThere) {
   writeFile(dir_.path() + "Scratch0", "old");

@@ -216,7 +216,7 @@ TEST(MergeRank, RanksAsManyAsTheShorterArrayHolds) {
 }
 
 TEST(MergeRank, FailsWithoutMemoryAndLeavesTheOrder) {
-  memoryLimits().largestBlock = 100;
+  memoryLimits().largestBlock = 200;
   std::vector<int32_t> order(26, -1);
   const int status = mergeRank(std::vector<float>(26, 0.0F), order);
   const int small = mergeRank(std::vector<float>(25, 0.0F), order);
