@@ -1,4 +1,5 @@
-# Installs the build into a folder of its own, builds this project against it and runs its programs.
+# Installs the build into a folder of its own, builds this project against it and runs its programs. The
+# program that the README shows is one of them.
 set(work ${BUILD}/package_check)
 file(REMOVE_RECURSE ${work})
 file(MAKE_DIRECTORY ${work}/data)
@@ -13,7 +14,15 @@ if(SANITIZE)
   set(flags "-fsanitize=${SANITIZE}")
 endif()
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${work}/prefix)
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${work}/build -DCMAKE_PREFIX_PATH=${work}/prefix -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${flags})
+file(READ ${README} readme)
+string(REGEX MATCH "```cpp\n([^`]*)```" found "${readme}")
+if(NOT found)
+  message(FATAL_ERROR "no program in ${README}")
+endif()
+file(WRITE ${work}/readme.cpp "${CMAKE_MATCH_1}")
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${work}/build -G ${GENERATOR} -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM} -DCMAKE_PREFIX_PATH=${work}/prefix
+  -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${flags} -DREADME_PROGRAM=${work}/readme.cpp)
 run(${CMAKE_COMMAND} --build ${work}/build)
 run(${work}/build/synthetic_landscape ${work}/data)
 run(${work}/build/open_grid ${work}/data/elev_valley)
+run(${work}/build/readme_program ${work}/data/elev_valley)

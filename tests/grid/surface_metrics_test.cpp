@@ -11,6 +11,7 @@
 #include "grid/surface_raster.h"
 #include "support/grids.h"
 #include "support/plain_surface.h"
+#include "support/real_data.h"
 
 namespace terrain::test {
 namespace {
@@ -430,11 +431,10 @@ TEST_P(Surface, OneRasterAloneAndNoMemoryForTheRestGiveTheSame) {
 }
 
 TEST_P(Surface, RastersOfRealTerrainAreTheMetricsOfEveryCell) {
-#ifdef TERRAIN_TEST_DATA
+  SKIP_WITHOUT_REAL_DATA();
   for (const char* name : {"small", "medium_ridges", "small_gully"}) {
     SCOPED_TRACE(name);
-    const std::string file = std::string(TERRAIN_TEST_DATA) + "/raster/" + name;
-    if (!platform::fileExists(file + ".flt")) GTEST_SKIP() << "no test data: " << file << ".flt";
+    const std::string file = dataFolder() + "/raster/" + name;
     R4Grid_type elev;
     ASSERT_EQ(ReadGrid(elev, file, {.onDisk = GetParam() == Storage::disk}), 0);
     for (const double cells : {0.5, 3.7, 10.0})
@@ -446,9 +446,6 @@ TEST_P(Surface, RastersOfRealTerrainAreTheMetricsOfEveryCell) {
                   kAll);
     ASSERT_FALSE(HasFailure());
   }
-#else
-  GTEST_SKIP() << "the directory of the test data is not known to this build";
-#endif
 }
 
 }  // namespace
