@@ -1,9 +1,8 @@
-// Delimited text into a table. The file is read twice from front to back, once for the types of the
-// columns and the number of records, once for the values, so that no more than a line of it is held.
+// Delimited text read into a table. The file is read twice, for the types of the columns and the number of
+// records, then for the values, so that no more than one line is in memory.
 
 #include <algorithm>
-#include <new>
-#include <stdexcept>
+#include <exception>
 #include <vector>
 
 #include "foundation/field_text.h"
@@ -42,7 +41,7 @@ class Lines {
   bool next() {
     while (file_.readLine(line_, limit_)) {
       ++number_;
-      if (line_.size() >= limit_) {  // such a line would drive the machine out of memory
+      if (line_.size() >= limit_) {  // such a line would exhaust the memory of the machine
         noMemory_ = true;
         return false;
       }
@@ -77,7 +76,7 @@ class Lines {
   bool noMemory_ = false;
 };
 
-// ---- first reading: names, types, number of records ----
+// ---- first pass: names, types, number of records ----
 
 struct Heading {
   std::vector<std::string> names;
@@ -132,7 +131,7 @@ AttributeType attributeOf(std::string_view name, const ColumnFormat& format) {
   return attribute;
 }
 
-/// Where the cells of a column go.
+/// The column that the cells at one position of a line are stored in.
 struct Target {
   FieldContent* content = nullptr;  ///< null for a column without values, which the table does not have
   int64_t cutTexts = 0;
@@ -146,15 +145,15 @@ int addColumns(DataTableType& table, const Lines& lines, const Heading& heading,
   std::vector<std::size_t> sources;  // the cell of each column
   for (std::size_t f = 0; f < numFields; ++f) {
     const ColumnFormat format = heading.columns[f].format();
-    if (kindOf(format.dataType) == FieldKind::unknown) {  // no memory goes to what the table will not have
+    if (kindOf(format.dataType) == FieldKind::unknown) {  // the table has no such column
       fail(kAddTag, "Unknown data type " + std::string(format.dataType));
       continue;
     }
     list.push_back(attributeOf(heading.names[f], format));
     sources.push_back(f);
   }
-  // A whole record has a character for each of its cells. A table of which next to nothing stands in
-  // the file comes from a damaged file, and would take memory out of all proportion to it.
+  // A complete record has a character for each of its cells. A table whose cells are mostly missing from the
+  // file comes from a damaged file, and would take far more memory than the file has bytes.
   constexpr std::uint64_t kFewCells = std::uint64_t{1} << 20;
   const auto records = static_cast<std::uint64_t>(heading.numRecords);
   const std::uint64_t room = std::max(kFewCells, 8 * lines.fileSize());
@@ -174,7 +173,7 @@ int addColumns(DataTableType& table, const Lines& lines, const Heading& heading,
   return kSuccess;
 }
 
-// ---- second reading: values ----
+// ---- second pass: values ----
 
 enum class Stored { yes, unreadable, noMemory };
 
@@ -182,24 +181,24 @@ Stored store(std::string_view text, TextColumn& column, std::size_t record, Targ
   if (text.size() > kTextLength) ++target.cutTexts;
   return column.set(record, text) ? Stored::yes : Stored::noMemory;
 }
-/// A blank number leaves the nodata that the column is filled with.
+/// A blank cell leaves the nodata with which the column was filled.
 template <class T>
 Stored store(std::string_view text, std::vector<T>& column, std::size_t record, Target& /*target*/) {
-  text = leftAdjusted(trimmedField(text));  // as its type was found
+  text = leftAdjusted(trimmedField(text));  // as when the type was inferred
   if (text.empty()) return Stored::yes;
   return isDelimitedNumber(text) && parseNumber(text, column[record]) ? Stored::yes : Stored::unreadable;
 }
 
-/// Cells beyond the heading's are passed over; a line that ends early leaves nodata in the others.
+/// Cells beyond those of the heading are ignored; a line that ends early leaves nodata in the others.
 int readRecord(Lines& lines, std::span<Target> targets, std::size_t record) {
   DelimitedLine cells = lines.cells();
   std::string_view cell;
   for (Target& target : targets) {
     if (!cells.next(cell)) break;
     if (target.content == nullptr) continue;
-    Stored stored = Stored::yes;
-    visitColumn(*target.content,
-                [&](auto& column) { stored = store(trimmed(cell), column, record, target); });
+    const Stored stored = visitColumn(
+        *target.content, [&](auto& column) { return store(trimmed(cell), column, record, target); },
+        [] { return Stored::yes; });
     if (stored == Stored::noMemory) return cannotAllocate(kTag, "newField%char");
     if (stored == Stored::unreadable)
       return reportError({.routine = kTag,
@@ -231,10 +230,10 @@ int readRecords(Lines& lines, std::span<Target> targets, int64_t numRecords) {
 
 // ---- files ----
 
-/// True if the file is open as `unit` and not empty; else the reason is told.
+/// Opens the file as `unit`. False, after a report, if that fails or the file is empty.
 bool openFile(std::string_view path, int32_t unit) {
   if (!platform::fileExists(path) && !platform::isDirectory(path)) {
-    reportError({.routine = kOpenTag, .message1 = "  Cannot find " + std::string(path)});
+    fail(kOpenTag, "  Cannot find " + std::string(path));
     return false;
   }
   if (units().openText(unit, path, platform::Open::read) != kIoOk) {
@@ -265,18 +264,13 @@ int readDelimited(DataTableType& table, std::string_view path, DelimitedPart par
   table.clear();
   Attempt attempt{table.status};
   int result = kFailure;
-  try {
+  try {  // lines and names are strings, which grow with the file
     result = readFile(table, trimmed(path), part);
-  } catch (const std::bad_alloc&) {
-    reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "lines"});
-  } catch (const std::length_error&) {
+  } catch (const std::exception&) {  // bad_alloc, length_error
     reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "lines"});
   }
-  if (result != kSuccess) {
-    table.clear();
-    return kFailure;
-  }
-  return attempt.succeed();
+  if (result != kSuccess) table.clear();
+  return attempt.end(result);
 }
 
 }  // namespace terrain

@@ -1,4 +1,4 @@
-// A table as delimited text: every line begins with one blank, as all free-format lines do.
+// A table written as delimited text: every line begins with one blank, as all free-format lines do.
 
 #include <algorithm>
 #include <optional>
@@ -31,22 +31,21 @@ struct Column {
   int64_t joinedLines = 0;  ///< texts of several lines
 };
 
-/// The fields to write; one of a type without values is named and passed over. A field without values
+/// The fields to write; one of a type without values is logged and left out. A field without values
 /// in memory is a failure unless there are no records.
 int chooseColumns(const DataTableType& table, bool csvOnly, std::vector<Column>& columns) {
   const std::vector<std::string> outNames = table.FieldOutNames();
   for (std::size_t f = 0; f < table.field.size(); ++f) {
     const FieldContent& content = *table.field[f];
     if (!content.outFlag || (csvOnly && !content.csvFlag)) continue;
-    std::size_t held = 0;
-    const bool known = visitColumn(content, [&held](const auto& values) { held = values.size(); });
-    if (!known) {
+    const std::optional<std::size_t> held = numValues(content);
+    if (!held) {
       putMessage(unwrittenField(content));
       continue;
     }
-    if (std::cmp_less(held, table.numRecords))
+    if (std::cmp_less(*held, table.numRecords))
       return fail(kTag, "Field has no values in memory: " + std::string(content.name.trimmed()));
-    tellDecimals(content);
+    logDecimals(content);
     columns.push_back({&content, outNames[f]});
   }
   return kSuccess;
@@ -57,16 +56,14 @@ int orderById(DataTableType& table, std::vector<int32_t>& recOrder) {
   if (table.IDfield < 1) return kSuccess;
   const auto count = static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0));
   std::vector<int64_t> ID;
-  bool there = tryAllocate(ID, count) && tryAllocate(recOrder, count);
-  if (there) {
-    for (std::size_t r = 0; r < count; ++r)  // an ID that does not read is reported and counts as -9999
-      table.ReadI8Value(table.IDfield, static_cast<int64_t>(r) + 1, ID[r]);
-    there = mergeRank(ID, recOrder) == kSuccess;
-  }
-  return there ? kSuccess : cannotAllocate(kTag, "ID and recOrder");
+  const auto noMemory = [] { return cannotAllocate(kTag, "ID and recOrder"); };
+  if (!tryAllocate(ID, count) || !tryAllocate(recOrder, count)) return noMemory();
+  for (std::size_t r = 0; r < count; ++r)  // an ID that cannot be read is reported and counts as -9999
+    table.ReadI8Value(table.IDfield, static_cast<int64_t>(r) + 1, ID[r]);
+  return mergeRank(ID, recOrder) == kSuccess ? kSuccess : noMemory();
 }
 
-/// Makes the line of one record after the other.
+/// Makes the lines of the records.
 class RecordLine {
  public:
   RecordLine(std::span<Column> columns, std::optional<int32_t> nodataOut)
@@ -81,7 +78,11 @@ class RecordLine {
         append(values[static_cast<std::size_t>(record) - 1], column, c == 0);
       });
       if (line_.size() > columns_.size() * kFieldRoom)
-        return fail(record, column, path, "Record exceeded RecordLength");
+        return reportError({.routine = kTag,
+                            .code = kOwnWords,
+                            .file = path,
+                            .message1 = "Record exceeded RecordLength",
+                            .message2 = "Record " + freeText(record) + ", field " + column.name});
       if (c + 1 < columns_.size()) line_ += ',';
     }
     return kSuccess;
@@ -89,14 +90,6 @@ class RecordLine {
   [[nodiscard]] std::string_view text() const { return line_; }
 
  private:
-  static int fail(int64_t record, const Column& column, std::string_view path, std::string_view message) {
-    return reportError({.routine = kTag,
-                        .code = kOwnWords,
-                        .file = path,
-                        .message1 = message,
-                        .message2 = "Record " + freeText(record) + ", field " + column.name});
-  }
-
   void append(std::string_view text, Column& column, bool first) {
     if (text.find_first_of("\r\n") == std::string_view::npos) {
       appendCell(line_, text, first);
@@ -122,7 +115,7 @@ class RecordLine {
       text_.set(value);
     else
       text_.set(value, column.content->decimals);
-    if (!text_.isNumber()) {  // the words for them would make text of the column: blank is a missing number
+    if (!text_.isNumber()) {  // their words would turn the column into text: blank is a missing number
       ++column.lost;
       return;
     }
@@ -169,14 +162,14 @@ int writeRecords(DataTableType& table, TextFile& file, std::span<const int32_t> 
   return kSuccess;
 }
 
-void tellLosses(std::span<const Column> columns) {
+void logLosses(std::span<const Column> columns) {
   for (const Column& column : columns) {
-    const auto tell = [&column](std::string_view what, int64_t count) {
+    const auto log = [&column](std::string_view what, int64_t count) {
       if (count > 0) putMessage("Values of " + column.name + std::string(what), count);
     };
-    tell(" that are no numbers, written as missing: ", column.lost);
-    tell(" beyond 25 characters, written as -9999: ", column.substituted);
-    tell(" whose line ends are written as blanks: ", column.joinedLines);
+    log(" that are no numbers, written as missing: ", column.lost);
+    log(" beyond 25 characters, written as -9999: ", column.substituted);
+    log(" whose line ends are written as blanks: ", column.joinedLines);
   }
 }
 
@@ -198,8 +191,8 @@ int DataTableType::WriteCSV(std::string_view path, const CsvWriteOptions& option
   writeHeading(*units().text(unit), columns);
   const int written = writeRecords(*this, *units().text(unit), recOrder, columns, options);
   if (units().close(unit) != kIoOk) return reportError({.routine = kTag, .code = kWriteError, .file = name});
-  tellLosses(columns);
-  return written == kSuccess ? attempt.succeed() : kFailure;
+  logLosses(columns);
+  return attempt.end(written);
 }
 
 }  // namespace terrain

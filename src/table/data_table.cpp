@@ -26,7 +26,12 @@ std::string withoutNuls(std::string_view text) {
   return clean;
 }
 
-/// What a new field replaces: the 10 characters of its name that a DBF file holds.
+/// The number, from 1, of the first element for which `is` holds; one must exist.
+int32_t numberWhere(const auto& list, const auto& is) {
+  return static_cast<int32_t>(std::find_if(list.begin(), list.end(), is) - list.begin()) + 1;
+}
+
+/// The name under which a new field replaces an old one: the 10 characters that a DBF file holds.
 std::string replacementKey(const AttributeType& attribute) {
   const FixedText<256>& name = attribute.outName.blank() ? attribute.name : attribute.outName;
   return std::string(trimmed(withoutNuls(cut(name.padded(), kDbfNameLength))));
@@ -60,19 +65,18 @@ std::unique_ptr<FieldContent> describe(const AttributeType& attribute) {
   return content;
 }
 
-/// Gives a new field its column. False, after a report, if there is no memory.
-bool addColumn(FieldContent& content, int64_t numRecords, int32_t fill) {
-  bool there = true;
-  const bool known = visitColumn(content, [&](auto& column) {
-    if (numRecords >= 1) there = fillColumn(column, static_cast<std::size_t>(numRecords), fill);
-  });
-  if (!known) {
-    fail(kAddTag, "Unknown data type " + std::string(content.dataType.padded()));
-  } else if (!there) {
+/// Gives a new field its column. A field of unknown type is reported and has none. -1, reported, if there is
+/// no memory.
+int addColumn(FieldContent& content, int64_t numRecords, int32_t fill) {
+  const auto add = [&](auto& column) {
+    if (numRecords < 1 || fillColumn(column, static_cast<std::size_t>(numRecords), fill)) return kSuccess;
     const std::string type(content.dataType == "C " ? "char" : content.dataType.trimmed());
-    cannotAllocate(kAddTag, "newField%" + type);
-  }
-  return there;
+    return cannotAllocate(kAddTag, "newField%" + type);
+  };
+  return visitColumn(content, add, [&content] {
+    fail(kAddTag, "Unknown data type " + std::string(content.dataType.padded()));
+    return kSuccess;
+  });
 }
 
 AttributeType attributeOf(const FieldContent& content) {
@@ -88,8 +92,8 @@ AttributeType attributeOf(const FieldContent& content) {
   return attribute;
 }
 
-/// Gives each old field with the name of an entry a name of 10 characters at most that ends in "1",
-/// entry after entry: a new name may be that of a later entry.
+/// Renames each old field that has the name of an entry, to at most 10 characters that end in "1". The
+/// entries are processed in order, as a new name may be that of a later entry.
 void renameOldFields(std::span<const std::unique_ptr<FieldContent>> fields,
                      std::span<const AttributeType> list) {
   std::multimap<std::string, FieldContent*, std::less<>> byName;
@@ -108,7 +112,7 @@ void renameOldFields(std::span<const std::unique_ptr<FieldContent>> fields,
   }
 }
 
-/// Keeps the records of an ascending list: no value stands before its new place, so they move in place.
+/// Keeps the records of an ascending list. No value moves towards the end, so this is done in place.
 template <class T>
 void keepValues(std::vector<T>& column, std::span<const int64_t> records) {
   for (std::size_t i = 0; i < records.size(); ++i)
@@ -133,10 +137,10 @@ bool copyValues(const std::vector<T>& from, std::span<const int64_t> records, st
   return true;
 }
 bool copyValues(const TextColumn& from, std::span<const int64_t> records, TextColumn& to) {
-  return to.takeFrom(from, records);
+  return to.copyFrom(from, records);
 }
 
-/// Columns of the records listed, all or, after a report, a failure.
+/// Columns of the records listed, all of them or, after a report, a failure.
 int copyColumns(std::span<const std::unique_ptr<FieldContent>> fields, std::span<const int64_t> records,
                 std::vector<std::unique_ptr<FieldContent>>& copies) {
   // They are asked for together: each alone could fit where all of them do not.
@@ -147,12 +151,13 @@ int copyColumns(std::span<const std::unique_ptr<FieldContent>> fields, std::span
   for (const auto& content : fields) {
     auto copy = std::make_unique<FieldContent>();
     static_cast<FieldDescription&>(*copy) = *content;
-    bool done = true;
-    visitColumn(*content, [&](const auto& column) {
-      if (!column.empty())
-        done = copyValues(column, records, columnOf<ElementOf<std::decay_t<decltype(column)>>>(*copy));
-    });
-    if (!done) return cannotAllocate(kTakeTag, content->name.trimmed());
+    const auto copyColumn = [&](auto type) {
+      using T = typename decltype(type)::type;
+      const auto& column = columnOf<T>(*content);
+      return column.empty() || copyValues(column, records, columnOf<T>(*copy));
+    };
+    if (!visitType(content->dataType.padded(), copyColumn, [] { return true; }))
+      return cannotAllocate(kTakeTag, content->name.trimmed());
     copies.push_back(std::move(copy));
   }
   return kSuccess;
@@ -172,9 +177,8 @@ void DataTableType::clear() {
   dbfPosition = numRecords = 0;
 }
 
-// The new fields are made whole before the table changes, so a table that has no memory for them stays
-// as it was. The ID field keeps its column when others go; where it is itself replaced, the new field
-// takes its place.
+// The new fields are complete before the table changes, so the table stays as it was if there is no memory
+// for them.
 int DataTableType::AddField(std::span<const AttributeType> newFields, const AddFieldOptions& options) {
   Attempt attempt{status};
   std::set<std::string, std::less<>> replaced;
@@ -187,34 +191,23 @@ int DataTableType::AddField(std::span<const AttributeType> newFields, const AddF
   std::vector<std::unique_ptr<FieldContent>> added;
   for (const AttributeType& attribute : newFields) {
     added.push_back(describe(attribute));
-    if (!addColumn(*added.back(), numRecords, options.fill.value_or(truncateTo<int32_t>(attribute.nodata))))
-      return kFailure;
+    const int32_t fill = options.fill.value_or(truncateTo<int32_t>(attribute.nodata));
+    if (addColumn(*added.back(), numRecords, fill) != kSuccess) return kFailure;
   }
-  FieldContent* id = fieldAt(IDfield);
-  std::string idKey;
-  std::vector<std::unique_ptr<FieldContent>> kept;
-  for (auto& content : field) {
-    if (!replaced.contains(content->name.trimmed())) {
-      kept.push_back(std::move(content));
-    } else if (content.get() == id) {
-      idKey = content->name.trimmed();
-      id = nullptr;
-    }
-  }
-  const std::size_t numKept = kept.size();
-  for (auto& content : added) kept.push_back(std::move(content));
-  field = std::move(kept);
+  const FieldContent* const id = fieldAt(IDfield);
+  const std::string idName(id == nullptr ? std::string_view() : id->name.trimmed());
+  const bool idReplaced = id != nullptr && replaced.contains(idName);
+  std::erase_if(field, [&](const auto& content) { return replaced.contains(content->name.trimmed()); });
+  const auto numKept = static_cast<int32_t>(field.size());
+  for (auto& content : added) field.push_back(std::move(content));
   nfields = static_cast<int32_t>(field.size());
-  if (id == nullptr && !idKey.empty()) {
-    const auto heir = std::find_if(newFields.begin(), newFields.end(), [&](const AttributeType& attribute) {
-      return replacementKey(attribute) == idKey;
-    });
-    IDfield = static_cast<int32_t>(numKept + static_cast<std::size_t>(heir - newFields.begin())) + 1;
-  } else if (id != nullptr) {
-    const auto here =
-        std::find_if(field.begin(), field.end(), [&](const auto& content) { return content.get() == id; });
-    IDfield = static_cast<int32_t>(here - field.begin()) + 1;
-  }
+  // The ID field keeps its column; where that was replaced, it is the field that replaces it.
+  if (idReplaced && !idName.empty())
+    IDfield = numKept + numberWhere(newFields, [&](const AttributeType& attribute) {
+                return replacementKey(attribute) == idName;
+              });
+  else if (id != nullptr && !idReplaced)
+    IDfield = numberWhere(field, [&](const auto& content) { return content.get() == id; });
   return attempt.succeed();
 }
 
@@ -246,7 +239,7 @@ int DataTableType::ApplyAttributeList(std::vector<AttributeType>& list, const Ap
     renumber(reference.second);
     for (int32_t& entry : reference.list) renumber(entry);
   }
-  return GetAttributeList(list) == kSuccess ? attempt.succeed() : kFailure;
+  return attempt.end(GetAttributeList(list));
 }
 
 int DataTableType::setRecordFlag(int64_t irec, bool value) {
@@ -261,8 +254,8 @@ int DataTableType::writeDBFfile(std::string_view path, const DbfWriteOptions& op
   return writeDbf(*this, path, options);
 }
 
-// A list that ascends drops records in place, which takes no memory and cannot fail. Any other list
-// works on copies of the columns, and the table changes only when all of them are made.
+// An ascending list drops records in place, which takes no memory and cannot fail. Any other list needs
+// copies of the columns, and the table changes only when all of them exist.
 int DataTableType::takeRecords(std::span<const int64_t> records) {
   Attempt attempt{status};
   bool ascending = true;
@@ -272,7 +265,7 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
   }
   std::vector<std::unique_ptr<FieldContent>> copies;
   if (!ascending && copyColumns(field, records, copies) != kSuccess) return kFailure;
-  if (!takeShapes(records, ascending)) return cannotAllocate(kTakeTag, "shapes");
+  if (!keepShapes(records, ascending)) return cannotAllocate(kTakeTag, "shapes");
   if (ascending) {
     for (const auto& content : field)
       visitColumn(*content, [&](auto& column) {
@@ -292,19 +285,15 @@ int NewDataTable(DataTableType& table, const NewTableOptions& options) {
     table.numRecords = std::max<int64_t>(options.numRecords.value_or(0), 0);
     if (!options.attributeList) return attempt.succeed();
     if (options.attributeList->empty()) return fail(kNewTag, "Attribute list has zero entries");
-    return table.AddField(*options.attributeList) == kSuccess ? attempt.succeed() : kFailure;
+    return attempt.end(table.AddField(*options.attributeList));
   }
   const std::string_view path = trimmed(*options.filePath);
   const std::string_view type = path.substr(path.size() - std::min<std::size_t>(path.size(), 3));
-  int result = kFailure;
-  if (type == "dbf")
-    result = readDbf(table, path, {.headerOnly = options.headerOnly});
-  else if (type == "csv")
-    result =
-        readDelimited(table, path, options.headerOnly ? DelimitedPart::columnsOnly : DelimitedPart::whole);
-  else
-    return fail(kNewTag, "Unknown file type: " + std::string(type));
-  return result == kSuccess ? attempt.succeed() : kFailure;
+  if (type == "dbf") return attempt.end(readDbf(table, path, {.headerOnly = options.headerOnly}));
+  if (type == "csv")
+    return attempt.end(
+        readDelimited(table, path, options.headerOnly ? DelimitedPart::columnsOnly : DelimitedPart::whole));
+  return fail(kNewTag, "Unknown file type: " + std::string(type));
 }
 
 }  // namespace terrain

@@ -27,7 +27,7 @@ struct FieldChoice {
 };
 struct AddFieldOptions {
   std::optional<int32_t> fill{};  ///< value of the new columns; absent: the attribute's nodata, truncated
-  bool replace = false;           ///< old fields whose name is a new one's first 10 characters go
+  bool replace = false;           ///< removes old fields whose name is the first 10 characters of a new one's
 };
 struct SetOutFlagOptions {
   std::optional<std::string_view> fieldName{};
@@ -78,7 +78,7 @@ class DataTableType {
   int32_t status = 0;
   int32_t IDfield = 0;  ///< number of the field that identifies a record; 0 or less: none
   int32_t nfields = 0;  ///< always the size of `field`
-  std::vector<std::unique_ptr<FieldContent>> field{};  ///< field n stands at n - 1
+  std::vector<std::unique_ptr<FieldContent>> field{};  ///< field n is at n - 1
   int32_t dbfUnit = 0;          ///< open file of a table read in header-only mode; closed with the table
   int32_t dbfRecordLength = 0;  ///< bytes of a record in the file, delete flag included
   int64_t dbfPosition = 0;      ///< position, from 1, of the next record of the file
@@ -97,7 +97,7 @@ class DataTableType {
 
   // ---- fields ----
   int AddField(std::span<const AttributeType> newFields, const AddFieldOptions& options = {});
-  /// Where there is no memory for the new columns, the old names and flags stay changed.
+  /// If there is no memory for the new columns, the changes to old names and flags remain.
   int ApplyAttributeList(std::vector<AttributeType>& list, const ApplyListOptions& options = {});
   int GetAttributeList(std::vector<AttributeType>& list);
   [[nodiscard]] std::string FieldName(int32_t fieldNum) const;  ///< trimmed; blank if out of range
@@ -116,7 +116,7 @@ class DataTableType {
   /// Makes the output names of the written fields unique.
   int duplicateCheck();
   int32_t RecordID(int64_t irec);  ///< -9999 without an ID field
-  /// A number below 0 stands for none; 0, or one above `nfields`, is a failure.
+  /// A number below 0 means no ID field; 0, or one above `nfields`, is a failure.
   int SetIDfield(const FieldChoice& which = {});
   void SetOutFlags(std::optional<bool> allFields = std::nullopt, std::optional<bool> idField = std::nullopt);
   int SetOutFlag(bool outFlag, const SetOutFlagOptions& options);
@@ -147,19 +147,19 @@ class DataTableType {
   int WriteCharValue(int32_t ifield, int64_t irec, std::string_view value);
 
   // ---- operations ----
-  /// Smallest and largest value above nodata; 1.7976931348623157e+308 and -9999 where there is none.
+  /// Smallest and largest value above nodata; 1.7976931348623157e+308 and -9999 if there is none.
   double Minimum(const ExtremeOptions& options);
   double Maximum(const ExtremeOptions& options);
   /// Selection flag of a record of a point, line or polygon table; numbers out of range are ignored.
   int setRecordFlag(int64_t irec, bool value);
-  /// Writes path + ".dbf", and path + ".cpg" where there is a `codePage`; an old one goes where not.
+  /// Writes path + ".dbf", and path + ".cpg" if there is a `codePage`, else an old ".cpg" is removed.
   int writeDBFfile(std::string_view path, const DbfWriteOptions& options = {});
   /// Writes delimited text with a heading, ordered by ID where there is an ID field; ".csv" is
   /// appended to a path without it.
   int WriteCSV(std::string_view path, const CsvWriteOptions& options = {});
   /// Keeps the records listed (from 1), in that order, a record as often as it is listed, with their
   /// shapes where every record has one; `numRecords` becomes their number. Links between shapes keep the
-  /// old numbers. All or, where memory runs out or a number is out of range, nothing.
+  /// old numbers. If memory runs out or a number is out of range nothing changes.
   int takeRecords(std::span<const int64_t> records);
   /// No fields, no records and no shapes, no open file.
   virtual void clear();
@@ -170,8 +170,9 @@ class DataTableType {
   [[nodiscard]] virtual bool* recordFlag(int64_t /*irec*/) { return nullptr; }
 
  private:
-  /// The shapes' part of `takeRecords`. False, with nothing changed, if there is no memory.
-  [[nodiscard]] virtual bool takeShapes(std::span<const int64_t> /*records*/, bool /*ascending*/) {
+  /// Does to the shapes what `takeRecords` does to the columns. False, with nothing changed, if there is no
+  /// memory.
+  [[nodiscard]] virtual bool keepShapes(std::span<const int64_t> /*records*/, bool /*ascending*/) {
     return true;
   }
 };
@@ -182,12 +183,12 @@ struct NewTableOptions {
   std::optional<int64_t> numRecords{};
   bool headerOnly = false;
 };
-/// Fills `table`: from a file, or empty columns from a list, or nothing. What it held before goes.
+/// Fills `table` from a file, or with empty columns from a list, or not at all. What it held before is lost.
 int NewDataTable(DataTableType& table, const NewTableOptions& options = {});
 
 /// How much of a delimited text file is read.
 enum class DelimitedPart { whole, columnsOnly };
-/// The "csv" branch of `NewDataTable`, into a cleared table. Its place is with `WriteCSV`.
+/// Reads delimited text into a table, which is cleared first; see `NewDataTable`.
 int readDelimited(DataTableType& table, std::string_view path, DelimitedPart part);
 
 }  // namespace terrain

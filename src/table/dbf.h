@@ -22,9 +22,9 @@ struct DbfField {
   FixedText<2> dataType = "U ";  ///< type of the column; the letter where no type fits
 };
 
-/// What the front of a file says, checked against the file's size.
+/// The header of a file, checked against the file's size.
 struct DbfHeader {
-  int64_t numRecords = 0;     ///< worked out from the file size where the file says 0
+  int64_t numRecords = 0;     ///< computed from the file size where the header has 0
   uint16_t headerLength = 0;  ///< offset of the first record
   uint16_t recordLength = 0;  ///< delete flag included
   std::vector<DbfField> fields{};
@@ -36,28 +36,31 @@ struct DbfHeader {
                                   std::string& fault);
 
 struct DbfReadOptions {
-  bool headerOnly = false;  ///< fields without values; the file stays open on `dbfUnit` until the table goes
+  bool headerOnly =
+      false;  ///< fields without values; the file stays open on `dbfUnit` as long as the table lives
 };
 
 /// Reads a file into a table without fields: `numRecords`, the fields in the file's order, the values.
 /// A field of a letter without a type keeps its place, without values. Every field of a known type
-/// gets its three output flags. Numbers that do not read keep the fill value -9999 and are logged,
+/// gets its three output flags. Numbers that cannot be read keep the fill value -9999 and are logged,
 /// once a field. The text of a ".cpg" file beside it becomes the table's `codePage`. Faults are
 /// reported with the file's name and leave the table without fields.
 int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options = {});
 
-/// The bytes of a file, made whole before anything is written: what cannot be written is told while an
-/// old file still stands.
+/// The bytes of a file, complete before anything is written: what cannot be written is reported while an
+/// older file is still whole.
 class DbfImage {
  public:
-  /// Settles the written fields, their flags and names, and puts the records in form. 0, or -1 with a
+  /// Chooses the written fields, sets their flags and names, and formats the records. 0, or -1 with a
   /// report that names the field and the record.
   int make(DataTableType& table, const DbfWriteOptions& options);
-  /// Writes path + ".dbf", and path + ".cpg" where the table has a `codePage`; without one an old file
-  /// of that name goes. 0, or -1 with a report.
+  /// Writes path + ".dbf", and path + ".cpg" where the table has a `codePage`; without one an older
+  /// file of that name is removed. 0, or -1 with a report.
   [[nodiscard]] int save(std::string_view path) const;
 
  private:
+  int allocate(std::span<const std::byte> header, uint64_t recordBytes);
+
   std::vector<std::byte> bytes_{};
   uint64_t blockSize_ = 0;  ///< the bytes are written in blocks of this many
   std::string codePage_{};
@@ -65,7 +68,7 @@ class DbfImage {
 
 /// Writes path + ".dbf", and ".cpg" as `DbfImage` says: the records of
 /// `options.recIndex`, in that order, or all those whose flag is set, or all. See
-/// `DataTableType::writeDBFfile`, the face of this.
+/// `DataTableType::writeDBFfile`.
 int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options = {});
 
 }  // namespace terrain

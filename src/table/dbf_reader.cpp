@@ -40,11 +40,11 @@ struct RawField {
   char letter;
   int32_t byteLength;
   int32_t decimals;
-  int32_t wordLength;  // length and decimal count taken as one number, as long text fields use it
+  int32_t wordLength;  // length and decimal count as one number, the form of long text fields
 };
 
-/// Lengths of text fields stand in 16 bits where the record then comes out right, else in 8.
-bool settleLengths(const std::vector<RawField>& raw, DbfHeader& header) {
+/// Text fields have 16-bit lengths if the record length then fits, else 8-bit ones. False if neither fits.
+bool resolveLengths(const std::vector<RawField>& raw, DbfHeader& header) {
   int64_t byWord = 1;
   int64_t byByte = 1;
   for (const RawField& field : raw) {
@@ -55,24 +55,44 @@ bool settleLengths(const std::vector<RawField>& raw, DbfHeader& header) {
   if (!words && byByte > header.recordLength) return false;
   for (const RawField& field : raw) {
     const bool word = words && field.letter == 'C';
-    DbfField& settled = header.fields.emplace_back();
-    settled.name = field.name;
-    settled.letter = field.letter;
-    settled.length = word ? field.wordLength : field.byteLength;
+    DbfField& resolved = header.fields.emplace_back();
+    resolved.name = field.name;
+    resolved.letter = field.letter;
+    resolved.length = word ? field.wordLength : field.byteLength;
     // Text has no decimals: what some writers leave in that byte must not widen the column.
-    settled.decimals = field.letter == 'C' || field.letter == 'D' ? 0 : field.decimals;
-    settled.dataType = typeOf(settled.letter, settled.length, settled.decimals);
+    resolved.decimals = field.letter == 'C' || field.letter == 'D' ? 0 : field.decimals;
+    resolved.dataType = typeOf(resolved.letter, resolved.length, resolved.decimals);
   }
   return true;
 }
 
+/// The field descriptors of a header of `length` bytes.
+std::vector<RawField> readFields(std::span<const std::byte> front, std::size_t length) {
+  std::vector<RawField> fields;
+  ByteReader in(front);
+  in.seek(kHeaderBytes);
+  while (in.position() + kFieldBytes <= length && front[in.position()] != kEndOfFields) {
+    ByteReader field = in.part(kFieldBytes);
+    const std::string_view name = field.text(10);
+    RawField& read = fields.emplace_back();
+    read.name = name.substr(0, name.find('\0'));  // some writers leave old bytes after the NUL
+    field.skip(1);
+    read.letter = static_cast<char>(field.little<uint8_t>());
+    field.skip(4);
+    read.byteLength = field.little<uint8_t>();
+    read.decimals = field.little<uint8_t>();
+    read.wordLength = read.byteLength + 256 * read.decimals;
+  }
+  return fields;
+}
+
 // ---- numbers ----
 
-enum class Reading { value, keep, bad };
+enum class Parsed { value, empty, bad };
 
 bool isSpace(char c) { return c == ' ' || c == '\0' || c == '\t'; }
 
-/// The whole token as a number, by the quick way; false where the careful one must look.
+/// The whole token as a number, for the common forms; false where the complete parser must decide.
 template <class T>
 bool quickNumber(std::string_view token, T& value) {
   const char first = token.size() > 1 && token.front() == '-' ? token[1] : token.front();
@@ -98,29 +118,30 @@ bool wholeNumber(std::string_view token, T& value) {
   return true;
 }
 
-/// One number from the bytes of a field: blanks, tabs and NULs around it; "*" throughout is nodata.
+/// One number from the bytes of a field, without the blanks, tabs and NULs around it; "*" throughout is
+/// nodata.
 template <class T>
-Reading readNumber(std::string_view slice, T& value) {
+Parsed readNumber(std::string_view slice, T& value) {
   std::size_t from = 0;
   while (from < slice.size() && isSpace(slice[from])) ++from;
   std::size_t to = from;
   while (to < slice.size() && !isSpace(slice[to])) ++to;
-  if (from == to) return Reading::keep;
+  if (from == to) return Parsed::empty;
   const std::string_view token = slice.substr(from, to - from);
-  if (to == slice.size() && quickNumber(token, value)) return Reading::value;
-  if (slice.find_first_of(",/") != std::string_view::npos) return Reading::bad;
-  if (quickNumber(token, value)) return Reading::value;
+  if (to == slice.size() && quickNumber(token, value)) return Parsed::value;
+  if (slice.find_first_of(",/") != std::string_view::npos) return Parsed::bad;
+  if (quickNumber(token, value)) return Parsed::value;
   if (token.find_first_not_of('*') == std::string_view::npos) {
     value = static_cast<T>(-9999);
-    return Reading::value;
+    return Parsed::value;
   }
   if (const Field field = FreeFormatReader(slice).next(value); field == Field::value)
-    return Reading::value;
+    return Parsed::value;
   else if (field == Field::null)
-    return Reading::keep;
+    return Parsed::empty;
   if constexpr (std::is_integral_v<T>)
-    if (wholeNumber(token, value)) return Reading::value;
-  return Reading::bad;
+    if (wholeNumber(token, value)) return Parsed::value;
+  return Parsed::bad;
 }
 
 // ---- records ----
@@ -136,64 +157,73 @@ struct Slices {
   }
 };
 
-/// Unreadable numbers of a field: told once, with the first of them.
+/// Unreadable numbers of a field, logged once, with the first of them.
 struct Unread {
   int64_t count = 0;
   int64_t firstRecord = 0;
   std::string firstText{};
 };
 
+/// Stores the values of records from `first` to before `end`, from 0. False if there is no memory.
 template <class T>
-void decode(const Slices& slices, std::size_t first, std::size_t end, std::vector<T>& column,
+bool decode(const Slices& slices, std::size_t first, std::size_t end, std::vector<T>& column,
             Unread& unread) {
   for (std::size_t r = first; r < end; ++r) {
-    if (readNumber(slices[r], column[r]) != Reading::bad) continue;
+    if (readNumber(slices[r], column[r]) != Parsed::bad) continue;
     if (unread.count++ > 0) continue;
     unread.firstRecord = static_cast<int64_t>(r) + 1;
     unread.firstText = slices[r];
   }
+  return true;
+}
+bool decode(const Slices& slices, std::size_t first, std::size_t end, TextColumn& column,
+            Unread& /*unread*/) {
+  for (std::size_t r = first; r < end; ++r)
+    if (!column.set(r, slices[r])) return false;
+  return true;
 }
 
-/// Gives the column room for all its texts, so that it need not grow. False if there is no memory.
+/// Reserves room for all texts of the column. False if there is no memory.
 bool prepareTexts(const Slices& slices, TextColumn& column) {
   std::size_t characters = 0;
   for (std::size_t r = 0; r < column.size(); ++r) characters += trimmed(cut(slices[r], kTextLength)).size();
   return column.assign(column.size(), characters);
 }
 
-int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_view records) {
-  constexpr std::size_t kBlock = 4096;  // records decoded field by field while their bytes are at hand
-  const auto count = static_cast<std::size_t>(table.numRecords);
+/// The bytes of each field in all records.
+std::vector<Slices> slicesOf(const DbfHeader& header, std::string_view records) {
   std::vector<Slices> slices;
-  std::vector<Unread> unread(header.fields.size());
   std::size_t start = 1;
   for (const DbfField& field : header.fields) {
     slices.push_back({records, header.recordLength, start, static_cast<std::size_t>(field.length)});
     start += static_cast<std::size_t>(field.length);
   }
+  return slices;
+}
+
+void logUnread(const DbfField& field, const Unread& unread) {
+  if (unread.count == 0) return;
+  putMessage("NonFatal ERROR dbf record " + freeText(unread.firstRecord) + ", " + field.name + ": " +
+             unread.firstText);
+  if (unread.count > 1) putMessage("  Records with unreadable numbers in " + field.name + ": ", unread.count);
+}
+
+int decodeRecords(DataTableType& table, const DbfHeader& header, std::string_view records) {
+  constexpr std::size_t kBlock = 4096;  // records decoded field by field while they are in the cache
+  const auto noMemory = [] { return cannotAllocate(kTag, "newField%char"); };
+  const auto count = static_cast<std::size_t>(table.numRecords);
+  const std::vector<Slices> slices = slicesOf(header, records);
+  std::vector<Unread> unread(slices.size());
   for (std::size_t f = 0; f < slices.size(); ++f)
-    if (!prepareTexts(slices[f], table.field[f]->Char)) return cannotAllocate(kTag, "newField%char");
-  bool stored = true;
+    if (!prepareTexts(slices[f], table.field[f]->Char)) return noMemory();
   for (std::size_t first = 0; first < count; first += kBlock) {
     const std::size_t end = std::min(count, first + kBlock);
     for (std::size_t f = 0; f < slices.size(); ++f) {
-      visitColumn(*table.field[f], [&](auto& column) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
-          for (std::size_t r = first; r < end; ++r) stored = column.set(r, slices[f][r]) && stored;
-        } else {
-          decode(slices[f], first, end, column, unread[f]);
-        }
-      });
+      const auto decodeBlock = [&](auto& column) { return decode(slices[f], first, end, column, unread[f]); };
+      if (!visitColumn(*table.field[f], decodeBlock, [] { return true; })) return noMemory();
     }
   }
-  if (!stored) return cannotAllocate(kTag, "newField%char");
-  for (std::size_t f = 0; f < unread.size(); ++f) {
-    if (unread[f].count == 0) continue;
-    putMessage("NonFatal ERROR dbf record " + freeText(unread[f].firstRecord) + ", " + header.fields[f].name +
-               ": " + unread[f].firstText);
-    if (unread[f].count > 1)
-      putMessage("  Records with unreadable numbers in " + header.fields[f].name + ": ", unread[f].count);
-  }
+  for (std::size_t f = 0; f < unread.size(); ++f) logUnread(header.fields[f], unread[f]);
   return kSuccess;
 }
 
@@ -241,6 +271,59 @@ std::string codePageBeside(std::string_view path) {
   return file.readAt(0, bytes) == kIoOk ? std::string(ByteReader(bytes).text(bytes.size())) : std::string();
 }
 
+void warn(std::string_view path, std::string_view what) {
+  putMessage("WARNING InitDBFfileFromDisk: input file has " + std::string(what));
+  putMessage("  File: " + std::string(trimmed(path)));
+}
+
+/// Reads the header in the first bytes of a file of `size` bytes and gives the table its fields.
+int makeFields(DataTableType& table, std::string_view path, std::span<const std::byte> front,
+               std::uint64_t size, bool withValues, DbfHeader& header) {
+  std::string fault;
+  if (!parseDbfHeader(front, size, header, fault)) return failFile(path, fault);
+  if (header.recordLength < 1) {
+    warn(path, "zero record length");
+    return kFailure;
+  }
+  if (header.numRecords == 0) warn(path, "no records");
+  table.dbfRecordLength = header.recordLength;
+  table.dbfPosition = int64_t{header.headerLength} + 1;
+  table.codePage = codePageBeside(trimmed(path));
+  table.numRecords = withValues ? header.numRecords : 0;
+  if (!header.fields.empty() && table.AddField(attributesOf(header)) != kSuccess) return kFailure;
+  table.numRecords = header.numRecords;
+  return kSuccess;
+}
+
+int readFault(std::string_view path, IoCode code) {
+  if (code == kIoNoMemory)
+    return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
+  return reportError({.routine = kTag, .code = readFailure(code), .file = path});
+}
+
+/// The fields alone; the file stays open.
+int readFront(DataTableType& table, std::string_view path, std::uint64_t size) {
+  std::vector<std::byte> bytes;
+  const IoCode code = openHeader(
+      table, path, static_cast<std::size_t>(std::min<std::uint64_t>(size, kFrontBytes + 1)), bytes);
+  if (code != kIoOk) return readFault(path, code);
+  DbfHeader header;
+  return makeFields(table, path, bytes, size, false, header);
+}
+
+int readWhole(DataTableType& table, std::string_view path) {
+  std::vector<std::byte> bytes;
+  if (const IoCode code = readWholeFile(path, bytes); code != kIoOk) return readFault(path, code);
+  DbfHeader header;
+  if (makeFields(table, path, bytes, bytes.size(), true, header) != kSuccess) return kFailure;
+  ByteReader in(bytes);
+  in.seek(header.headerLength);
+  const std::uint64_t length = static_cast<std::uint64_t>(header.numRecords) * header.recordLength;
+  if (decodeRecords(table, header, in.text(length)) != kSuccess) return kFailure;
+  table.dbfPosition += static_cast<int64_t>(length);
+  return kSuccess;
+}
+
 }  // namespace
 
 bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, DbfHeader& header,
@@ -259,21 +342,9 @@ bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, Db
   const std::size_t length = header.headerLength;
   if (length < kHeaderBytes + 1 || length > fileSize || length > front.size())
     return refuse("dbf header length " + freeText(static_cast<int32_t>(length)) + " does not fit the file");
-  if (header.recordLength < 1) return true;  // the caller tells
-  std::vector<RawField> raw;
-  while (in.position() + kFieldBytes <= length && front[in.position()] != kEndOfFields) {
-    ByteReader field = in.part(kFieldBytes);
-    const std::string_view name = field.text(10);
-    RawField& read = raw.emplace_back();
-    read.name = name.substr(0, name.find('\0'));  // some writers leave old bytes behind the NUL
-    field.skip(1);
-    read.letter = static_cast<char>(field.little<uint8_t>());
-    field.skip(4);
-    read.byteLength = field.little<uint8_t>();
-    read.decimals = field.little<uint8_t>();
-    read.wordLength = read.byteLength + 256 * read.decimals;
-  }
-  if (!settleLengths(raw, header))
+  if (header.recordLength < 1) return true;  // reported by the caller
+  const std::vector<RawField> raw = readFields(front, length);
+  if (!resolveLengths(raw, header))
     return refuse("dbf record length " + freeText(static_cast<int32_t>(header.recordLength)) +
                   " is below its fields");
   const std::uint64_t records = (fileSize - length) / header.recordLength;
@@ -288,51 +359,12 @@ bool parseDbfHeader(std::span<const std::byte> front, std::uint64_t fileSize, Db
 int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options) {
   table.clear();
   Attempt attempt{table.status};
-  const int64_t found = fsize(trimmed(path));  // tells what is wrong with the file
+  const int64_t found = fsize(trimmed(path));  // reports what is wrong with the file
   const auto size = static_cast<std::uint64_t>(std::max<int64_t>(found, 0));
   if (size < 1) return failFile(path, "fsize returned zero file length for " + std::string(trimmed(path)));
-
-  std::vector<std::byte> bytes;
-  const IoCode code =
-      options.headerOnly
-          ? openHeader(table, path, static_cast<std::size_t>(std::min<std::uint64_t>(size, kFrontBytes + 1)),
-                       bytes)
-          : readWholeFile(path, bytes);
-  const auto giveUp = [&table](int result) {
-    table.clear();
-    return result;
-  };
-  if (code == kIoNoMemory)
-    return reportError({.routine = kTag, .code = kCannotAllocate, .file = path, .text = "dbf file array"});
-  if (code != kIoOk) return giveUp(reportError({.routine = kTag, .code = readFailure(code), .file = path}));
-
-  DbfHeader header;
-  std::string fault;
-  const std::uint64_t known = options.headerOnly ? size : bytes.size();
-  if (!parseDbfHeader(bytes, known, header, fault)) return giveUp(failFile(path, fault));
-  if (header.recordLength < 1) {
-    putMessage("WARNING InitDBFfileFromDisk: input file has zero record length");
-    putMessage("  File: " + std::string(trimmed(path)));
-    return giveUp(kFailure);
-  }
-  if (header.numRecords == 0) {
-    putMessage("WARNING InitDBFfileFromDisk: input file has no records");
-    putMessage("  File: " + std::string(trimmed(path)));
-  }
-  table.dbfRecordLength = header.recordLength;
-  table.dbfPosition = int64_t{header.headerLength} + 1;
-  table.codePage = codePageBeside(trimmed(path));
-  table.numRecords = options.headerOnly ? 0 : header.numRecords;
-  if (!header.fields.empty() && table.AddField(attributesOf(header)) != kSuccess) return giveUp(kFailure);
-  table.numRecords = header.numRecords;
-  if (!options.headerOnly) {
-    ByteReader in(bytes);
-    in.seek(header.headerLength);
-    const std::uint64_t length = static_cast<std::uint64_t>(header.numRecords) * header.recordLength;
-    if (decodeRecords(table, header, in.text(length)) != kSuccess) return giveUp(kFailure);
-    table.dbfPosition += static_cast<int64_t>(length);
-  }
-  return attempt.succeed();
+  const int result = options.headerOnly ? readFront(table, path, size) : readWhole(table, path);
+  if (result != kSuccess) table.clear();
+  return attempt.end(result);
 }
 
 }  // namespace terrain

@@ -20,16 +20,16 @@ namespace {
 
 constexpr std::string_view kTag = "writeDBFfile in DataTableModule";
 constexpr std::size_t kNameLength = 10;
-constexpr int64_t kLongest = 65535;  // of header and record, whose lengths stand in 16 bits
+constexpr int64_t kLongest = 65535;  // of header and record, whose lengths have 16 bits
 constexpr int64_t kLongestNumber = 255;
 constexpr uint64_t kLargestBlock = 199999999;
 
 /// One written field.
 struct Column {
   FieldContent* content;
-  std::string name;  ///< as it stands in the file
+  std::string name;  ///< in the file
   std::size_t length;
-  std::size_t start;        ///< behind the delete flag
+  std::size_t start;        ///< after the delete flag
   int64_t lost = 0;         ///< values for which there is no number
   int64_t substituted = 0;  ///< values too large for 25 characters
 };
@@ -53,7 +53,7 @@ std::string fileName(const FieldContent& content) {
   return name;
 }
 
-/// Gives every field a name of its own; the first of equal ones keeps it.
+/// Makes the names unique; the first of equal ones stays.
 void makeNamesUnique(std::vector<Column>& columns) {
   std::set<std::string> taken;
   for (const Column& column : columns) taken.insert(column.name);
@@ -92,18 +92,17 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
     FieldContent& content = *table.field[f];
     if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag))
       continue;
-    std::size_t held = 0;
-    const bool known = visitColumn(content, [&held](const auto& column) { held = column.size(); });
-    if (!known) {
+    const std::optional<std::size_t> held = numValues(content);
+    if (!held) {
       putMessage(unwrittenField(content));
       continue;
     }
     const std::string name(content.name.trimmed());
-    if (std::cmp_not_equal(held, std::max<int64_t>(table.numRecords, 0)))
+    if (std::cmp_not_equal(*held, std::max<int64_t>(table.numRecords, 0)))
       return fail(kTag, "Field has no values in memory: " + name);
     if (lengths[f] < 1 || lengths[f] > (content.dataType == "C " ? kLongest : kLongestNumber))
       return fail(kTag, "Field length " + freeText(lengths[f]) + " out of range: " + name);
-    tellDecimals(content);
+    logDecimals(content);
     const auto length = static_cast<std::size_t>(lengths[f]);
     columns.push_back({&content, fileName(content), length, start});
     start += length;
@@ -151,16 +150,17 @@ class RecordWriter {
                std::optional<int32_t> nodataOut)
       : image_(image), first_(first), recordLength_(recordLength), nodataOut_(nodataOut) {}
 
-  /// One field of the records listed, the first of which has the place `place` in the file.
+  /// One field of the records listed, the first of which is record `place` of the file, from 0.
   int write(Column& column, std::span<const int64_t> records, std::size_t place) {
-    int result = kSuccess;
-    visitColumn(*column.content, [&](const auto& values) {
-      for (std::size_t i = 0; i < records.size() && result == kSuccess; ++i) {
+    const auto writeAll = [&](const auto& values) {
+      for (std::size_t i = 0; i < records.size(); ++i) {
         std::byte* const at = image_.data() + first_ + (place + i) * recordLength_ + 1 + column.start;
-        result = put(values[static_cast<std::size_t>(records[i]) - 1], column, at, records[i]);
+        if (put(values[static_cast<std::size_t>(records[i]) - 1], column, at, records[i]) != kSuccess)
+          return kFailure;
       }
-    });
-    return result;
+      return kSuccess;
+    };
+    return visitColumn(*column.content, writeAll, [] { return kSuccess; });
   }
 
  private:
@@ -192,7 +192,7 @@ class RecordWriter {
                                      .message2 = why})
                       : fail(kTag, why);
     }
-    copy(cut(text_.text(), column.length), at);  // only digits behind the point can go here
+    copy(cut(text_.text(), column.length), at);  // this drops decimals at most
     return kSuccess;
   }
   static void copy(std::string_view text, std::byte* at) {
@@ -248,8 +248,8 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
     const bool isText = column.content->dataType == "C ";
     out.text(isText ? "C" : "N");
     out.fill(std::byte{0}, 4);
-    // The count of decimals decides the type that a reader takes: integers have none whatever the field
-    // says of them, and reals keep theirs at any length, which only text has in 16 bits.
+    // Readers infer the type from the count of decimals: integers have none whatever the field says, and
+    // reals keep theirs at any length. Only text has a length of 16 bits.
     if (column.length < 128 || !isText) {
       out.little(static_cast<uint8_t>(column.length));
       const bool isReal = kindOf(column.content->dataType.padded()) == FieldKind::R4 ||
@@ -284,9 +284,9 @@ int writeImage(const std::string& name, std::span<const std::byte> image, uint64
   return kFailure;
 }
 
-/// Writes the name of the encoding beside the table. A table without one takes away what an older table
-/// of that name left there, which would be said of texts that it does not know.
-int settleCodePage(const std::string& name, std::string_view codePage) {
+/// Writes the name of the encoding beside the table. Without one the file that an older table of that name
+/// left is removed, as it describes other texts.
+int replaceCodePage(const std::string& name, std::string_view codePage) {
   if (codePage.empty()) {
     if (platform::fileExists(name) && platform::removeFile(name) != kIoOk)
       return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
@@ -299,10 +299,44 @@ int settleCodePage(const std::string& name, std::string_view codePage) {
   return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
 }
 
+int writeRecords(RecordWriter& writer, std::span<Column> columns, std::span<const int64_t> records) {
+  constexpr std::size_t kAtATime = 4096;  // formatted field by field while they are in the cache
+  for (std::size_t first = 0; first < records.size(); first += kAtATime) {
+    const auto some = records.subspan(first, std::min(kAtATime, records.size() - first));
+    for (Column& column : columns)
+      if (writer.write(column, some, first) != kSuccess) return kFailure;
+  }
+  return kSuccess;
+}
+
+void logLosses(std::span<const Column> columns) {
+  for (const Column& column : columns) {
+    if (column.lost > 0)
+      putMessage("Values of " + column.name + " that are no numbers, written as missing: ", column.lost);
+    if (column.substituted > 0)
+      putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
+                 column.substituted);
+  }
+}
+
 }  // namespace
 
+int DbfImage::allocate(std::span<const std::byte> header, uint64_t recordBytes) {
+  const Blocks blocks = blocksFor(header.size() + recordBytes + 1);
+  const auto size = static_cast<std::size_t>(blocks.count * blocks.size);
+  if (!tryAllocate(bytes_, size)) {
+    cannotAllocate(kTag, "dbf");
+    putConsoleLine("dbfFileSize: " + freeText(static_cast<int64_t>(size)));
+    return kFailure;
+  }
+  blockSize_ = blocks.size;
+  std::copy(header.begin(), header.end(), bytes_.begin());
+  std::fill_n(bytes_.begin() + std::ssize(header), recordBytes, std::byte{' '});
+  bytes_[header.size() + static_cast<std::size_t>(recordBytes)] = std::byte{0x1A};
+  return kSuccess;
+}
+
 int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
-  constexpr std::size_t kRecordsAtATime = 4096;  // formatted field by field while their bytes are at hand
   if (options.isFlag && options.recIndex)
     return fail(kTag, "Incompatible arguments: isFlag = TRUE and recIndex");
   std::vector<int64_t> records;
@@ -316,46 +350,24 @@ int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
                           [](std::size_t sum, const Column& c) { return sum + c.length; });
   std::vector<std::byte> header;
   writeHeader(header, columns, records.size(), recordLength, options.date);
-  const uint64_t records64 = uint64_t{recordLength} * records.size();
-  const Blocks blocks = blocksFor(header.size() + records64 + 1);
-  if (!tryAllocate(bytes_, static_cast<std::size_t>(blocks.count * blocks.size))) {
-    cannotAllocate(kTag, "dbf");
-    putConsoleLine("dbfFileSize: " + freeText(static_cast<int64_t>(blocks.count * blocks.size)));
-    return kFailure;
-  }
-  blockSize_ = blocks.size;
   codePage_ = table.codePage;
-  std::copy(header.begin(), header.end(), bytes_.begin());
-  std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(header.size()), records64, std::byte{' '});
-  bytes_[header.size() + static_cast<std::size_t>(records64)] = std::byte{0x1A};
-
+  if (allocate(header, uint64_t{recordLength} * records.size()) != kSuccess) return kFailure;
   RecordWriter writer(bytes_, header.size(), recordLength, options.nodataOut);
-  for (std::size_t first = 0; first < records.size(); first += kRecordsAtATime) {
-    const auto some = std::span(records).subspan(first, std::min(kRecordsAtATime, records.size() - first));
-    for (Column& column : columns)
-      if (writer.write(column, some, first) != kSuccess) return kFailure;
-  }
-  for (const Column& column : columns) {
-    if (column.lost > 0)
-      putMessage("Values of " + column.name + " that are no numbers, written as missing: ", column.lost);
-    if (column.substituted > 0)
-      putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
-                 column.substituted);
-  }
+  if (writeRecords(writer, columns, records) != kSuccess) return kFailure;
+  logLosses(columns);
   return kSuccess;
 }
 
 int DbfImage::save(std::string_view path) const {
   const std::string stem(trimmed(path));
   if (writeImage(stem + ".dbf", bytes_, blockSize_) != kSuccess) return kFailure;
-  return settleCodePage(stem + ".cpg", codePage_);
+  return replaceCodePage(stem + ".cpg", codePage_);
 }
 
 int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
   Attempt attempt{table.status};
   DbfImage image;
-  return image.make(table, options) == kSuccess && image.save(path) == kSuccess ? attempt.succeed()
-                                                                                : kFailure;
+  return attempt.end(image.make(table, options) == kSuccess ? image.save(path) : kFailure);
 }
 
 }  // namespace terrain

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,17 +17,17 @@ namespace terrain {
 inline constexpr std::size_t kTextLength = 256;  ///< longest text that a column or a name holds
 
 /// Texts of a column, each of at most 256 characters and read without its trailing blanks. Memory
-/// follows the text: 8 bytes a record and the characters, which stand in one block.
+/// follows the text: 8 bytes a record and the characters, which are in one block.
 class TextColumn {
  public:
-  [[nodiscard]] std::size_t size() const { return places_.size(); }
-  [[nodiscard]] bool empty() const { return places_.empty(); }
+  [[nodiscard]] std::size_t size() const { return slices_.size(); }
+  [[nodiscard]] bool empty() const { return slices_.empty(); }
   /// `count` blank texts, with room for `characters` in all. False if there is no memory.
   [[nodiscard]] bool assign(std::size_t count, std::size_t characters = 0);
-  /// Record counted from 0. Good until the next `set`.
+  /// Record counted from 0. Valid until the next `set`.
   [[nodiscard]] std::string_view operator[](std::size_t record) const {
-    const Place place = places_[record];
-    return {characters_.data() + place.start, static_cast<std::size_t>(place.length)};
+    const Slice slice = slices_[record];
+    return {characters_.data() + slice.start, static_cast<std::size_t>(slice.length)};
   }
   /// Cut at 256 characters. False, with the old text kept, if there is no memory.
   [[nodiscard]] bool set(std::size_t record, std::string_view text);
@@ -35,19 +36,19 @@ class TextColumn {
   /// Bytes that a column of the records listed (from 1) takes.
   [[nodiscard]] std::uint64_t bytesFor(std::span<const int64_t> records) const;
   /// The records of another column that are listed (from 1). False if there is no memory.
-  [[nodiscard]] bool takeFrom(const TextColumn& other, std::span<const int64_t> records);
+  [[nodiscard]] bool copyFrom(const TextColumn& other, std::span<const int64_t> records);
   void clear();
 
  private:
-  struct Place {
+  struct Slice {
     std::uint64_t start : 48 = 0;
     std::uint64_t length : 16 = 0;
   };
-  void compact();
+  [[nodiscard]] bool compact();
 
-  std::vector<Place> places_;
+  std::vector<Slice> slices_;
   std::vector<char> characters_;
-  std::size_t unused_ = 0;  // characters that no place covers any more
+  std::size_t unused_ = 0;  // characters that no slice covers any more
 };
 
 /// What is known of a column without its values.
@@ -56,7 +57,7 @@ struct FieldDescription {
   FixedText<kTextLength> name{};
   FixedText<kTextLength> outName{};  ///< name on output
   int32_t length = 0;                ///< output length in characters
-  int32_t outLength = 0;             ///< the same; below 1, `length` stands in for it
+  int32_t outLength = 0;             ///< the same; below 1, `length` is used
   int32_t fileLength = 0;            ///< length in the file that the field came from
   int32_t decimals = 0;
   bool outFlag = false;  ///< written at all
@@ -74,7 +75,7 @@ struct FieldContent : FieldDescription {
 };
 
 /// The array of one type of a column; the five types are int32_t, int64_t, float, double, TextColumn.
-/// Use it for column walks: `for (float& value : columnOf<float>(*field)) ...`
+/// For example `for (float& value : columnOf<float>(*field)) ...`
 template <class T>
 auto& columnOf(auto& field) {
   if constexpr (std::is_same_v<T, int32_t>)
@@ -89,49 +90,50 @@ auto& columnOf(auto& field) {
     return field.Char;
 }
 
-/// The type by which `columnOf` finds an array, from the array's own type.
-template <class Column>
-struct ColumnElement {
-  using type = typename Column::value_type;
-};
-template <>
-struct ColumnElement<TextColumn> {
-  using type = TextColumn;
-};
-template <class Column>
-using ElementOf = typename ColumnElement<Column>::type;
-
 enum class FieldKind { I4, I8, R4, R8, text, unknown };
 
 /// The kind of a type code, compared exactly.
 [[nodiscard]] FieldKind kindOf(std::string_view dataType);
 
-/// Calls f with the column's array; f is a template over the five. Gives false for a type without array.
-template <class Field, class F>
-bool visitColumn(Field& field, F&& f) {
-  switch (kindOf(field.dataType.padded())) {
+/// Calls f with `std::type_identity` of the type of a code's column, by which `columnOf` finds the array; the
+/// one switch over the five types. Gives what f gives, or what `otherwise` gives for a code without column.
+template <class F, class Otherwise>
+auto visitType(std::string_view dataType, F&& f, Otherwise&& otherwise) -> decltype(otherwise()) {
+  switch (kindOf(dataType)) {
     case FieldKind::I4:
-      f(field.I4);
-      return true;
+      return f(std::type_identity<int32_t>{});
     case FieldKind::I8:
-      f(field.I8);
-      return true;
+      return f(std::type_identity<int64_t>{});
     case FieldKind::R4:
-      f(field.R4);
-      return true;
+      return f(std::type_identity<float>{});
     case FieldKind::R8:
-      f(field.R8);
-      return true;
+      return f(std::type_identity<double>{});
     case FieldKind::text:
-      f(field.Char);
-      return true;
+      return f(std::type_identity<TextColumn>{});
     case FieldKind::unknown:
       break;
   }
-  return false;
+  return otherwise();
 }
 
-/// What the log says of a field that a writer leaves out, since its type has no values.
+/// Calls f with the column's array. Gives what f gives, or what `otherwise` gives for a type without array.
+template <class Field, class F, class Otherwise>
+auto visitColumn(Field& field, F&& f, Otherwise&& otherwise) -> decltype(otherwise()) {
+  return visitType(
+      field.dataType.padded(),
+      [&](auto type) -> decltype(otherwise()) { return f(columnOf<typename decltype(type)::type>(field)); },
+      otherwise);
+}
+/// The same for an f without result, which is not called for a type without array.
+template <class Field, class F>
+void visitColumn(Field& field, F&& f) {
+  visitColumn(field, f, [] {});
+}
+
+/// Number of values in the column; absent for a type without array.
+[[nodiscard]] std::optional<std::size_t> numValues(const FieldContent& field);
+
+/// The log line for a field that a writer leaves out because its type has no values.
 [[nodiscard]] std::string unwrittenField(const FieldDescription& field);
 
 }  // namespace terrain

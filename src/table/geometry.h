@@ -1,25 +1,22 @@
 #pragma once
 // The geometry of a table record: a point, a line with its parts, a polygon with its rings. Each
-// owns its arrays; an empty array is one that is not there. Plain data: a copy shares nothing.
+// owns its arrays; an absent array is empty. Plain data: a copy shares nothing.
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
 #include <limits>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
-
-#include "foundation/memory.h"
 
 namespace terrain {
 
 inline constexpr double kLargestReal8 = std::numeric_limits<double>::max();  ///< 1.7976931348623157e+308
-inline constexpr double kMissing = -9999.0;  ///< of coordinates, elevations and values that are not known
+inline constexpr double kMissing = -9999.0;  ///< a coordinate, elevation or value that is not known
 inline constexpr double kFeetPerMeter = 3.2808399200439453;      ///< the float32 3.28084 in float64
 inline constexpr double kMetersPerFootR4 = 0.30480000376701355;  ///< the float32 0.3048 in float64
-/// A measure below this is none (the mark of the file format); `kNoMeasure` is the one written.
+/// A measure below `kNoMeasureBelow` is missing, as the file format defines it; `kNoMeasure` is written for
+/// one.
 inline constexpr double kNoMeasureBelow = -1e38;
 inline constexpr double kNoMeasure = -1e39;
 
@@ -61,7 +58,7 @@ struct Box {
   }
 };
 
-/// Bytes that some arrays hold.
+/// Bytes of the elements of some arrays.
 [[nodiscard]] inline std::uint64_t bytesIn(const auto&... arrays) {
   return (std::uint64_t{0} + ... + (arrays.size() * sizeof(arrays[0])));
 }
@@ -143,36 +140,8 @@ struct PolygonType {
   int PolyParts(std::vector<int32_t>& starts) const;
 
   /// Sets the box from the vertices; -9999.0 on all sides without any.
-  void settleBox();
+  void updateBox();
   [[nodiscard]] std::uint64_t arrayBytes() const { return bytesIn(ring, x, y, dx, dy, z, m); }
 };
-
-/// Keeps the shapes of the records listed (from 1), in that order. An ascending list moves them in place
-/// and cannot fail. False, with nothing changed, if there is no memory for the copies of any other.
-template <class ShapeType>
-[[nodiscard]] bool takeShapesOf(std::vector<ShapeType>& shapes, std::span<const int64_t> records,
-                                bool ascending) {
-  const auto at = [&shapes](int64_t record) -> ShapeType& {
-    return shapes[static_cast<std::size_t>(record) - 1];
-  };
-  if (ascending) {
-    for (std::size_t i = 0; i < records.size(); ++i)
-      if (&shapes[i] != &at(records[i])) shapes[i] = std::move(at(records[i]));
-    shapes.erase(shapes.begin() + static_cast<std::ptrdiff_t>(records.size()), shapes.end());
-    return true;
-  }
-  std::uint64_t bytes = records.size() * sizeof(ShapeType);
-  for (const int64_t record : records) bytes += at(record).arrayBytes();
-  if (!memoryFor(bytes)) return false;
-  try {
-    std::vector<ShapeType> taken;
-    taken.reserve(records.size());
-    for (const int64_t record : records) taken.push_back(at(record));
-    shapes.swap(taken);
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return false;
-  }
-  return true;
-}
 
 }  // namespace terrain

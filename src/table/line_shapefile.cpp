@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
@@ -11,8 +10,7 @@
 #include "foundation/text.h"
 #include "grid/grid.h"
 #include "table/line_vectors.h"
-#include "table/shape_parts.h"
-#include "table/written_records.h"
+#include "table/outline_files.h"
 
 namespace terrain {
 
@@ -24,7 +22,7 @@ constexpr std::string_view kWriteTag = "WriteShapefile in DataTableModule";
 
 // ---- reading ----
 
-/// What decides which vertices stay, and how they are changed on the way in.
+/// Decides which vertices are kept, and shifts and converts them.
 class Clipper {
  public:
   Clipper(const LineReadOptions& options, bool feet)
@@ -39,7 +37,7 @@ class Clipper {
     return value == kMissing ? value : roundedTo(value * factor_, options_.zDecimals);
   }
   [[nodiscard]] bool hasLattice() const { return lattice_ != nullptr; }
-  /// True if a vertex stays; `cell` is its place in the lattice.
+  /// True if a vertex is kept; `cell` is its cell in the lattice.
   [[nodiscard]] bool keeps(double px, double py, ColRow& cell) const {
     if (lattice_ == nullptr) return true;
     cell = lattice_->XYtoColRow(px, py);
@@ -55,8 +53,8 @@ class Clipper {
   double factor_;
 };
 
-/// Drops vertices in place: what stays moves to the front. A part starts, counted from 0, at the number
-/// of vertices kept before it; a part that keeps none goes.
+/// Drops vertices in place: those kept move to the front. A part starts, counted from 0, at the number
+/// of vertices kept before it; a part that keeps none is dropped.
 void clip(const Clipper& clipper, ShapeParts& parts, std::vector<ColRow>& cells) {
   const std::size_t n = parts.x.size();
   std::size_t kept = 0;
@@ -89,7 +87,7 @@ void clip(const Clipper& clipper, ShapeParts& parts, std::vector<ColRow>& cells)
   if (!parts.z.empty()) parts.z.resize(kept);
 }
 
-/// Gives a segment what is left of its record. The name of the array that has no memory; blank if all have.
+/// Stores what is left of a record. The name of the array for which there is no memory; blank if all have.
 std::string_view store(SegmentType& line, ShapeParts& parts, std::span<const ColRow> cells,
                        int32_t xyDecimals) {
   for (double& x : parts.x) x = roundedTo(x, xyDecimals);
@@ -98,37 +96,28 @@ std::string_view store(SegmentType& line, ShapeParts& parts, std::span<const Col
   if (!tryCopy<int32_t>(line.parts, parts.starts)) return "Segment%parts";
   if (!tryCopy<double>(line.z, parts.z)) return "Segment%z";
   for (int32_t& start : line.parts) ++start;
-  line.col.reserve(cells.size());
-  line.row.reserve(cells.size());
-  for (const ColRow& cell : cells) {
-    line.col.push_back(cell.col);
-    line.row.push_back(cell.row);
+  if (!tryResize(line.col, cells.size()) || !tryResize(line.row, cells.size())) return kVertexArrays;
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    line.col[i] = cells[i].col;
+    line.row[i] = cells[i].row;
   }
   return {};
 }
 
-/// Reads the records that follow; `shapes` counts those that are not null.
-int readLines(ShapefileReader& file, const Clipper& clipper, int32_t xyDecimals,
-              std::vector<SegmentType>& lines, int64_t& shapes) {
-  ShapeRecord record;
-  ShapeParts parts;
+int readLines(ShapefileReader& file, const Clipper& clipper, int32_t xyDecimals, LineVectorType& table) {
+  std::vector<SegmentType> lines;
+  if (!tryAllocate(lines, static_cast<std::size_t>(table.numRecords))) return file.noMemory("segment");
+  bool anyShape = false;
   std::vector<ColRow> cells;
-  std::string why;
-  try {
-    for (SegmentType& line : lines) {
-      if (file.next(record) != kSuccess) return kFailure;
-      if (record.type == Shape::null) continue;
-      ++shapes;
-      if (!readParts(record, parts, why))
-        return why.empty() ? cannotAllocate(kReadTag, kVertexArrays) : file.fault(why, record.number);
-      clip(clipper, parts, cells);
-      if (parts.x.size() < 2) continue;
-      if (const auto array = store(line, parts, cells, xyDecimals); !array.empty())
-        return cannotAllocate(kReadTag, array);
-    }
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(kReadTag, kVertexArrays);
-  }
+  const auto storeRecord = [&](std::size_t place, ShapeParts& parts) -> std::string_view {
+    anyShape = true;
+    if (clipper.hasLattice() && !tryReserve(cells, parts.x.size())) return kVertexArrays;
+    clip(clipper, parts, cells);
+    return parts.x.size() < 2 ? std::string_view() : store(lines[place], parts, cells, xyDecimals);
+  };
+  if (readOutlines(file, table.numRecords, kVertexArrays, storeRecord) != kSuccess) return kFailure;
+  if (!anyShape && table.numRecords > 0) return fail(kReadTag, "No records within specified extent");
+  table.segment = std::move(lines);
   return kSuccess;
 }
 
@@ -138,8 +127,8 @@ void resetReference(LineVectorType& table) {
   table.prj = InputFileType{};
 }
 
-/// Says on the log what the file holds; false for a type that holds no lines.
-bool tellType(const ShapefileReader& file) {
+/// Logs the type of the file; false for a type that is not one of lines.
+bool logType(const ShapefileReader& file) {
   switch (file.type()) {
     case Shape::polyline:
       putMessage("  Reading Polyline Shapefile");
@@ -163,64 +152,27 @@ bool overlap(const Grid_Header& grid, const Clipper& clipper, const Box& box) {
 
 // ---- writing ----
 
-/// The records to write: in table order with `isFlag`, else by ID.
-int chooseLines(LineVectorType& table, bool isFlag, WrittenRecords& chosen) {
-  return chooseWrittenRecords(
-      table,
-      {.isFlag = isFlag,
-       .byID = !isFlag,
-       .routine = kWriteTag,
-       .idArrays = "ID and recIndex0 arrays",
-       .orderArray = "recOrder array"},
-      [&table](int64_t irec) {
-        const SegmentType& line = *table.segmentAt(irec);
-        return RecordSize{.parts = std::max<std::size_t>(line.parts.size(), 1), .vertices = line.x.size()};
-      },
-      chosen);
+RecordSize sizeOf(const SegmentType& line) {
+  return {.parts = std::max<std::size_t>(line.parts.size(), 1), .vertices = line.x.size()};
 }
 
-/// The arrays of one line as they go to the file.
-struct LineImage {
-  std::vector<int32_t> starts{};
-  std::vector<double> x{};
-  std::vector<double> y{};
-  std::vector<double> z{};
-};
-
-/// Part starts of the list turned round: the vertices behind the last one of each part, last part first.
-void reverseParts(std::vector<int32_t>& starts, std::size_t vertices) {
-  std::vector<int32_t> turned;
-  auto end = static_cast<int32_t>(vertices);
-  for (std::size_t part = starts.size(); part > 0; --part) {
-    turned.push_back(static_cast<int32_t>(vertices) - end);
-    end = starts[part - 1];
-  }
-  starts.swap(turned);
-}
-
-void makeImage(const SegmentType& line, const LineWriteOptions& options, bool feet, LineImage& image) {
-  image.starts = line.parts;
-  if (image.starts.empty()) image.starts.push_back(1);
-  // A start that is none may be anything: the lowest wraps round and is refused like the others.
-  for (int32_t& start : image.starts) start = static_cast<int32_t>(int64_t{start} - 1);
-  image.x = line.x;
-  image.y = line.y;
-  image.z.clear();
-  if (options.zForm) {
-    image.z = line.z;
-    if (image.z.empty()) image.z.assign(line.x.size(), kMissing);
-  }
+/// The arrays of one line as they go to the file; false if there is no memory.
+bool makeImage(const SegmentType& line, const LineWriteOptions& options, bool feet, OutlineImage& image) {
   const double factor = feet ? kFeetPerMeter : 1.0;
   const int32_t xyDecimals = options.zForm ? options.xyDecimals : 0;
-  for (double& x : image.x) x = roundedTo(x * factor, xyDecimals);
-  for (double& y : image.y) y = roundedTo(y * factor, xyDecimals);
-  for (double& z : image.z)
-    if (z != kMissing) z = roundedTo(z * factor, options.zDecimals);
-}
-
-void reverse(LineImage& image) {
-  reverseParts(image.starts, image.x.size());
-  for (auto* values : {&image.x, &image.y, &image.z}) std::reverse(values->begin(), values->end());
+  static constexpr int32_t kOnePart[] = {1};
+  const std::span<const int32_t> starts = line.parts.empty() ? kOnePart : std::span(line.parts);
+  if (!tryCopy(image.starts, starts)) return false;
+  // From 1 to 0. The lowest number, which is no start, wraps round and is refused like other bad starts.
+  for (int32_t& start : image.starts) start = static_cast<int32_t>(int64_t{start} - 1);
+  image.content = {.starts = image.starts};
+  ShapeContent& content = image.content;
+  if (!scaleValues(line.x, factor, xyDecimals, false, image.x, content.x) ||
+      !scaleValues(line.y, factor, xyDecimals, false, image.y, content.y))
+    return false;
+  if (!options.zForm) return true;
+  if (line.z.empty()) return fillValues({}, kMissing, line.x.size(), image.z, content.z);
+  return scaleValues(line.z, factor, options.zDecimals, true, image.z, content.z);
 }
 
 }  // namespace
@@ -237,78 +189,52 @@ int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const Li
   }
   if (options.mask != nullptr) table.takeReference(*options.mask);
 
-  const std::string stem(trimmed(path));
-  if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
-    return fail(kReadTag, "NewDataTable failed for " + stem);
-  if (options.IDfieldName) {
-    const std::string name(trimmed(*options.IDfieldName));
-    const int32_t number = table.FieldNumber(name);
-    if (number < 1) return fail(kReadTag, "IDfieldName not found: " + name);
-    table.IDfield = number;
-  }
-  ShapefileReader file(kReadTag, stem);
-  if (file.load() != kSuccess) return kFailure;
-  if (!tellType(file)) return file.fault("Not a file of lines");
-
   const Clipper clipper(options, table.feetConverted);
-  const Grid_Header* grid = options.grid != nullptr ? options.grid : options.mask;
-  if (grid != nullptr && table.numRecords > 0 && !overlap(*grid, clipper, file.box()))
-    return fail(kReadTag, "Grid and shapefile do not overlap");
-  if (file.checkRecords(table.numRecords) != kSuccess) return kFailure;
-  std::vector<SegmentType> lines;
-  if (!tryAllocate(lines, static_cast<std::size_t>(table.numRecords)))
-    return cannotAllocate(kReadTag, "segment");
-  int64_t shapes = 0;
-  if (readLines(file, clipper, options.xyDecimals, lines, shapes) != kSuccess) return kFailure;
-  if (shapes == 0 && table.numRecords > 0) return fail(kReadTag, "No records within specified extent");
-  table.segment = std::move(lines);
-  readProjection(stem, table.prj);
-  return attempt.succeed();
+  const Grid_Header* const grid = options.grid != nullptr ? options.grid : options.mask;
+  const auto check = [&](ShapefileReader& file) {
+    if (!logType(file)) return file.fault("Not a file of lines");
+    if (grid != nullptr && table.numRecords > 0 && !overlap(*grid, clipper, file.box()))
+      return fail(kReadTag, "Grid and shapefile do not overlap");
+    return kSuccess;
+  };
+  const auto readShapes = [&](ShapefileReader& file) {
+    return readLines(file, clipper, options.xyDecimals, table);
+  };
+  ShapefileSource source{.routine = kReadTag, .path = path, .idFieldNotFound = "IDfieldName not found: "};
+  if (options.IDfieldName) source.idField = trimmed(*options.IDfieldName);
+  return attempt.end(readShapefile(table, table.prj, source, check, readShapes));
 }
 
 int LineVectorType::WriteShapefile(std::string_view path, const LineWriteOptions& options) {
   Attempt attempt{status};
   if (options.prjFile != nullptr) prj = options.prjFile->Copy();
-  if (static_cast<int64_t>(segment.size()) != numRecords)
-    return fail(kWriteTag, "The table has " + freeText(numRecords) + " records, but " +
-                               freeText(static_cast<int64_t>(segment.size())) + " segments");
-  WrittenRecords found;
-  if (chooseLines(*this, options.isFlag, found) != kSuccess) return kFailure;
-  const uint64_t bytes =
-      shapefileBytes(found.records.size(), found.parts, found.vertices, options.zForm, false);
-  if (bytes > static_cast<uint64_t>(kLargestShapefile)) {
-    fail(kWriteTag, "shpFileSize exceeds maximum size");
-    putConsoleLine("shpFileSize: " + freeText(static_cast<int64_t>(bytes)));
-    putConsoleLine("Max size   : " + freeText(kLargestShapefile));
+  if (checkShapeCount(kWriteTag, *this, segment.size(), "segments") != kSuccess) return kFailure;
+  WrittenRecords chosen;
+  if (chooseWrittenRecords(
+          *this,
+          {.isFlag = options.isFlag,
+           .byID = !options.isFlag,
+           .routine = kWriteTag,
+           .idArrays = "ID and recIndex0 arrays",
+           .orderArray = "recOrder array"},
+          [this](int64_t irec) { return sizeOf(*shapeAt(irec)); }, chosen) != kSuccess)
     return kFailure;
-  }
-  ShapefileWriter out(options.zForm ? Shape::polylineZ : Shape::polyline, bytes, found.records.size());
-  if (!out.ok()) return cannotAllocate(kWriteTag, "shapefile component files");
-
-  ShapeRanges ranges;
-  LineImage image;
-  try {
-    for (const int64_t irec : found.records) {
-      makeImage(*segmentAt(irec), options, feetConverted, image);
-      // Tested as it stands in the table, before parts are turned.
-      const ShapeContent content{.starts = image.starts, .x = image.x, .y = image.y, .z = image.z};
-      if (const std::string why = faultOf(content); !why.empty())
-        return fail(kWriteTag, "Record " + freeText(irec) + ": " + why);
-      if (options.reverse) reverse(image);
-      writeParts(out, {.starts = image.starts, .x = image.x, .y = image.y, .z = image.z}, ranges);
-    }
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return cannotAllocate(kWriteTag, "shapefile component files");
-  }
-  if (found.records.empty()) ranges.box = {.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 0.0}};
-  if (ranges.z.empty()) ranges.z = {0, 0};
-  out.setRanges(ranges.box, ranges.z);
+  const OutlineFileOptions form{.routine = kWriteTag,
+                                .type = options.zForm ? Shape::polylineZ : Shape::polyline,
+                                .z = options.zForm,
+                                .reverse = options.reverse,
+                                .box = chosen.records.empty() ? kHeaderBox : Box{}};
   const DbfWriteOptions rows{.shpOnly = true,
                              .nodataOut = options.nodataOut,
-                             .recIndex = found.records,
+                             .recIndex = chosen.records,
                              .allFields = options.zForm && options.allFields,
                              .date = options.date};
-  return saveShapefile(kWriteTag, path, out, *this, rows, prj) == kSuccess ? attempt.succeed() : kFailure;
+  return attempt.end(writeOutlines(
+      *this, path, form, chosen,
+      [&](int64_t irec, OutlineImage& image) {
+        return makeImage(*shapeAt(irec), options, feetConverted, image);
+      },
+      rows, prj));
 }
 
 }  // namespace terrain

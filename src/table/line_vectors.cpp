@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "foundation/memory.h"
-#include "foundation/messages.h"
-#include "foundation/status.h"
+#include "table/single_values.h"
 
 namespace terrain {
 
@@ -16,31 +14,14 @@ constexpr std::string_view kColRowTag = "setColRow in DataTableModule";
 constexpr std::string_view kSetZTag = "setVertexZ in DataTableModule";
 constexpr std::string_view kVerticesTag = "Vertices in DataTableModule";
 
-/// The list with `count` entries, new ones -9999; as it was without memory.
+/// Makes the list at least `count` long; new entries are -9999. False, with the list as it was, if there is
+/// no memory.
 template <class T>
-bool growTo(std::vector<T>& list, std::size_t count) {
+bool extend(std::vector<T>& list, std::size_t count) {
   if (count <= list.size()) return true;
-  if (!memoryFor(count * sizeof(T))) return false;
-  try {
-    list.resize(count, T(-9999));
-  } catch (const std::exception&) {
-    return false;
-  }
+  if (!tryGrow(list, count - list.size())) return false;
+  list.resize(count, T(-9999));
   return true;
-}
-
-/// Entry `index`, from 1, of an array; null if there is none.
-template <class Array>
-auto* entryOf(Array& array, int64_t index) {
-  return index >= 1 && index <= static_cast<int64_t>(array.size())
-             ? &array[static_cast<std::size_t>(index) - 1]
-             : nullptr;
-}
-
-int setLink(std::vector<int64_t>& list, int64_t value, int32_t index) {
-  if (index < 1 || !growTo(list, static_cast<std::size_t>(index))) return kFailure;
-  list[static_cast<std::size_t>(index) - 1] = value;
-  return kSuccess;
 }
 
 double lengthOf(const SegmentType& line, bool withZ) {
@@ -85,7 +66,7 @@ void LineVectorType::ConvertToMeters() {
   for (SegmentType& each : segment) {
     for (double& x : each.x) x *= kMetersPerFootR4;
     for (double& y : each.y) y *= kMetersPerFootR4;
-    // The flag set below makes a writer turn z back into feet, so z goes along.
+    // With the flag set below, writers convert z back to feet.
     for (double& z : each.z)
       if (z != kMissing) z *= kMetersPerFootR4;
   }
@@ -106,12 +87,12 @@ int LineVectorType::initializeSegments(std::optional<int64_t> n) {
 int LineVectorType::initializeSegment(int64_t irec, int32_t n) {
   constexpr std::string_view tag = "initializeSegment in DataTableModule";
   Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
+  SegmentType* at = shapeAt(irec);
   if (at == nullptr) return fail(tag, "Segment number outside range");
   at->col.clear();
   at->row.clear();
-  if (n < 0 || !growTo(at->col, static_cast<std::size_t>(n))) return cannotAllocate(tag, "segment(iseg)%col");
-  if (!growTo(at->row, static_cast<std::size_t>(n))) return cannotAllocate(tag, "segment(iseg)%row");
+  if (n < 0 || !extend(at->col, static_cast<std::size_t>(n))) return cannotAllocate(tag, "segment(iseg)%col");
+  if (!extend(at->row, static_cast<std::size_t>(n))) return cannotAllocate(tag, "segment(iseg)%row");
   return attempt.succeed();
 }
 
@@ -120,7 +101,7 @@ int LineVectorType::setSegmentXY(int64_t irec, std::span<const double> x, std::s
                                  std::optional<std::span<const double>> yAlt) {
   Attempt attempt{status};
   if (segment.empty()) return fail(kSetXYTag, "Segments not allocated");
-  SegmentType* at = segmentAt(irec);
+  SegmentType* at = shapeAt(irec);
   if (at == nullptr) return kFailure;
   if (!at->x.empty()) return fail(kSetXYTag, "Segment x-y already allocated");
   const auto fits = [&x](const std::optional<std::span<const double>>& other) {
@@ -138,80 +119,83 @@ int LineVectorType::setSegmentXY(int64_t irec, std::span<const double> x, std::s
   return attempt.succeed();
 }
 
+int LineVectorType::setLink(int64_t irec, Links links, int64_t value, int32_t index) {
+  return onShape(irec, [&](SegmentType& at) {
+    if (index < 1 || !extend(at.*links, static_cast<std::size_t>(index))) return kFailure;
+    *entryAt(at.*links, index) = value;
+    return kSuccess;
+  });
+}
+
 int LineVectorType::SetSegmentLinkA(int64_t irec, int64_t value, int32_t index) {
-  Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
-  return at != nullptr && setLink(at->linksA, value, index) == kSuccess ? attempt.succeed() : kFailure;
+  return setLink(irec, &SegmentType::linksA, value, index);
 }
 
 int LineVectorType::SetSegmentLinkB(int64_t irec, int64_t value, int32_t index) {
-  Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
-  return at != nullptr && setLink(at->linksB, value, index) == kSuccess ? attempt.succeed() : kFailure;
+  return setLink(irec, &SegmentType::linksB, value, index);
 }
 
 int LineVectorType::setColRow(int64_t irec, int32_t index, int32_t col, int32_t row) {
   Attempt attempt{status};
   if (segment.empty()) return fail(kColRowTag, "segment has not been allocated");
-  SegmentType* at = segmentAt(irec);
+  SegmentType* at = shapeAt(irec);
   if (at == nullptr) return fail(kColRowTag, "iseg out of range");
   if (at->col.empty()) {
     if (at->x.empty()) return fail(kColRowTag, "col and row arrays have not been allocated");
-    if (!growTo(at->col, at->x.size())) return cannotAllocate(kColRowTag, "segment(iseg)%col");
+    if (!extend(at->col, at->x.size())) return cannotAllocate(kColRowTag, "segment(iseg)%col");
   }
-  if (!growTo(at->row, at->col.size())) return cannotAllocate(kColRowTag, "segment(iseg)%row");
-  int32_t* place = entryOf(at->col, index);
+  if (!extend(at->row, at->col.size())) return cannotAllocate(kColRowTag, "segment(iseg)%row");
+  int32_t* place = entryAt(at->col, index);
   if (place == nullptr) return fail(kColRowTag, "array index out of range");
   *place = col;
-  *entryOf(at->row, index) = row;
+  *entryAt(at->row, index) = row;
   return attempt.succeed();
 }
 
 int LineVectorType::SetVertexXY(int64_t irec, int32_t index, double x, double y) {
-  Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
-  if (at == nullptr || entryOf(at->x, index) == nullptr || entryOf(at->y, index) == nullptr) return kFailure;
-  *entryOf(at->x, index) = x;
-  *entryOf(at->y, index) = y;
-  return attempt.succeed();
+  return onShape(irec, [&](SegmentType& at) {
+    double* const atX = entryAt(at.x, index);
+    double* const atY = entryAt(at.y, index);
+    if (atX == nullptr || atY == nullptr) return kFailure;
+    *atX = x;
+    *atY = y;
+    return kSuccess;
+  });
 }
 
 int LineVectorType::setVertexZ(int64_t irec, int32_t index, float z) {
-  Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
-  if (at == nullptr) return kFailure;
-  if (at->x.empty()) return fail(kSetZTag, "z array not allocated");
-  if (entryOf(at->x, index) == nullptr) return kFailure;
-  if (!growTo(at->z, at->x.size())) return cannotAllocate(kSetZTag, "z array");
-  *entryOf(at->z, index) = static_cast<double>(z);
-  return attempt.succeed();
+  return onShape(irec, [&](SegmentType& at) {
+    if (at.x.empty()) return fail(kSetZTag, "z array not allocated");
+    if (entryAt(at.x, index) == nullptr) return kFailure;
+    if (!extend(at.z, at.x.size())) return cannotAllocate(kSetZTag, "z array");
+    *entryAt(at.z, index) = static_cast<double>(z);
+    return kSuccess;
+  });
 }
 
 int LineVectorType::SetVerticesAlt(int64_t irec, std::span<const double> xAlt, std::span<const double> yAlt) {
   constexpr std::string_view tag = "SetVerticesAlt in DataTableModule";
-  Attempt attempt{status};
-  SegmentType* at = segmentAt(irec);
-  if (at == nullptr) return kFailure;
-  if (xAlt.size() != at->x.size() || yAlt.size() != at->x.size())
-    return fail(tag, "x and y arrays of unequal size");
-  if (!tryCopy(at->xAlt, xAlt) || !tryCopy(at->yAlt, yAlt)) return cannotAllocate(tag, "x,y arrays");
-  return attempt.succeed();
+  return onShape(irec, [&](SegmentType& at) {
+    if (xAlt.size() != at.x.size() || yAlt.size() != at.x.size())
+      return fail(tag, "x and y arrays of unequal size");
+    return tryCopy(at.xAlt, xAlt) && tryCopy(at.yAlt, yAlt) ? kSuccess : cannotAllocate(tag, "x,y arrays");
+  });
 }
 
 // ---- what a segment holds ----
 
 double LineVectorType::SegmentLength(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   return at == nullptr ? kMissing : lengthOf(*at, false);
 }
 
 double LineVectorType::SegmentLength3D(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   return at == nullptr ? kMissing : lengthOf(*at, true);
 }
 
 int32_t LineVectorType::NumVertices(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   return at == nullptr || at->x.empty() ? -9999 : static_cast<int32_t>(at->x.size());
 }
 
@@ -221,93 +205,79 @@ int32_t LineVectorType::VertexCount(int64_t irec) const {
 }
 
 int32_t LineVectorType::NumParts(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   return at == nullptr ? -9999 : at->NumParts();
 }
 
 int32_t LineVectorType::PartStart(int64_t irec, int32_t part) const {
-  const SegmentType* at = segmentAt(irec);
-  const int32_t* start = at == nullptr ? nullptr : entryOf(at->parts, part);
+  const SegmentType* at = shapeAt(irec);
+  const int32_t* start = at == nullptr ? nullptr : entryAt(at->parts, part);
   return start == nullptr ? -9999 : *start;
 }
 
 int LineVectorType::Vertices(int64_t irec, std::vector<double>& x, std::vector<double>& y,
                              const VerticesOptions& options) {
-  Attempt attempt{status};
-  static const SegmentType none{};
-  const SegmentType* at = segmentAt(irec);
-  const int result = (at == nullptr ? none : *at).Vertices(x, y, options);
-  return at != nullptr && result == kSuccess ? attempt.succeed() : kFailure;
+  if (shapeAt(irec) == nullptr) SegmentType().Vertices(x, y, options);  // empties the outputs
+  return onShape(irec, [&](const SegmentType& at) { return at.Vertices(x, y, options); });
 }
 
 int LineVectorType::ColsRows(int64_t irec, std::vector<int32_t>& cols, std::vector<int32_t>& rows) {
-  Attempt attempt{status};
   cols.clear();
   rows.clear();
-  const SegmentType* at = segmentAt(irec);
-  return at != nullptr && at->ColsRows(cols, rows) == kSuccess ? attempt.succeed() : kFailure;
+  return onShape(irec, [&](const SegmentType& at) { return at.ColsRows(cols, rows); });
 }
 
-int64_t LineVectorType::FirstLinkA(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
-  return at == nullptr || at->linksA.empty() ? -9999 : at->linksA.front();
+int64_t LineVectorType::firstLink(int64_t irec, Links links) const {
+  const SegmentType* const at = shapeAt(irec);
+  return at == nullptr || (at->*links).empty() ? -9999 : (at->*links).front();
 }
 
-int64_t LineVectorType::FirstLinkB(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
-  return at == nullptr || at->linksB.empty() ? -9999 : at->linksB.front();
-}
+int64_t LineVectorType::FirstLinkA(int64_t irec) const { return firstLink(irec, &SegmentType::linksA); }
+
+int64_t LineVectorType::FirstLinkB(int64_t irec) const { return firstLink(irec, &SegmentType::linksB); }
 
 int LineVectorType::LastVertex(int64_t irec, double& x, double& y) {
-  Attempt attempt{status};
   x = y = kMissing;
-  const SegmentType* at = segmentAt(irec);
-  if (at == nullptr || at->x.empty() || at->y.empty()) return kFailure;
-  x = at->x.back();
-  y = at->y.back();
-  return attempt.succeed();
+  return onShape(irec, [&](const SegmentType& at) {
+    if (at.x.empty() || at.y.empty()) return kFailure;
+    x = at.x.back();
+    y = at.y.back();
+    return kSuccess;
+  });
 }
 
 SegmentEndCells LineVectorType::SegmentEnds(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   if (at == nullptr || at->col.empty() || at->row.empty()) return {};
   return {at->col.back(), at->row.back(), at->col.front(), at->row.front()};
 }
 
 void LineVectorType::VertexInfo(int64_t irec, int32_t index, const VertexInfoOut& out) const {
-  const SegmentType* at = segmentAt(irec);
+  const SegmentType* at = shapeAt(irec);
   if (at == nullptr) return;
-  const auto give = [index](auto* to, const auto& from) {
-    if (to != nullptr && entryOf(from, index) != nullptr)
-      *to = static_cast<std::remove_pointer_t<decltype(to)>>(*entryOf(from, index));
+  const auto copyOut = [index](auto* to, const auto& from) {
+    if (to != nullptr && entryAt(from, index) != nullptr)
+      *to = static_cast<std::remove_pointer_t<decltype(to)>>(*entryAt(from, index));
   };
-  give(out.col, at->col);
-  give(out.row, at->row);
-  give(out.x, at->x);
-  give(out.y, at->y);
-  give(out.xAlt, at->xAlt);
-  give(out.yAlt, at->yAlt);
-  give(out.z, at->z);
+  copyOut(out.col, at->col);
+  copyOut(out.row, at->row);
+  copyOut(out.x, at->x);
+  copyOut(out.y, at->y);
+  copyOut(out.xAlt, at->xAlt);
+  copyOut(out.yAlt, at->yAlt);
+  copyOut(out.z, at->z);
 }
 
 // ---- flags, fields, the table ----
 
 void LineVectorType::SetSegmentFlag(std::optional<int64_t> irec, bool value) {
-  Attempt attempt{status};
-  if (!irec) {
-    for (SegmentType& each : segment) each.flag = value;
-  } else {
-    SegmentType* at = segmentAt(*irec);
-    if (at == nullptr) return;
-    at->flag = value;
-  }
-  attempt.succeed();
+  if (irec)
+    setFlag(*irec, value);
+  else
+    setAllFlags(value);
 }
 
-bool LineVectorType::SegmentFlag(int64_t irec) const {
-  const SegmentType* at = segmentAt(irec);
-  return at != nullptr && at->flag;
-}
+bool LineVectorType::SegmentFlag(int64_t irec) const { return valueOf(irec, &SegmentType::flag, false); }
 
 void LineVectorType::CopyFieldNames(DataTableType& other) const {
   for (int32_t number = 1; number <= std::min(nfields, other.nfields); ++number) {
@@ -319,34 +289,16 @@ void LineVectorType::CopyFieldNames(DataTableType& other) const {
 int LineVectorType::CopyRecord(int64_t irec, DataTableType& other, int64_t otherRecord) {
   Attempt attempt{status};
   bool copied = true;
-  // A value goes over only if it was read, so that a failure leaves the other table's value alone.
-  const auto copy = [&](int32_t number, auto value, auto read, auto write) {
-    copied = (this->*read)(number, irec, value) == kSuccess &&
-             (other.*write)(number, otherRecord, value) == kSuccess && copied;
-  };
   for (int32_t number = 1; number <= nfields; ++number) {
-    using Table = DataTableType;
-    switch (kindOf(fieldAt(number)->dataType.padded())) {
-      case FieldKind::I4:
-        copy(number, int32_t{}, &Table::ReadI4Value, &Table::WriteI4Value);
-        break;
-      case FieldKind::I8:
-        copy(number, int64_t{}, &Table::ReadI8Value, &Table::WriteI8Value);
-        break;
-      case FieldKind::R4:
-        copy(number, float{}, &Table::ReadR4Value, &Table::WriteR4Value);
-        break;
-      case FieldKind::R8:
-        copy(number, double{}, &Table::ReadR8Value, &Table::WriteR8Value);
-        break;
-      case FieldKind::text:
-        copy(number, std::string{}, &Table::ReadCharValue, &Table::WriteCharValue);
-        break;
-      case FieldKind::unknown:
-        break;
-    }
+    const auto copy = [&](auto type) {
+      // The value is written only if it was read, so a failure leaves the other table's value unchanged.
+      SingleValue<typename decltype(type)::type> value{};
+      return readValue(*this, number, irec, value) == kSuccess &&
+             writeValue(other, number, otherRecord, value) == kSuccess;
+    };
+    copied = visitType(fieldAt(number)->dataType.padded(), copy, [] { return true; }) && copied;
   }
-  return copied ? attempt.succeed() : kFailure;
+  return attempt.end(copied ? kSuccess : kFailure);
 }
 
 void LineVectorType::DestroySegments() {

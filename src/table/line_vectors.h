@@ -3,7 +3,7 @@
 // of its parts and, when it was read against a grid, the cell of each vertex. Reads the shapefile
 // types PolyLine, PolyLineZ and PolyLineM (without its measures), writes PolyLine and PolyLineZ.
 //
-// Records, vertices and parts count from 1. -9999 stands for what is not there.
+// Records, vertices and parts count from 1. -9999 marks an absent value.
 
 #include <cstdint>
 #include <optional>
@@ -11,11 +11,9 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/input_file.h"
 #include "grid/header.h"
-#include "table/data_table.h"
-#include "table/geometry.h"
 #include "table/grid_reference.h"
+#include "table/vector_table.h"
 
 namespace terrain {
 
@@ -49,21 +47,19 @@ struct SegmentEndCells {
   int32_t lastCol = -1, lastRow = -1, firstCol = -1, firstRow = -1;
 };
 
-/// The reference is that of the grid, or mask, that the lines were read against.
-class LineVectorType : public DataTableType, public GridReference {
- public:
-  std::vector<SegmentType> segment{};  ///< record n stands at n - 1
-  InputFileType prj{};                 ///< the projection text, written back unchanged
+struct SegmentArray {
+  std::vector<SegmentType> segment{};  ///< that of record n is at n - 1
+};
 
-  void clear() override {
-    DataTableType::clear();
-    segment.clear();
-  }
+/// The reference is that of the grid, or mask, that the lines were read against.
+class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArray::segment>,
+                       public GridReference {
+ public:
   /// Once: extents and vertices times the float32 0.3048.
   void ConvertToMeters();
   /// Makes `segment`, of `numRecords` segments or n; a table without columns takes n records.
   int initializeSegments(std::optional<int64_t> n = std::nullopt);
-  /// Room for n cells in a segment, each -9999.
+  /// Makes `col` and `row` of a segment for n cells, each -9999.
   int initializeSegment(int64_t irec, int32_t n);
   /// Fills a segment that has no vertices yet. Arrays of one size.
   int setSegmentXY(int64_t irec, std::span<const double> x, std::span<const double> y,
@@ -107,32 +103,15 @@ class LineVectorType : public DataTableType, public GridReference {
   int CopyRecord(int64_t irec, DataTableType& other, int64_t otherRecord);
   [[nodiscard]] SegmentEndCells SegmentEnds(int64_t irec) const;
   [[nodiscard]] int32_t VertexCount(int64_t irec) const;  ///< -1 without vertices
-  /// Leaves alone the outputs that the line has no value for.
+  /// Outputs for which the line has no value are left unchanged.
   void VertexInfo(int64_t irec, int32_t index, const VertexInfoOut& out) const;
   /// Releases the segments and the columns.
   void DestroySegments();
 
-  [[nodiscard]] bool hasRecordFlags() const override { return true; }
-  [[nodiscard]] bool* recordFlag(int64_t irec) override {
-    SegmentType* at = segmentAt(irec);
-    return at == nullptr ? nullptr : &at->flag;
-  }
-  /// The record, or null for a number outside 1 to the number of segments.
-  [[nodiscard]] SegmentType* segmentAt(int64_t irec) {
-    return irec >= 1 && irec <= static_cast<int64_t>(segment.size())
-               ? &segment[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-  [[nodiscard]] const SegmentType* segmentAt(int64_t irec) const {
-    return irec >= 1 && irec <= static_cast<int64_t>(segment.size())
-               ? &segment[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
-    return static_cast<int64_t>(segment.size()) != numRecords || takeShapesOf(segment, records, ascending);
-  }
+  using Links = std::vector<int64_t> SegmentType::*;
+  int setLink(int64_t irec, Links links, int64_t value, int32_t index);
+  [[nodiscard]] int64_t firstLink(int64_t irec, Links links) const;
 };
 
 struct LineReadOptions {
@@ -144,9 +123,9 @@ struct LineReadOptions {
   int32_t xyDecimals = 0;  ///< above 0: rounded, halves away from zero
   int32_t zDecimals = 0;
 };
-/// Reads the shapefile with the stem `path` into a table that loses what it held. Against a grid lines
-/// are clipped vertex by vertex; one with fewer than 2 vertices left is empty and keeps its row. A
-/// table of no records is no fault, one of null shapes only is.
+/// Reads the shapefile with the stem `path` into a table; what it held before is lost. Against a grid, lines
+/// are clipped vertex by vertex; one with fewer than 2 vertices left is empty and keeps its row. A table
+/// without records is read, one with null shapes alone is a fault.
 int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const LineReadOptions& options = {});
 
 }  // namespace terrain

@@ -1,80 +1,45 @@
 #include "table/point_vectors.h"
 
-#include "foundation/memory.h"
-#include "foundation/messages.h"
-#include "foundation/status.h"
-
 namespace terrain {
 
 namespace {
 
-int append(std::vector<int64_t>& list, int64_t value) {
-  try {
-    list.push_back(value);
-  } catch (const std::exception&) {  // bad_alloc, length_error
-    return kFailure;
-  }
-  return kSuccess;
-}
-
-int64_t entryOf(const std::vector<int64_t>& list, std::optional<int32_t> index) {
-  const int64_t at = index.value_or(1);
-  return at >= 1 && at <= static_cast<int64_t>(list.size()) ? list[static_cast<std::size_t>(at) - 1] : -1;
-}
+constexpr std::string_view kPoints = "self%point object array";
 
 }  // namespace
 
-int PointVectorType::makePoints(int64_t linkValue, std::string_view routine) {
-  if (!point.empty() || numRecords < 1) return kSuccess;
-  if (!tryAllocate(point, static_cast<std::size_t>(numRecords)))
-    return cannotAllocate(routine, "self%point object array");
-  for (PointType& each : point) each.linkValue = linkValue;
-  return kSuccess;
-}
+// ---- positions ----
 
-// ---- places ----
+int32_t PointVectorType::PointCol(int64_t irec) const { return valueOf(irec, &PointType::col, -9999); }
 
-int32_t PointVectorType::PointCol(int64_t irec) const {
-  const PointType* at = pointAt(irec);
-  return at == nullptr ? -9999 : at->col;
-}
-
-int32_t PointVectorType::PointRow(int64_t irec) const {
-  const PointType* at = pointAt(irec);
-  return at == nullptr ? -9999 : at->row;
-}
+int32_t PointVectorType::PointRow(int64_t irec) const { return valueOf(irec, &PointType::row, -9999); }
 
 int PointVectorType::SetPointXY(int64_t irec, double x, double y) {
   Attempt attempt{status};
-  if (makePoints(PointType{}.linkValue, "SetPointXY in DataTableModule") != kSuccess) return kFailure;
-  PointType* at = pointAt(irec);
-  if (at == nullptr) return kFailure;
-  at->x = x;
-  at->y = y;
-  return attempt.succeed();
+  if (makeShapes("SetPointXY in DataTableModule", kPoints) != kSuccess) return kFailure;
+  return attempt.end(onShape(irec, [&](PointType& at) {
+    at.x = x;
+    at.y = y;
+  }));
 }
 
 int PointVectorType::SetPointOffset(int64_t irec, double xOffset, double yOffset) {
-  Attempt attempt{status};
-  PointType* at = pointAt(irec);
-  if (at == nullptr) return kFailure;
-  at->xOffset = xOffset;
-  at->yOffset = yOffset;
-  return attempt.succeed();
+  return onShape(irec, [&](PointType& at) {
+    at.xOffset = xOffset;
+    at.yOffset = yOffset;
+  });
 }
 
 int PointVectorType::SetPointColRow(int64_t irec, int32_t col, int32_t row) {
-  Attempt attempt{status};
-  PointType* at = pointAt(irec);
-  if (at == nullptr) return kFailure;
-  at->col = col;
-  at->row = row;
-  return attempt.succeed();
+  return onShape(irec, [&](PointType& at) {
+    at.col = col;
+    at.row = row;
+  });
 }
 
 void PointVectorType::PointXY(int64_t irec, double& x, double& y, bool applyOffset) const {
   x = y = kMissing;
-  const PointType* at = pointAt(irec);
+  const PointType* const at = shapeAt(irec);
   if (at == nullptr) return;
   x = applyOffset ? at->x + at->xOffset : at->x;
   y = applyOffset ? at->y + at->yOffset : at->y;
@@ -84,67 +49,57 @@ void PointVectorType::PointXY(int64_t irec, double& x, double& y, bool applyOffs
 
 int PointVectorType::SetLinkValue(int64_t irec, int64_t value) {
   Attempt attempt{status};
-  if (makePoints(0, "SetLinkValue in DataTableModule") != kSuccess) return kFailure;
-  PointType* at = pointAt(irec);
-  if (at == nullptr) return kFailure;
-  at->linkValue = value;
-  return attempt.succeed();
+  const bool first = point.empty();
+  if (makeShapes("SetLinkValue in DataTableModule", kPoints) != kSuccess) return kFailure;
+  if (first)
+    for (PointType& each : point) each.linkValue = 0;
+  return attempt.end(onShape(irec, [&](PointType& at) { at.linkValue = value; }));
+}
+
+int PointVectorType::addLink(int64_t irec, Links links, int64_t linked) {
+  return onShape(irec, [&](PointType& at) {
+    if (shapeAt(linked) == nullptr || !tryGrow(at.*links, 1)) return kFailure;
+    (at.*links).push_back(linked);
+    return kSuccess;
+  });
 }
 
 int PointVectorType::AddLinkA(int64_t irec, int64_t linked) {
-  Attempt attempt{status};
-  PointType* at = pointAt(irec);
-  if (at == nullptr || pointAt(linked) == nullptr || append(at->linksA, linked) != kSuccess) return kFailure;
-  return attempt.succeed();
+  return addLink(irec, &PointType::linksA, linked);
 }
 
 int PointVectorType::AddLinkB(int64_t irec, int64_t linked) {
-  Attempt attempt{status};
-  PointType* at = pointAt(irec);
-  if (at == nullptr || pointAt(linked) == nullptr || append(at->linksB, linked) != kSuccess) return kFailure;
-  return attempt.succeed();
+  return addLink(irec, &PointType::linksB, linked);
+}
+
+int64_t PointVectorType::linkOf(int64_t irec, Links links, std::optional<int32_t> index) const {
+  const PointType* const at = shapeAt(irec);
+  const int64_t* const link = at == nullptr ? nullptr : entryAt(at->*links, index.value_or(1));
+  return link == nullptr ? -1 : *link;
 }
 
 int64_t PointVectorType::LinkA(int64_t irec, std::optional<int32_t> index) const {
-  const PointType* at = pointAt(irec);
-  return at == nullptr ? -1 : entryOf(at->linksA, index);
+  return linkOf(irec, &PointType::linksA, index);
 }
 
 int64_t PointVectorType::LinkB(int64_t irec, std::optional<int32_t> index) const {
-  const PointType* at = pointAt(irec);
-  return at == nullptr ? -1 : entryOf(at->linksB, index);
+  return linkOf(irec, &PointType::linksB, index);
 }
 
 int32_t PointVectorType::NumLinksA(int64_t irec) const {
-  const PointType* at = pointAt(irec);
+  const PointType* const at = shapeAt(irec);
   return at == nullptr ? -1 : static_cast<int32_t>(at->linksA.size());
 }
 
-int64_t PointVectorType::LinkValue(int64_t irec) const {
-  const PointType* at = pointAt(irec);
-  return at == nullptr ? -9999 : at->linkValue;
-}
+int64_t PointVectorType::LinkValue(int64_t irec) const { return valueOf(irec, &PointType::linkValue, -9999); }
 
 // ---- flags and the table ----
 
-void PointVectorType::SetAllPointFlags(bool value) {
-  Attempt attempt{status};
-  for (PointType& each : point) each.flag = value;
-  attempt.succeed();
-}
+void PointVectorType::SetAllPointFlags(bool value) { setAllFlags(value); }
 
-void PointVectorType::SetPointFlag(int64_t irec, bool value) {
-  Attempt attempt{status};
-  PointType* at = pointAt(irec);
-  if (at == nullptr) return;
-  at->flag = value;
-  attempt.succeed();
-}
+void PointVectorType::SetPointFlag(int64_t irec, bool value) { setFlag(irec, value); }
 
-bool PointVectorType::PointFlag(int64_t irec) const {
-  const PointType* at = pointAt(irec);
-  return at != nullptr && at->flag;
-}
+bool PointVectorType::PointFlag(int64_t irec) const { return valueOf(irec, &PointType::flag, false); }
 
 void PointVectorType::DestroyTable() {
   std::vector<PointType>().swap(point);

@@ -2,17 +2,15 @@
 // Point tables: a data table with one point a record, whose two link lists can make a network of the
 // points. Reads the shapefile types Point, MultiPoint, PointZ and PointM (x and y alone), writes Point.
 //
-// Records count from 1. Setters store -1 in `status` for a record that is not there, without a word.
+// Records count from 1. For a record that does not exist setters store -1 in `status`; it is not reported.
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include "foundation/input_file.h"
 #include "grid/header.h"
-#include "table/data_table.h"
-#include "table/geometry.h"
+#include "table/vector_table.h"
 
 namespace terrain {
 
@@ -30,18 +28,16 @@ struct PointGridInfo {
   double xmin = 0, xmax = 0, ymin = 0, ymax = 0;
 };
 
-class PointVectorType : public DataTableType {
+struct PointArray {
+  std::vector<PointType> point{};  ///< that of record n is at n - 1; none, or one a record
+};
+
+class PointVectorType : public VectorTable<PointType, PointArray, &PointArray::point> {
  public:
-  std::vector<PointType> point{};                 ///< record n stands at n - 1; none, or one a record
-  InputFileType prj{};                            ///< the projection text, written back unchanged
   double xmin = 0, xmax = 0, ymin = 0, ymax = 0;  ///< extents from the file's header, in the file's units
   char units = 'm';                               ///< of the file that was read, 'f' where it was in feet
   bool gridReference = false;                     ///< the points were read against a grid
 
-  void clear() override {
-    DataTableType::clear();
-    point.clear();
-  }
   [[nodiscard]] int32_t PointCol(int64_t irec) const;  ///< -9999 for a bad record
   [[nodiscard]] int32_t PointRow(int64_t irec) const;
   int WritePointShapefile(std::string_view path, const PointWriteOptions& options = {});
@@ -69,37 +65,19 @@ class PointVectorType : public DataTableType {
   void DestroyTable();
   [[nodiscard]] bool HasGridReference() const { return gridReference; }
 
-  [[nodiscard]] bool hasRecordFlags() const override { return true; }
-  [[nodiscard]] bool* recordFlag(int64_t irec) override {
-    PointType* at = pointAt(irec);
-    return at == nullptr ? nullptr : &at->flag;
-  }
-  /// The record, or null for a number outside 1 to the number of points.
-  [[nodiscard]] PointType* pointAt(int64_t irec) {
-    return irec >= 1 && irec <= static_cast<int64_t>(point.size())
-               ? &point[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-  [[nodiscard]] const PointType* pointAt(int64_t irec) const {
-    return irec >= 1 && irec <= static_cast<int64_t>(point.size())
-               ? &point[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
-    return static_cast<int64_t>(point.size()) != numRecords || takeShapesOf(point, records, ascending);
-  }
-  int makePoints(int64_t linkValue, std::string_view routine);
+  using Links = std::vector<int64_t> PointType::*;
+  int addLink(int64_t irec, Links links, int64_t linked);
+  [[nodiscard]] int64_t linkOf(int64_t irec, Links links, std::optional<int32_t> index) const;
 };
 
 struct PointReadOptions {
   std::optional<char> units{};        ///< 'f': the file is in feet; absent: the grid's units
   const Grid_Header* grid = nullptr;  ///< gives each point its col and row
 };
-/// Reads the shapefile with the stem `path` into a table that loses what it held. Points outside the
-/// box of the file's header, null shapes and points that are no finite numbers are dropped together
-/// with their rows, and their count is logged; each point of a MultiPoint record gets a copy of the row.
+/// Reads the shapefile with the stem `path`; what the table held before is lost. Points outside the box of
+/// the file's header, null shapes and points that are no finite numbers are dropped together with their
+/// rows, and their count is logged; each point of a MultiPoint record gets a copy of the row.
 int ReadPointShapefile(PointVectorType& table, std::string_view path, const PointReadOptions& options = {});
 
 }  // namespace terrain

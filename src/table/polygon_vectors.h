@@ -3,7 +3,8 @@
 // outer ones, islands and holes alike, are marked by their starts. Reads the shapefile types Polygon,
 // PolygonZ and PolygonM with their measures, writes Polygon and PolygonZ.
 //
-// Records and vertices count from 1. Setters store -1 in `status` for what is not there, without a word.
+// Records and vertices count from 1. For one that does not exist setters store -1 in `status`; it is not
+// reported.
 
 #include <cstdint>
 #include <optional>
@@ -11,11 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/input_file.h"
 #include "grid/header.h"
-#include "table/data_table.h"
-#include "table/geometry.h"
 #include "table/grid_reference.h"
+#include "table/vector_table.h"
 
 namespace terrain {
 
@@ -32,8 +31,8 @@ struct PolygonVerticesOptions {
   bool closed = false;  ///< the list is the whole one, closing vertices included, either way
 };
 
-/// What `setPolyVertices` replaces beside x and y. Arrays that are absent stay where the number of
-/// vertices stays, and go where it changes: the polygon is then one ring.
+/// What `setPolyVertices` replaces beside x and y. Absent arrays are kept if the number of vertices stays the
+/// same; else they are emptied, and the polygon is one ring.
 struct PolygonArrays {
   std::optional<std::span<const int32_t>> ring{};  ///< first vertex of each ring, from 0
   std::optional<std::span<const double>> z{};
@@ -44,20 +43,18 @@ struct PolygonArrays {
 struct ReferencePointOptions {
   std::optional<double> x{};
   std::optional<double> y{};
-  bool relative = false;  ///< also `dx` and `dy`, the vertices seen from the point
+  bool relative = false;  ///< also `dx` and `dy`, the vertices relative to the point
+};
+
+struct PolygonArray {
+  std::vector<PolygonType> polygon{};  ///< that of record n is at n - 1
 };
 
 /// The reference is that of the grid that the polygons were read with; without one, its extents are
 /// those of the file.
-class PolyVectorType : public DataTableType, public GridReference {
+class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArray::polygon>,
+                       public GridReference {
  public:
-  std::vector<PolygonType> polygon{};  ///< record n stands at n - 1
-  InputFileType prj{};                 ///< the projection text, written back unchanged
-
-  void clear() override {
-    DataTableType::clear();
-    polygon.clear();
-  }
   /// Releases the polygons; the columns stay.
   void DestroyPolygons();
   /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
@@ -71,7 +68,7 @@ class PolyVectorType : public DataTableType, public GridReference {
   [[nodiscard]] float PolygonValue(int64_t irec) const;  ///< -9999.0 for a bad record
   /// The mean leaves out the last vertex, which closes the ring; a lone vertex is its own mean.
   int SetReferencePoint(int64_t irec, const ReferencePointOptions& options = {});
-  /// On every record; those without vertices have no mean and are passed over.
+  /// On every record; those without vertices have no mean and are skipped.
   int SetAllReferencePoints(bool relative = false);
   /// Writes the polygons that have vertices and, with an ID field, an ID above 0, in ascending order of
   /// the IDs. Elevations and measures are left out.
@@ -88,40 +85,20 @@ class PolyVectorType : public DataTableType, public GridReference {
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
 
-  [[nodiscard]] bool hasRecordFlags() const override { return true; }
-  [[nodiscard]] bool* recordFlag(int64_t irec) override {
-    PolygonType* at = polygonAt(irec);
-    return at == nullptr ? nullptr : &at->flag;
-  }
-  /// The record, or null for a number outside 1 to the number of polygons.
-  [[nodiscard]] PolygonType* polygonAt(int64_t irec) {
-    return irec >= 1 && irec <= static_cast<int64_t>(polygon.size())
-               ? &polygon[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-  [[nodiscard]] const PolygonType* polygonAt(int64_t irec) const {
-    return irec >= 1 && irec <= static_cast<int64_t>(polygon.size())
-               ? &polygon[static_cast<std::size_t>(irec) - 1]
-               : nullptr;
-  }
-
  private:
-  [[nodiscard]] bool takeShapes(std::span<const int64_t> records, bool ascending) override {
-    return static_cast<int64_t>(polygon.size()) != numRecords || takeShapesOf(polygon, records, ascending);
-  }
   int write(std::string_view routine, std::string_view path, const PolygonWriteOptions& options, bool zForm);
 };
 
 struct PolygonReadOptions {
   std::optional<std::string_view> IDfieldName{};
   const Grid_Header* grid = nullptr;  ///< reference and units; nothing is clipped
-  double xOffset = 0;                 ///< added behind the conversion from feet
+  double xOffset = 0;                 ///< added after the conversion from feet
   double yOffset = 0;
   int32_t xyDecimals = 0;  ///< above 0: rounded, halves away from zero
   int32_t zDecimals = 0;
 };
-/// Reads the shapefile with the stem `path` into a table that loses what it held. A null shape gives a
-/// polygon without vertices.
+/// Reads the shapefile with the stem `path` into a table; what it held before is lost. A null shape gives
+/// a polygon without vertices.
 int ReadPolygonShapefile(PolyVectorType& table, std::string_view path,
                          const PolygonReadOptions& options = {});
 

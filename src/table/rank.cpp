@@ -11,6 +11,7 @@
 #include "foundation/numbers.h"
 #include "foundation/sorting.h"
 #include "foundation/status.h"
+#include "table/single_values.h"
 
 namespace terrain {
 
@@ -21,28 +22,23 @@ constexpr int32_t kUnranked = -9999;
 
 // ---- filters ----
 
-/// True in `pass` if the record's value meets the filter. -1, after a report, if it cannot be read.
+bool compare(int32_t value, const RankFilter& filter) { return isI4(value, filter.test, filter.I4); }
+bool compare(int64_t value, const RankFilter& filter) { return isI8(value, filter.test, filter.I8); }
+bool compare(float value, const RankFilter& filter) { return isR4(value, filter.test, filter.R4); }
+bool compare(double value, const RankFilter& filter) { return isR8(value, filter.test, filter.R8); }
+bool compare(const std::string& value, const RankFilter& filter) {
+  return isChar(value, filter.test, filter.Char);
+}
+
+/// Sets `pass` to whether the record's value meets the filter. -1, after a report, if it cannot be read.
 int apply(const RankFilter& filter, DataTableType& table, int32_t number, int64_t record, bool& pass) {
-  const auto compare = [&](auto value, auto read, auto is, const auto& constant) {
-    if ((table.*read)(number, record, value) != kSuccess) return kFailure;
-    pass = is(value, filter.test, constant);
+  const auto compareValue = [&](auto type) {
+    SingleValue<typename decltype(type)::type> value{};
+    if (readValue(table, number, record, value) != kSuccess) return kFailure;
+    pass = compare(value, filter);
     return kSuccess;
   };
-  switch (kindOf(filter.type.padded())) {
-    case FieldKind::I4:
-      return compare(int32_t{}, &DataTableType::ReadI4Value, isI4, filter.I4);
-    case FieldKind::I8:
-      return compare(int64_t{}, &DataTableType::ReadI8Value, isI8, filter.I8);
-    case FieldKind::R4:
-      return compare(float{}, &DataTableType::ReadR4Value, isR4, filter.R4);
-    case FieldKind::R8:
-      return compare(double{}, &DataTableType::ReadR8Value, isR8, filter.R8);
-    case FieldKind::text:
-      return compare(std::string(), &DataTableType::ReadCharValue, isChar, filter.Char);
-    case FieldKind::unknown:
-      break;
-  }
-  return kFailure;
+  return visitType(filter.type.padded(), compareValue, [] { return kFailure; });
 }
 
 /// The field of each filter, after a check of its type and its test. -1 after a report.
@@ -86,23 +82,14 @@ int orderOf(std::span<const std::string_view> values, std::span<int32_t> order) 
   return kSuccess;
 }
 
-template <class Column>
-constexpr std::string_view arrayName() {
-  using T = ElementOf<Column>;
-  if constexpr (std::is_same_v<T, int32_t>) return "I4vals";
-  if constexpr (std::is_same_v<T, int64_t>) return "I8vals";
-  if constexpr (std::is_same_v<T, float>) return "R4vals";
-  if constexpr (std::is_same_v<T, double>) return "R8vals";
-  return "Cvals";
-}
-
 /// Ranks the column's values of `records` (from 1).
 template <class Column>
-int rankColumn(const Column& column, std::span<const int64_t> records, std::vector<int32_t>& ranks) {
+int rankColumn(const Column& column, std::string_view type, std::span<const int64_t> records,
+               std::vector<int32_t>& ranks) {
   using Value = std::decay_t<decltype(column[0])>;
   std::vector<Value> values;
   std::vector<int32_t> order;
-  if (!tryAllocate(values, records.size())) return cannotAllocate(kTag, arrayName<Column>());
+  if (!tryAllocate(values, records.size())) return cannotAllocate(kTag, std::string(trimmed(type)) + "vals");
   for (std::size_t i = 0; i < records.size(); ++i)
     values[i] = column[static_cast<std::size_t>(records[i]) - 1];
   if (!tryAllocate(order, values.size()) || orderOf(std::span<const Value>(values), order) != kSuccess)
@@ -111,6 +98,25 @@ int rankColumn(const Column& column, std::span<const int64_t> records, std::vect
     ranks[static_cast<std::size_t>(records[static_cast<std::size_t>(order[rank]) - 1]) - 1] =
         static_cast<int32_t>(rank) + 1;
   return kSuccess;
+}
+
+/// Ranks the records that have a value and pass all filters; `fields` are those of the filters.
+template <class Column>
+int rankRecords(const Column& column, std::string_view type, DataTableType& table,
+                std::span<const RankFilter> filters, std::span<const int32_t> fields,
+                std::vector<int32_t>& ranks) {
+  const std::size_t count = ranks.size();
+  if (column.size() < count) return fail(kTag, "Field has no values in memory");
+  std::vector<int64_t> records;
+  if (!tryReserve(records, count)) return cannotAllocate(kTag, "records");
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto record = static_cast<int64_t>(i) + 1;
+    bool pass = hasValue(column[i]);
+    for (std::size_t k = 0; k < filters.size() && pass; ++k)
+      if (apply(filters[k], table, fields[k], record, pass) != kSuccess) return kFailure;
+    if (pass) records.push_back(record);
+  }
+  return rankColumn(column, type, records, ranks);
 }
 
 }  // namespace
@@ -126,30 +132,12 @@ int Rank(std::vector<int32_t>& ranks, DataTableType& table, std::string_view fie
   const auto count = static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0));
   if (!tryAllocate(ranks, count)) return cannotAllocate(kTag, "ranks");
   std::fill(ranks.begin(), ranks.end(), kUnranked);
-
-  int result = kFailure;
-  const bool known = visitColumn(*field, [&](const auto& column) {
-    if (column.size() < count) {
-      fail(kTag, "Field has no values in memory");
-      return;
-    }
-    std::vector<int64_t> records;
-    if (!tryAllocate(records, count)) {
-      cannotAllocate(kTag, "records");
-      return;
-    }
-    std::size_t passed = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      bool pass = hasValue(column[i]);
-      for (std::size_t k = 0; k < filters.size() && pass; ++k)
-        if (apply(filters[k], table, filterFields[k], static_cast<int64_t>(i) + 1, pass) != kSuccess) return;
-      if (pass) records[passed++] = static_cast<int64_t>(i) + 1;
-    }
-    records.resize(passed);
-    result = rankColumn(column, records, ranks);
-  });
-  if (!known) fail(kTag, "Unknown data type: " + std::string(field->dataType.padded()));
-  return result == kSuccess ? attempt.succeed() : kFailure;
+  return attempt.end(visitColumn(
+      *field,
+      [&](const auto& column) {
+        return rankRecords(column, field->dataType.padded(), table, filters, filterFields, ranks);
+      },
+      [field] { return fail(kTag, "Unknown data type: " + std::string(field->dataType.padded())); }));
 }
 
 }  // namespace terrain

@@ -18,8 +18,8 @@ bool hasZ(Shape type) { return type == Shape::polylineZ || type == Shape::polygo
 bool isPolygon(Shape type) {
   return type == Shape::polygon || type == Shape::polygonZ || type == Shape::polygonM;
 }
-/// Blocks of a range and a number a point that may stand behind what the type must have: measures and,
-/// in the files of some writers of type M, elevations before them.
+/// How many blocks of a range and a number a point may follow what the type requires: measures and, in type M
+/// by some writers, elevations before them.
 std::uint64_t mostFurtherBlocks(Shape type) {
   if (hasZ(type)) return 1;
   return type == Shape::polylineM || type == Shape::polygonM ? 2 : 0;
@@ -60,11 +60,10 @@ std::string faultOfNumbers(std::span<const double> values, std::string_view what
   return {};
 }
 
-/// A range and `count` values; what the range says is not needed.
+/// Skips a range and reads `count` values. False if there is no memory.
 bool readMeasured(ByteReader& in, std::size_t count, std::vector<double>& values) {
   in.skip(kRangeBytes);
-  values.resize(count);
-  return in.little(std::span(values));
+  return tryResize(values, count) && in.little(std::span(values));
 }
 
 void writeMeasured(ByteWriter& out, const Range& range, std::span<const double> values) {
@@ -93,7 +92,7 @@ bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why) {
   const std::uint64_t needed = sizeof(int32_t) * p + 2 * kReal8 * n + (hasZ(record.type) ? measured : 0);
   why = "The content is too short for " + numbers;
   if (!in.holds(needed)) return false;
-  // Counts that are too small would leave bytes over and be believed, so the length must fit them.
+  // Counts that are too small would leave unread bytes, so the length must fit them.
   const std::uint64_t further = (in.remaining() - needed) / measured;
   why = "The content length does not fit " + numbers;
   if ((in.remaining() - needed) % measured != 0 || further > mostFurtherBlocks(record.type)) return false;
@@ -102,22 +101,16 @@ bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why) {
 
   // Both counts are held by bytes that are there, so the memory follows the file.
   const std::uint64_t room = sizeof(int32_t) * p + 4 * kReal8 * n;
-  if (!memoryFor(room)) return false;
-  try {
-    parts.starts.resize(p);
-    parts.x.resize(n);
-    parts.y.resize(n);
-    in.little(std::span(parts.starts));
-    for (std::size_t i = 0; i < n; ++i) {
-      parts.x[i] = in.little<double>();
-      parts.y[i] = in.little<double>();
-    }
-    if (hasZ(record.type)) readMeasured(in, n, parts.z);
-    if (further == 2) in.skip(measured);
-    if (further > 0 && isPolygon(record.type)) readMeasured(in, n, parts.m);
-  } catch (const std::bad_alloc&) {
+  if (!memoryFor(room) || !tryResize(parts.starts, p) || !tryResize(parts.x, n) || !tryResize(parts.y, n))
     return false;
+  in.little(std::span(parts.starts));
+  for (std::size_t i = 0; i < n; ++i) {
+    parts.x[i] = in.little<double>();
+    parts.y[i] = in.little<double>();
   }
+  if (hasZ(record.type) && !readMeasured(in, n, parts.z)) return false;
+  if (further == 2) in.skip(measured);
+  if (further > 0 && isPolygon(record.type) && !readMeasured(in, n, parts.m)) return false;
   for (double& m : parts.m)
     if (!std::isfinite(m)) m = kNoMeasure;
   why = startFault(parts.starts, n, true);

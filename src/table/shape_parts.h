@@ -1,6 +1,6 @@
 #pragma once
 // The record content that lines and polygons share: a bounding box, the starts of parts, vertices,
-// and in some types elevations and measures behind ranges of their own.
+// and in some types elevations and measures, each after their range.
 //
 //   0  shape type    4  box, 4 float64    36  parts P    40  points N
 //   44  P starts, from 0    then N pairs x, y    then, in turn where present: z range, N z; m range, N m
@@ -14,7 +14,7 @@
 
 namespace terrain {
 
-/// The parts of one record as they are read; kept from record to record, so that memory is asked for once.
+/// The parts of one record as they are read; kept from record to record to reuse the memory.
 struct ShapeParts {
   std::vector<int32_t> starts{};  ///< from 0, rising, each within the vertices
   std::vector<double> x{};
@@ -23,14 +23,14 @@ struct ShapeParts {
   std::vector<double> m{};  ///< empty where the record has none
 };
 
-/// Reads the content of a record that is not null: all or nothing, the counts checked against the
-/// bytes that are there, of which only whole blocks of measures may be left over. Coordinates must be finite
-/// numbers. A measure that is none reads as -1e39. Type Z fills `z`; of polygons Z and M fill `m` where
+/// Reads the content of a record that is not null: all or nothing, the counts checked against the bytes that
+/// are there, of which only whole blocks of measures may be left over. Coordinates must be finite numbers. A
+/// missing measure is read as -1e39. Type Z fills `z`; of polygons Z and M fill `m` where
 /// measures follow. Parts without points are dropped. With N of 0 everything is empty. False, with the reason
 /// in `why`, for a fault; with a blank `why` if there is no memory.
 [[nodiscard]] bool readParts(ShapeRecord& record, ShapeParts& parts, std::string& why);
 
-/// What is written for one record. Spans of `z` and `m` are empty where they are not written.
+/// What is written for one record. `z` and `m` are empty where they are not written.
 struct ShapeContent {
   std::span<const int32_t> starts{};  ///< from 0
   std::span<const double> x{};
@@ -43,7 +43,7 @@ struct ShapeContent {
 struct ShapeRanges {
   Box box{};
   Range z{};
-  Range m{};  ///< of the measures that are not none
+  Range m{};  ///< of the measures that are not missing
 };
 
 /// Bytes of a main file with so many records, parts and vertices.

@@ -1,7 +1,6 @@
 #include "table/shapefile.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include "foundation/free_format.h"
@@ -14,18 +13,16 @@
 
 namespace terrain {
 
+std::string shapefileName(std::string_view path, std::string_view extension) {
+  return std::string(trimmed(path)) + std::string(extension);
+}
+
 namespace {
 
 constexpr int32_t kFileCode = 9994;
 constexpr int32_t kVersion = 1000;
-constexpr std::uint64_t kIndexEntryBytes = 8;
-constexpr std::uint64_t kLengthOffset = 24;
 constexpr std::uint64_t kVersionOffset = 28;
 constexpr std::uint64_t kBoxOffset = 36;
-
-std::string fileOf(std::string_view path, std::string_view extension) {
-  return std::string(trimmed(path)) + std::string(extension);
-}
 
 std::string counted(int64_t count, std::string_view what) {
   return freeText(count) + ' ' + std::string(what);
@@ -40,8 +37,8 @@ void writeHeader(ByteWriter& out, Shape type) {
 }
 
 /// The header's numbers that are known only at the end.
-void settleHeader(ByteWriter& out, const Box& box, const Range& z, const Range& m) {
-  out.patchBig(kLengthOffset, static_cast<int32_t>(out.position() / 2));
+void completeHeader(ByteWriter& out, const Box& box, const Range& z, const Range& m) {
+  out.patchBig(kShapeLengthOffset, static_cast<int32_t>(out.position() / 2));
   std::uint64_t at = kBoxOffset;
   for (const double value : {box.x.low, box.y.low, box.x.high, box.y.high, z.low, z.high, m.low, m.high}) {
     out.patchLittle(at, value);
@@ -49,12 +46,12 @@ void settleHeader(ByteWriter& out, const Box& box, const Range& z, const Range& 
   }
 }
 
-/// `report` is the message code of what failed, the opening or the writing.
-IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name, int32_t& report) {
-  report = kCannotOpenToWrite;
+/// `failed` is the message code of the step that fails, the opening or the writing.
+IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name, int32_t& failed) {
+  failed = kCannotOpenToWrite;
   IoCode code = file.open(name, platform::Open::replace);
   if (code != kIoOk) return code;
-  report = kWriteError;
+  failed = kWriteError;
   code = image.finish();
   const IoCode closing = file.close();
   return code != kIoOk ? code : closing;
@@ -65,7 +62,7 @@ IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& na
 // ---- reading ----
 
 ShapefileReader::ShapefileReader(std::string_view routine, std::string_view path)
-    : routine_(routine), name_(fileOf(path, ".shp")) {}
+    : routine_(routine), name_(shapefileName(path, ".shp")) {}
 
 int ShapefileReader::fault(std::string_view what, int64_t record) const {
   std::string line(what);
@@ -84,7 +81,7 @@ int ShapefileReader::load() {
 
   ByteReader in{bytes_};
   const auto fileCode = in.big<int32_t>();
-  in.seek(kLengthOffset);
+  in.seek(kShapeLengthOffset);
   const auto words = in.big<int32_t>();
   in.skip(sizeof kVersion);
   typeCode_ = in.little<int32_t>();
@@ -144,72 +141,32 @@ int ShapefileReader::next(ShapeRecord& record) {
   return kSuccess;
 }
 
-int64_t NumRecordsInShapefile(std::string_view path) {
-  constexpr std::string_view tag = "NumRecordsInShapefile in DataTableModule";
-  const std::string name = fileOf(path, ".shx");
-  platform::File index;
-  IoCode code = index.open(name, platform::Open::read);
-  if (code != kIoOk)
-    return reportError({.routine = tag, .code = kCannotOpenToRead, .file = name, .message1 = describe(code)});
-  const std::uint64_t size = index.size();
-  std::array<std::byte, sizeof(int32_t)> lengthBytes{};
-  std::array<std::byte, kIndexEntryBytes> lastBytes{};
-  code = index.readAt(kLengthOffset, lengthBytes);
-  if (code == kIoOk && size > kShapeHeaderBytes) code = index.readAt(size - kIndexEntryBytes, lastBytes);
-  if (code != kIoOk)
-    return reportError({.routine = tag, .code = kReadError, .file = name, .message1 = describe(code)});
-  const int64_t words = ByteReader(lengthBytes).big<int32_t>();
+int ShapefileReader::noMemory(std::string_view object) const { return cannotAllocate(routine_, object); }
 
-  platform::File main;
-  const std::string mainName = fileOf(path, ".shp");
-  const bool hasMain = main.open(mainName, platform::Open::read) == kIoOk;
-  std::uint64_t mainEnd = 0;  // bytes behind the length that the header gives are no part of the file
-  if (hasMain) {
-    std::array<std::byte, sizeof(int32_t)> declared{};
-    code = main.readAt(kLengthOffset, declared);
-    mainEnd = 2 * static_cast<std::uint64_t>(std::max(ByteReader(declared).big<int32_t>(), 0));
-    if (code != kIoOk || mainEnd < kShapeHeaderBytes || mainEnd > main.size())
-      return reportError(
-          {.routine = tag, .code = kReadError, .file = mainName, .message1 = "File size discrepency"});
+int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSource& source,
+                  const ReadingStep& check, const ReadingStep& readShapes) {
+  const std::string stem(trimmed(source.path));
+  if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
+    return fail(source.routine, "NewDataTable failed for " + stem);
+  if (source.idField) {
+    const int32_t number = table.FieldNumber(*source.idField);
+    if (number < 1)
+      return fail(source.routine, std::string(source.idFieldNotFound) + std::string(*source.idField));
+    table.IDfield = number;
   }
-  ByteReader last(lastBytes);
-  const auto lastOffset = static_cast<int64_t>(last.big<int32_t>());
-  const auto lastLength = static_cast<int64_t>(last.big<int32_t>());
-  const int64_t end =
-      size > kShapeHeaderBytes ? 2 * (lastOffset + 4 + lastLength) : int64_t{kShapeHeaderBytes};
-  const bool whole = size >= kShapeHeaderBytes && (size - kShapeHeaderBytes) % kIndexEntryBytes == 0 &&
-                     2 * words == static_cast<int64_t>(size);
-  if (whole && (!hasMain || end == static_cast<int64_t>(mainEnd))) return (words - 50) / 4;
-  if (!hasMain)
-    return reportError(
-        {.routine = tag, .code = kOwnWords, .file = name, .message1 = "File size discrepency"});
-
-  // Only the headers of the records are read.
-  int64_t count = 0;
-  std::uint64_t at = kShapeHeaderBytes;
-  while (at < mainEnd) {
-    std::array<std::byte, kShapeRecordHeaderBytes> bytes{};
-    code = main.readAt(at, bytes);
-    ByteReader header(bytes);
-    const auto number = header.big<int32_t>();
-    const auto length = header.big<int32_t>();
-    if (code == kIoOk && (number != count + 1 || length < 2)) code = kIoPastEnd;
-    at += kShapeRecordHeaderBytes + 2 * static_cast<std::uint64_t>(std::max(length, 0));
-    if (code != kIoOk || at > mainEnd)
-      return reportError({.routine = tag,
-                          .code = kReadError,
-                          .file = mainName,
-                          .message1 = "Record " + freeText(count + 1) + " does not lie within the file"});
-    ++count;
-  }
-  return count;
+  ShapefileReader file(source.routine, stem);
+  if (file.load() != kSuccess || check(file) != kSuccess || file.checkRecords(table.numRecords) != kSuccess ||
+      readShapes(file) != kSuccess)
+    return kFailure;
+  readProjection(stem, prj);
+  return kSuccess;
 }
 
 // ---- writing ----
 
 ShapefileWriter::ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records)
     : main_(mainFile_, static_cast<std::size_t>(mainBytes)),
-      index_(indexFile_, static_cast<std::size_t>(kShapeHeaderBytes + kIndexEntryBytes * records)),
+      index_(indexFile_, static_cast<std::size_t>(kShapeHeaderBytes + kShapeIndexEntryBytes * records)),
       type_(type) {
   if (!ok()) return;
   writeHeader(main_, type);
@@ -227,12 +184,12 @@ ByteWriter& ShapefileWriter::beginRecord(uint64_t contentBytes) {
 }
 
 void ShapefileWriter::setRanges(const Box& box, const Range& z, const Range& m) {
-  settleHeader(main_, box, z, m);
-  settleHeader(index_, box, z, m);
+  completeHeader(main_, box, z, m);
+  completeHeader(index_, box, z, m);
 }
 
 int ShapefileWriter::save(std::string_view routine, std::string_view path) {
-  const std::string name = fileOf(path, ".shp");
+  const std::string name = shapefileName(path, ".shp");
   int32_t failed = 0;
   IoCode code = writeImage(mainFile_, main_, name, failed);
   if (code != kIoOk)
@@ -240,7 +197,7 @@ int ShapefileWriter::save(std::string_view routine, std::string_view path) {
                         .code = kOwnWords,
                         .message1 = "Failed to write file " + name,
                         .message2 = describe(code)});
-  const std::string indexName = fileOf(path, ".shx");
+  const std::string indexName = shapefileName(path, ".shx");
   code = writeImage(indexFile_, index_, indexName, failed);
   if (code != kIoOk) {
     reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
@@ -248,6 +205,13 @@ int ShapefileWriter::save(std::string_view routine, std::string_view path) {
     return kFailure;
   }
   return kSuccess;
+}
+
+int checkShapeCount(std::string_view routine, const DataTableType& table, std::size_t shapes,
+                    std::string_view what) {
+  if (std::cmp_equal(shapes, table.numRecords)) return kSuccess;
+  return fail(routine, "The table has " + freeText(table.numRecords) + " records, but " +
+                           freeText(static_cast<int64_t>(shapes)) + ' ' + std::string(what));
 }
 
 int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
@@ -263,16 +227,16 @@ int saveShapefile(std::string_view routine, std::string_view path, ShapefileWrit
 
 void readProjection(std::string_view path, InputFileType& prj) {
   prj = InputFileType{};
-  const std::string name = fileOf(path, ".prj");
+  const std::string name = shapefileName(path, ".prj");
   platform::File file;
-  const bool empty = file.open(name, platform::Open::read) == kIoOk && file.size() == 0;  // says nothing
+  const bool empty = file.open(name, platform::Open::read) == kIoOk && file.size() == 0;  // which is no error
   if (platform::fileExists(name) && !empty) prj = NewInputFile(name, {.lineLength = std::string::npos});
 }
 
 int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
   if (prj.LineCount() < 1) return kSuccess;
   InputFileType text = prj.Copy();
-  if (text.writeAscii(fileOf(path, ".prj")) == kSuccess) return kSuccess;
+  if (text.writeAscii(shapefileName(path, ".prj")) == kSuccess) return kSuccess;
   return fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
 }
 

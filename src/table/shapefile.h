@@ -1,11 +1,12 @@
 #pragma once
 // The files of a shapefile: the main file ".shp" with its records, the index ".shx" beside it and the
 // projection text ".prj". Counts, lengths and record numbers are in big-endian, the rest in
-// little-endian order; lengths count 16-bit words. What a record holds is the business of the rooms
-// of points, lines and polygons.
+// little-endian order; lengths count 16-bit words. The content of records belongs to the modules of
+// points, lines and polygons.
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -36,13 +37,20 @@ enum class Shape : int32_t {
 
 inline constexpr uint64_t kShapeHeaderBytes = 100;
 inline constexpr uint64_t kShapeRecordHeaderBytes = 8;
+inline constexpr uint64_t kShapeIndexEntryBytes = 8;
+inline constexpr uint64_t kShapeLengthOffset = 24;        ///< of the file's length in words, in both headers
 inline constexpr int64_t kLargestShapefile = 2147483647;  ///< bytes that a main file may have
+/// Where the box of a header starts whose maxima are at least 0; the box of a file without records.
+inline constexpr Box kHeaderBox{.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 0.0}};
+
+/// The name of one file of a shapefile, of the stem without trailing blanks.
+[[nodiscard]] std::string shapefileName(std::string_view path, std::string_view extension);
 
 /// One record of a main file.
 struct ShapeRecord {
   int64_t number = 0;  ///< from 1
   Shape type = Shape::null;
-  ByteReader content{{}};  ///< of the content alone, behind the shape type
+  ByteReader content{{}};  ///< of the content, after the shape type
 };
 
 /// Reads a main file into memory and hands out its records. Every fault is reported once, under the
@@ -56,20 +64,22 @@ class ShapefileReader {
   int load();
   [[nodiscard]] int32_t typeCode() const { return typeCode_; }
   [[nodiscard]] Shape type() const { return static_cast<Shape>(typeCode_); }
-  /// Box of the header, as it stands there.
+  /// Box of the header, unchanged.
   [[nodiscard]] const Box& box() const { return box_; }
   /// True if the length in the header is the file's.
   [[nodiscard]] bool lengthIsRight() const { return declaredBytes_ == bytes_.size(); }
 
-  /// Walks the record headers before any record is read: numbers from 1 without a gap, contents within
-  /// the file, the last one ending where the file's length says, as many records as the table has. 0
-  /// or -1. Bytes behind the length that the header gives are no part of the file.
+  /// Checks all record headers before any record is read: numbers from 1 without a gap, contents within
+  /// the file, the last one ending at the length that the file's header gives, as many records as the table
+  /// has. 0 or -1. Bytes after that length are ignored.
   int checkRecords(int64_t tableRecords);
   /// The next record. Its type is null, or the file's. 0 or -1.
   int next(ShapeRecord& record);
 
   /// Reports a fault of the file, or of one record (number 1 or more). Gives -1.
   int fault(std::string_view what, int64_t record = 0) const;
+  /// Reports that there is no memory for `object`. Gives -1.
+  int noMemory(std::string_view object) const;
   [[nodiscard]] const std::string& name() const { return name_; }
 
  private:
@@ -83,16 +93,16 @@ class ShapefileReader {
   Box box_{};
 };
 
-/// Builds the images of a main and an index file, of sizes known beforehand, and writes each at once.
+/// Builds the images of a main and an index file, of sizes known in advance, and writes each at once.
 class ShapefileWriter {
  public:
   ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records);
 
   /// False if there is no memory for the images.
   [[nodiscard]] bool ok() const { return main_.ok() && index_.ok(); }
-  /// Starts a record of so many bytes, with its type; what follows is written to the writer given.
+  /// Starts a record of `contentBytes` with its type; the rest of the content goes to the writer returned.
   ByteWriter& beginRecord(uint64_t contentBytes);
-  /// Puts the ranges of all records into both headers. Comes behind the last record.
+  /// Puts the ranges of all records into both headers. Called after the last record.
   void setRanges(const Box& box, const Range& z = {0, 0}, const Range& m = {0, 0});
   /// Writes both files. 0, or -1 with a report.
   int save(std::string_view routine, std::string_view path);
@@ -106,25 +116,43 @@ class ShapefileWriter {
   int32_t records_ = 0;
 };
 
-/// Records that the index file of a shapefile tells of, by its length; -1, reported, if it cannot be
-/// read. An index whose length is not its own, or that does not end where the main file ends, is not
-/// believed: the records of the main file are counted then.
+/// Number of records by the length of the index file; -1, reported, if it cannot be read. An index whose
+/// header contradicts its length, or whose last record does not end where the main file ends, is ignored: the
+/// records of the main file are counted instead.
 int64_t NumRecordsInShapefile(std::string_view path);
+
+/// What the reading of a shapefile starts from.
+struct ShapefileSource {
+  std::string_view routine{};                 ///< under which faults are reported
+  std::string_view path{};                    ///< stem of the files
+  std::optional<std::string_view> idField{};  ///< name of the field that identifies a record
+  std::string_view idFieldNotFound{};         ///< reported, with the name, where the table lacks it
+};
+/// One step of the reading, with the main file loaded. 0, or -1 after a report.
+using ReadingStep = std::function<int(ShapefileReader& file)>;
+/// Reads a shapefile in the order that all types share: rows, ID field, main file, projection text. `check`
+/// looks at the header of the main file, `readShapes` reads the records, whose headers have been checked. 0,
+/// or -1 after a report.
+int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSource& source,
+                  const ReadingStep& check, const ReadingStep& readShapes);
+
+/// Reports a table that does not have one shape a record; `what` names the shapes. 0 or -1.
+int checkShapeCount(std::string_view routine, const DataTableType& table, std::size_t shapes,
+                    std::string_view what);
 
 /// Reads path + ".prj" into `prj`, which has no lines if there is no such file.
 void readProjection(std::string_view path, InputFileType& prj);
 /// Writes `prj`, where it has lines, to path + ".prj". 0, or -1 with a report.
 int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
 
-/// Writes the files of a shapefile whose records stand in `out`: ".shp" and ".shx", the rows that
-/// `rows` asks for as ".dbf" (with ".cpg" as `DbfImage` says), and `prj`. The rows are put in form before any
-/// file is touched, so a value that has no place in its field leaves older files of the name whole. 0, or -1
-/// with a report.
+/// Writes the files of a shapefile whose records are in `out`: ".shp" and ".shx", the rows chosen by `rows`
+/// as ".dbf" (and ".cpg", see `DbfImage`), and `prj`. The rows are formatted before any file is touched, so
+/// a value that does not fit its field leaves older files of that name whole. 0, or -1 after a report.
 int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
                   const DbfWriteOptions& rows, const InputFileType& prj);
 
-/// value rounded to `decimals` places, halves away from zero; as it is for 0 and below, and where it
-/// has no such digits.
+/// `value` rounded to `decimals` places, halves away from zero; unchanged for 0 and below, and where it is so
+/// large that it has no such digits.
 [[nodiscard]] double roundedTo(double value, int32_t decimals);
 
 }  // namespace terrain

@@ -1,6 +1,6 @@
-// Typed access to the columns: whole columns, single values with their conversions, extremes. The
-// tables below say which type may be read as or written to which, and how; each operation is one
-// template over them, and the faces add the texts that they report under.
+// Typed access to the columns: whole columns, single values with their conversions, extremes. The tables
+// below define which type may be read as or written to which, and how; each operation is one template over
+// them, and the published operations add the texts of their reports.
 
 #include <algorithm>
 #include <array>
@@ -25,51 +25,41 @@ namespace {
 enum class Rule {
   refuse,
   plain,    ///< the value, where the target's range holds it
-  whole,    ///< real to integer: truncated, if the part behind the point is below a tolerance
-  exact,    ///< real to integer: only without a part behind the point
+  whole,    ///< real to integer: truncated, if the fraction is below a tolerance
+  exact,    ///< real to integer: only without a fraction
   rounded,  ///< real to integer: to the nearest, halves away from zero
   parse,    ///< text to integer
 };
-using RuleRow = std::array<Rule, 6>;  // by FieldKind: I4, I8, R4, R8, text, unknown
+using RuleRow = std::array<Rule, 5>;  // by FieldKind: I4, I8, R4, R8, text
 
 template <class T>
 struct ValueRules;  // by the type of the value read or written
 template <>
 struct ValueRules<int32_t> {
-  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::whole,
-                                Rule::whole, Rule::parse, Rule::refuse};
-  static constexpr RuleRow write{Rule::plain, Rule::plain,  Rule::plain,
-                                 Rule::plain, Rule::refuse, Rule::refuse};
-  static constexpr int32_t preset = -9999;
+  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::whole, Rule::whole, Rule::parse};
+  static constexpr RuleRow write{Rule::plain, Rule::plain, Rule::plain, Rule::plain, Rule::refuse};
 };
 template <>
-struct ValueRules<int64_t> : ValueRules<int32_t> {
-  static constexpr int64_t preset = -9999;
-};
+struct ValueRules<int64_t> : ValueRules<int32_t> {};
 template <>
 struct ValueRules<float> {
-  static constexpr RuleRow read{Rule::plain, Rule::plain,  Rule::plain,
-                                Rule::plain, Rule::refuse, Rule::refuse};
-  static constexpr RuleRow write{Rule::exact, Rule::exact,  Rule::plain,
-                                 Rule::plain, Rule::refuse, Rule::refuse};
-  static constexpr float preset = -9999.0F;
+  static constexpr RuleRow read{Rule::plain, Rule::plain, Rule::plain, Rule::plain, Rule::refuse};
+  static constexpr RuleRow write{Rule::exact, Rule::exact, Rule::plain, Rule::plain, Rule::refuse};
 };
 template <>
 struct ValueRules<double> {
   static constexpr RuleRow read = ValueRules<float>::read;
-  static constexpr RuleRow write{Rule::rounded, Rule::rounded, Rule::plain,
-                                 Rule::plain,   Rule::refuse,  Rule::refuse};
-  static constexpr double preset = -9999.0;
+  static constexpr RuleRow write{Rule::rounded, Rule::rounded, Rule::plain, Rule::plain, Rule::refuse};
 };
 
-/// True if the value, which has no part behind the point, lies in the integer's range; false for NaN.
+/// True if the value, which has no fraction, lies in the integer's range; false for NaN.
 template <class Integer, class Real>
 bool inRange(Real value) {
   constexpr Real low = static_cast<Real>(std::numeric_limits<Integer>::min());  // -2^31 or -2^63, exact
   return value >= low && value < -low;
 }
 
-/// The tolerance is signed as it stands: a negative value always passes and is truncated towards zero.
+/// The comparison is signed: a negative value always passes and is truncated towards zero.
 bool isWhole(double value) { return value - std::trunc(value) < static_cast<double>(1e-8F); }
 bool isWhole(float value) { return value - std::trunc(value) < 1e-7F; }
 
@@ -106,7 +96,10 @@ bool convert(From value, Rule rule, To& out) {
 
 constexpr std::string_view kNoValues = "Field has no values in memory";
 
-/// What an operation on one value reports under and adds to its reports.
+template <class Column>
+inline constexpr bool isText = std::is_same_v<std::decay_t<Column>, TextColumn>;
+
+/// The texts of the reports of an operation on one value.
 struct ValueTexts {
   std::string_view routine;
   std::string_view wrongType = "Incorrect data type";
@@ -147,27 +140,25 @@ int wrongType(const FieldContent& field, const ValueTexts& texts) {
 template <class To>
 int readValue(DataTableType& table, int32_t ifield, int64_t irec, To& value, const ValueTexts& texts) {
   Attempt attempt{table.status};
-  value = ValueRules<To>::preset;
+  value = To(-9999);
   FieldContent* const field = locate(table, ifield, irec, texts);
   if (field == nullptr) return kFailure;
-  const Rule rule = ValueRules<To>::read[static_cast<std::size_t>(kindOf(field->dataType.padded()))];
-  if (rule == Rule::refuse) return wrongType(*field, texts);
-  int result = kFailure;
-  visitColumn(*field, [&](const auto& column) {
+  const auto refuse = [&] { return wrongType(*field, texts); };
+  const auto read = [&](const auto& column) {
+    const Rule rule = ValueRules<To>::read[static_cast<std::size_t>(kindOf(field->dataType.padded()))];
+    if (rule == Rule::refuse) return refuse();
     const auto at = static_cast<std::size_t>(irec) - 1;
-    if (at >= column.size()) {
-      fail(texts.routine, kNoValues);
-    } else if constexpr (std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
-      if constexpr (std::is_integral_v<To>) {
-        const std::string_view text = column[at];
-        result = readFree(text, value) ? kSuccess
-                                       : fail(texts.routine, "Error reading string " + std::string(text));
-      }
+    if (at >= column.size()) return fail(texts.routine, kNoValues);
+    if constexpr (!isText<decltype(column)>) {
+      return convert(column[at], rule, value) ? kSuccess : refuse();
+    } else if constexpr (std::is_integral_v<To>) {
+      if (readFree(column[at], value)) return kSuccess;
+      return fail(texts.routine, "Error reading string " + std::string(column[at]));
     } else {
-      result = convert(column[at], rule, value) ? kSuccess : wrongType(*field, texts);
+      return refuse();
     }
-  });
-  return result == kSuccess ? attempt.succeed() : kFailure;
+  };
+  return attempt.end(visitColumn(*field, read, refuse));
 }
 
 template <class From>
@@ -175,18 +166,18 @@ int writeValue(DataTableType& table, int32_t ifield, int64_t irec, From value, c
   Attempt attempt{table.status};
   FieldContent* const field = locate(table, ifield, irec, texts);
   if (field == nullptr) return kFailure;
-  const Rule rule = ValueRules<From>::write[static_cast<std::size_t>(kindOf(field->dataType.padded()))];
-  if (rule == Rule::refuse) return wrongType(*field, texts);
-  int result = kFailure;
-  visitColumn(*field, [&](auto& column) {
+  const auto refuse = [&] { return wrongType(*field, texts); };
+  const auto write = [&](auto& column) {
+    const Rule rule = ValueRules<From>::write[static_cast<std::size_t>(kindOf(field->dataType.padded()))];
+    if (rule == Rule::refuse) return refuse();
     const auto at = static_cast<std::size_t>(irec) - 1;
-    if (at >= column.size()) {
-      fail(texts.routine, kNoValues);
-    } else if constexpr (!std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
-      result = convert(value, rule, column[at]) ? kSuccess : wrongType(*field, texts);
-    }
-  });
-  return result == kSuccess ? attempt.succeed() : kFailure;
+    if (at >= column.size()) return fail(texts.routine, kNoValues);
+    if constexpr (isText<decltype(column)>)
+      return refuse();
+    else
+      return convert(value, rule, column[at]) ? kSuccess : refuse();
+  };
+  return attempt.end(visitColumn(*field, write, refuse));
 }
 
 // ---- whole columns ----
@@ -220,7 +211,7 @@ int readField(DataTableType& table, std::vector<T>& values, const FieldChoice& w
   Attempt attempt{table.status};
   if (!which.fieldNum && !which.fieldName) return kFailure;
   const FieldContent* const field = table.fieldAt(numberOf(table, which, texts.routine));
-  if (field == nullptr) return kFailure;  // for a number out of range silent by agreement
+  if (field == nullptr) return kFailure;  // not reported for a number out of range
   if (field->dataType.padded() != texts.type) return mismatch(*field, texts);
   const std::vector<T>& column = columnOf<T>(*field);
   const auto count = static_cast<std::size_t>(std::max<int64_t>(table.numRecords, 0));
@@ -236,7 +227,7 @@ int writeField(DataTableType& table, std::span<const Value> values, int32_t fiel
                const ColumnTexts& texts) {
   Attempt attempt{table.status};
   FieldContent* const field = table.fieldAt(fieldNum);
-  if (field == nullptr) return kFailure;  // silent by agreement
+  if (field == nullptr) return kFailure;  // not reported
   if (field->dataType.padded() != texts.type) return mismatch(*field, texts);
   if (std::cmp_not_equal(values.size(), std::max<int64_t>(table.numRecords, 0)))
     return fail(texts.routine, "Input data array is incorrect length");
@@ -273,12 +264,14 @@ double extreme(DataTableType& table, const ExtremeOptions& options, double start
                                    : "Field not found: " + std::string(stripped(*options.fieldName)));
     return found;
   }
-  const bool known = visitColumn(*field, [&](const auto& column) {
-    if constexpr (!std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
-      if (std::cmp_less(column.size(), table.numRecords)) {
-        fail(routine, kNoValues);
-        return;
-      }
+  const auto refuse = [&] {
+    return fail(routine, "Unknown data type " + std::string(field->dataType.padded()));
+  };
+  const auto fold = [&](const auto& column) {
+    if constexpr (isText<decltype(column)>) {
+      return refuse();
+    } else {
+      if (std::cmp_less(column.size(), table.numRecords)) return fail(routine, kNoValues);
       using T = typename std::decay_t<decltype(column)>::value_type;
       T nodata{};
       if constexpr (std::is_integral_v<T>)
@@ -287,17 +280,16 @@ double extreme(DataTableType& table, const ExtremeOptions& options, double start
         nodata = static_cast<T>(options.nodata);
       for (const T value : column)
         if (value > nodata) found = better(found, static_cast<double>(value));
-      attempt.succeed();
+      return kSuccess;
     }
-  });
-  if (!known || field->dataType == "C ")
-    fail(routine, "Unknown data type " + std::string(field->dataType.padded()));
+  };
+  attempt.end(visitColumn(*field, fold, refuse));
   return found;
 }
 
 }  // namespace
 
-// ---- faces: whole columns ----
+// ---- published operations: whole columns ----
 
 int DataTableType::ReadI4Field(std::vector<int32_t>& values, const FieldChoice& which) {
   return readField(*this, values, which, {"ReadI4Field in DataTableModule", "I4", "INT4", "I4data"});
@@ -332,7 +324,7 @@ int DataTableType::WriteCharField(std::span<const std::string> values, int32_t f
                                 {"WriteR4Field in DataTableModul", "C ", "CHAR", "Char array"});
 }
 
-// ---- faces: single values ----
+// ---- published operations: single values ----
 
 int DataTableType::ReadI4Value(int32_t ifield, int64_t irec, int32_t& value) {
   return readValue(*this, ifield, irec, value, {.routine = "ReadI4Value in DataTableModule "});
@@ -394,7 +386,7 @@ int DataTableType::WriteCharValue(int32_t ifield, int64_t irec, std::string_view
   return attempt.succeed();
 }
 
-// ---- faces: extremes ----
+// ---- published operations: extremes ----
 
 double DataTableType::Minimum(const ExtremeOptions& options) {
   return extreme(*this, options, std::numeric_limits<double>::max(), "Minimum in DataTableModule",

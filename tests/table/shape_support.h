@@ -1,5 +1,5 @@
 #pragma once
-// Shapefiles made by hand, for the tests of the vector tables.
+// Shapefiles made of a few numbers, for the tests of the vector tables.
 
 #include <cstdint>
 #include <filesystem>
@@ -8,6 +8,9 @@
 #include <vector>
 
 #include "support/tools.h"
+#include "table/line_vectors.h"
+#include "table/point_vectors.h"
+#include "table/polygon_vectors.h"
 #include "table/shapefile.h"
 #include "table_support.h"
 
@@ -104,6 +107,51 @@ inline std::string putShapefile(const std::string& stem, const std::string& main
 using Numbers = std::vector<double>;
 using Starts = std::vector<int32_t>;
 
+// The three tables under the same names, for tests over all shape types. `z` asks for the type with
+// elevations.
+inline int readShapes(PointVectorType& table, const std::string& stem) {
+  return ReadPointShapefile(table, stem);
+}
+inline int readShapes(LineVectorType& table, const std::string& stem) {
+  return ReadPolylineShapefile(table, stem);
+}
+inline int readShapes(PolyVectorType& table, const std::string& stem) {
+  return ReadPolygonShapefile(table, stem);
+}
+inline int writeShapes(PointVectorType& table, const std::string& stem, bool /*z*/ = false) {
+  return table.WritePointShapefile(stem);
+}
+inline int writeShapes(LineVectorType& table, const std::string& stem, bool z = false) {
+  return table.WriteShapefile(stem, {.zForm = z});
+}
+inline int writeShapes(PolyVectorType& table, const std::string& stem, bool z = false) {
+  return z ? table.WritePolygonZShapefile(stem) : table.WritePolygonShapefile(stem);
+}
+
+/// Calls f with a table for the shape type.
+template <class F>
+auto withTableOf(Shape type, F&& f) {
+  switch (type) {
+    case Shape::point:
+    case Shape::pointZ:
+    case Shape::pointM:
+    case Shape::multiPoint: {
+      PointVectorType table;
+      return f(table);
+    }
+    case Shape::polyline:
+    case Shape::polylineZ:
+    case Shape::polylineM: {
+      LineVectorType table;
+      return f(table);
+    }
+    default: {
+      PolyVectorType table;
+      return f(table);
+    }
+  }
+}
+
 /// Tests that make files of lines or polygons from their outlines; one without vertices is a null shape.
 class OutlineFiles : public ::testing::Test {
  protected:
@@ -117,6 +165,16 @@ class OutlineFiles : public ::testing::Test {
   Scratch scratch;
   Messages seen;
 };
+
+/// Consecutive float64 numbers of a file.
+inline Numbers numbersAt(const std::string& path, uint64_t offset, std::size_t count) {
+  const std::string bytes = readBytes(path);
+  ByteReader in(std::as_bytes(std::span(bytes)));
+  in.seek(offset);
+  Numbers numbers(count);
+  in.little(std::span(numbers));
+  return numbers;
+}
 
 /// The values of field ID.
 inline std::vector<int32_t> idsOf(DataTableType& table) {
