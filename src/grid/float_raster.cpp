@@ -41,9 +41,12 @@ int writeFloats(GridOf<T>& grid, std::string_view stem, const VersionStamp* stam
 
 int WriteGridflt(Grid_Header& grid, std::string_view stem, const VersionStamp* stamp) {
   constexpr std::string_view tag = "WriteGridflt in Grid_Modul";
-  const auto written = visitGrid(grid, [&](auto& typed) { return writeFloats(typed, stem, stamp); });
-  if (!written) return fail(tag, "Unrecognized grid type");
-  return *written == kSuccess ? kSuccess : fail(tag, "Writeflt failed");
+  return visitGrid(
+      grid,
+      [&](auto& typed) {
+        return writeFloats(typed, stem, stamp) == kSuccess ? kSuccess : fail(tag, "Writeflt failed");
+      },
+      [tag] { return fail(tag, "Unrecognized grid type"); });
 }
 
 // clang-format off

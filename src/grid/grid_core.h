@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <concepts>
-#include <optional>
 #include <span>
 #include <type_traits>
 #include <vector>
@@ -233,19 +232,13 @@ IoCode GridOf<T>::writeRow(int32_t row, std::span<const T> in) {
 // ---- any grid ----
 
 /// Calls `f` with a grid of any type as its own GridOf<T>: the one switch over the six types. Gives what
-/// `f` gives (true where that is nothing); empty for a header that is no grid.
-template <class Header, class F>
+/// `f` gives, or what `otherwise` gives for a header that is no grid.
+template <class Header, class F, class Otherwise>
 requires std::same_as<std::remove_const_t<Header>, Grid_Header>
-auto visitGrid(Header& grid, F&& f) {
-  const auto call = [&]<Cell T>(std::type_identity<T>) {
+auto visitGrid(Header& grid, F&& f, Otherwise&& otherwise) -> decltype(otherwise()) {
+  const auto call = [&]<Cell T>(std::type_identity<T>) -> decltype(otherwise()) {
     using Grid = std::conditional_t<std::is_const_v<Header>, const GridOf<T>, GridOf<T>>;
-    Grid& typed = static_cast<Grid&>(grid);
-    if constexpr (std::is_void_v<decltype(f(typed))>) {
-      f(typed);
-      return std::optional<bool>(true);
-    } else {
-      return std::optional(f(typed));
-    }
+    return f(static_cast<Grid&>(grid));
   };
   switch (grid.cellType()) {
     case CellType::R4:
@@ -263,7 +256,12 @@ auto visitGrid(Header& grid, F&& f) {
     case CellType::none:
       break;
   }
-  return decltype(call(std::type_identity<float>{})){};
+  return otherwise();
+}
+/// The same for an f without result, which is not called for a header that is no grid.
+template <class Header, class F>
+void visitGrid(Header& grid, F&& f) {
+  visitGrid(grid, f, [] {});
 }
 
 }  // namespace terrain

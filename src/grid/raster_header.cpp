@@ -228,9 +228,9 @@ std::string coordinate(double value) {
 std::string nodataText(const Grid_Header& grid) {
   const CellFacts* facts = factsOf(grid.cellType());
   if (facts != nullptr && !facts->real) {
-    const auto value =
-        visitGrid(grid, [](const auto& typed) { return static_cast<int64_t>(typed.nodataValue()); });
-    return rightJustified(freeText(*value), facts->nodataWidth);
+    int64_t value = 0;
+    visitGrid(grid, [&](const auto& typed) { value = static_cast<int64_t>(typed.nodataValue()); });
+    return rightJustified(freeText(value), facts->nodataWidth);
   }
   const std::string fixed = fixedText(static_cast<double>(grid.nodata), 1);
   float back = 0;

@@ -110,9 +110,10 @@ int ReadGrid(Grid_Header& grid, std::string_view fileName, const ReadGridArgs& a
   Attempt attempt{grid.status};
   RasterSource source;
   if (findRaster(source, fileName, grid.cellType(), kTag) != kSuccess) return kFailure;
-  const auto read = visitGrid(grid, [&](auto& typed) { return readTyped(typed, source, args); });
   if (args.fileHeader != nullptr) *args.fileHeader = source.header;
-  return attempt.end(read.value_or(kFailure));
+  return attempt.end(visitGrid(
+      grid, [&](auto& typed) { return readTyped(typed, source, args); },
+      [] { return fail(kTag, "Unknown grid type"); }));
 }
 
 int readRaster(R4Grid_type& grid, std::string_view name, const ReadGridArgs& args) {

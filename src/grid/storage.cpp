@@ -201,8 +201,9 @@ int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
     grid.nrows.reset();
     return fail(kCreateTag, "A grid needs at least one column and one row: " + counts);
   }
-  const auto made = visitGrid(grid, [&](auto& typed) { return createTyped(typed, own, pad); });
-  return made ? attempt.end(*made) : fail(kCreateTag, "Grid type not defined");
+  return attempt.end(visitGrid(
+      grid, [&](auto& typed) { return createTyped(typed, own, pad); },
+      [] { return fail(kCreateTag, "Grid type not defined"); }));
 }
 
 void DestroyGrid(Grid_Header& grid) {

@@ -12,6 +12,7 @@
 #include "run/accumulation.h"
 #include "support/grids.h"
 #include "support/plain_walks.h"
+#include "support/real_data.h"
 
 namespace terrain {
 namespace {
@@ -113,7 +114,7 @@ TEST_P(WalksTest, AreThePlainFormOnEveryKindOfCell) {
 }
 
 TEST_P(WalksTest, AreThePlainFormOnRealGrids) {
-  const std::string data = TERRAIN_TEST_DATA;
+  const std::string data = test::dataFolder();
   for (const char* name : {"small", "small_gully", "medium_ridges"}) {
     if (!rasterExists(data + "/raster/" + name)) GTEST_SKIP() << "no test data at '" << data << "'";
     SCOPED_TRACE(name);

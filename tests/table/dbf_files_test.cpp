@@ -2,6 +2,7 @@
 
 #include <iomanip>
 
+#include "support/real_data.h"
 #include "support/tools.h"
 #include "table/dbf.h"
 #include "table_support.h"
@@ -23,7 +24,7 @@ std::string shown(const DataTableType& table) {
 }
 
 TEST(DbfFiles, RealTablesKeepTheirRecords) {
-  const std::string root = TERRAIN_TEST_DATA;
+  const std::string root = test::dataFolder();
   if (root.empty() || !std::filesystem::exists(root)) GTEST_SKIP() << "no test data: " << root;
   int found = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/real_data.h"
 #include "support/tools.h"
 #include "table/line_vectors.h"
 #include "table/point_vectors.h"

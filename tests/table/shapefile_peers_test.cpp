@@ -11,7 +11,7 @@ using namespace terrain::testing;
 
 /// The stem of a real file; blank, with the test marked as skipped, where there is none.
 std::string realFile(const std::string& name) {
-  const std::string folder = TERRAIN_TEST_DATA;
+  const std::string folder = test::dataFolder();
   const std::string stem = folder + "/vector/" + name;
   if (!folder.empty() && std::filesystem::exists(stem + ".shp")) return stem;
   [&] { GTEST_SKIP() << "no test data: " << (folder.empty() ? "no folder is configured" : stem); }();
