@@ -97,7 +97,7 @@ void extractNeighbours(const GridOf<T>& grid, std::array<T, 9>& array, int32_t c
 
 struct TakeElement {};
 
-/// cell = combine(cell, element) over a window, or, with `takeElement`, cell = element without a look at it;
+/// cell = combine(cell, element) over a window, or, with `takeElement`, cell = element without reading it;
 /// `setCellTexts` says what a cell outside the grid gives.
 template <Cell T, class Combine>
 int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, std::string_view tag,
@@ -227,56 +227,136 @@ AccessTexts changing(std::string_view routine) { return {.routine = routine, .mo
 
 }  // namespace
 
-// clang-format off
 // ---- faces: float32 ----
 
-float R4Grid_type::ExtractR4ValueXY(double x, double y, const PointOptions& options) const { return valueXY(*this, x, y, options, kReadR4); }
-int R4Grid_type::SetR4CellColRow(int32_t col, int32_t row, float newValue) { return setCell(col, row, newValue, kSetR4); }
-int R4Grid_type::SetR4CellXY(double x, double y, float newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetR4CellXY in Grid_Module", .outside = kOutsideOf}); }
-int R4Grid_type::AddR4(int32_t col, int32_t row, float amount) { return changeCell(col, row, changing("AddR4 in Grid_Module"), kReadR4, [=](float v) { return v + amount; }); }
-int R4Grid_type::SubtractR4(int32_t col, int32_t row, float amount) { return changeCell(col, row, changing("SubtractR4 in Grid_Module"), kReadR4, [=](float v) { return v - amount; }); }
-int R4Grid_type::multiplyCellR4(int32_t col, int32_t row, float factor) { return changeCell(col, row, changing("multiplyCellR4 in Grid_Module"), kReadR4, [=](float v) { return v * factor; }); }
+float R4Grid_type::ExtractR4ValueXY(double x, double y, const PointOptions& options) const {
+  return valueXY(*this, x, y, options, kReadR4);
+}
+int R4Grid_type::SetR4CellColRow(int32_t col, int32_t row, float newValue) {
+  return setCell(col, row, newValue, kSetR4);
+}
+int R4Grid_type::SetR4CellXY(double x, double y, float newValue) {
+  return setCellXY(*this, x, y, newValue, {.routine = "SetR4CellXY in Grid_Module", .outside = kOutsideOf});
+}
+int R4Grid_type::AddR4(int32_t col, int32_t row, float amount) {
+  return changeCell(col, row, changing("AddR4 in Grid_Module"), kReadR4, [=](float v) { return v + amount; });
+}
+int R4Grid_type::SubtractR4(int32_t col, int32_t row, float amount) {
+  return changeCell(col, row, changing("SubtractR4 in Grid_Module"), kReadR4,
+                    [=](float v) { return v - amount; });
+}
+int R4Grid_type::multiplyCellR4(int32_t col, int32_t row, float factor) {
+  return changeCell(col, row, changing("multiplyCellR4 in Grid_Module"), kReadR4,
+                    [=](float v) { return v * factor; });
+}
 void R4Grid_type::SetR4List(std::span<const ColRow> list, float newValue) {
   for (const ColRow& cell : list) setCell(cell.col, cell.row, newValue, {.routine = kSetR4.routine});
 }
-void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) const { extractRow(*this, array, row, "ExtractR4row in Grid_Module"); }
-int R4Grid_type::SetR4row(int32_t row, std::span<const float> array) { return setRow(*this, row, array, {.routine = "SetR4row in Grid_Module"}); }
-void R4Grid_type::ExtractR4Window(std::span<float> array, const Window& window) const { extractWindow(*this, array, window, kReadR4); }
-void R4Grid_type::ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadR4); }
-int R4Grid_type::setWindowR4(const Window& window, std::span<const float> array) { return setWindow(*this, window, array, "setWindowR4 in Grid_Module ", kReadR4, kSetR4, TakeElement{}); }
+void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractR4row in Grid_Module");
+}
+int R4Grid_type::SetR4row(int32_t row, std::span<const float> array) {
+  return setRow(*this, row, array, {.routine = "SetR4row in Grid_Module"});
+}
+void R4Grid_type::ExtractR4Window(std::span<float> array, const Window& window) const {
+  extractWindow(*this, array, window, kReadR4);
+}
+void R4Grid_type::ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) const {
+  extractNeighbours(*this, array, col, row, kReadR4);
+}
+int R4Grid_type::setWindowR4(const Window& window, std::span<const float> array) {
+  return setWindow(*this, window, array, "setWindowR4 in Grid_Module ", kReadR4, kSetR4, TakeElement{});
+}
 
 // ---- faces: float64 ----
 
-double R8Grid_type::ExtractR8ValueXY(double x, double y, const PointOptions& options) const { return valueXY(*this, x, y, options, kReadR8); }
-int R8Grid_type::SetR8Cell(int32_t col, int32_t row, double newValue) { return setCell(col, row, newValue, kSetR8); }
-int R8Grid_type::AddR8(int32_t col, int32_t row, double amount) { return changeCell(col, row, changing("AddR8 in Grid_Module"), kReadR8, [=](double v) { return v + amount; }); }
-int R8Grid_type::multiplyCellR8(int32_t col, int32_t row, double factor) { return changeCell(col, row, changing("multiplyCellR8 in Grid_Module"), kReadR8, [=](double v) { return v * factor; }); }
-void R8Grid_type::ExtractR8row(std::span<double> array, int32_t row) const { extractRow(*this, array, row, "ExtractR8row in Grid_Module"); }
-int R8Grid_type::SetR8Row(int32_t row, std::span<const double> array) { return setRow(*this, row, array, {.routine = "SetR8Row in Grid_Module", .outside = "Input row outside of grid range", .modeFailed = kRowModeFailed}); }
-void R8Grid_type::ExtractR8Window(std::span<double> array, const Window& window) const { extractWindow(*this, array, window, kReadR8); }
-int R8Grid_type::setWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, TakeElement{}); }
-int R8Grid_type::multiplyWindowR8(const Window& window, std::span<const double> array) { return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, [](double cell, double element) { return cell * element; }); }
+double R8Grid_type::ExtractR8ValueXY(double x, double y, const PointOptions& options) const {
+  return valueXY(*this, x, y, options, kReadR8);
+}
+int R8Grid_type::SetR8Cell(int32_t col, int32_t row, double newValue) {
+  return setCell(col, row, newValue, kSetR8);
+}
+int R8Grid_type::AddR8(int32_t col, int32_t row, double amount) {
+  return changeCell(col, row, changing("AddR8 in Grid_Module"), kReadR8,
+                    [=](double v) { return v + amount; });
+}
+int R8Grid_type::multiplyCellR8(int32_t col, int32_t row, double factor) {
+  return changeCell(col, row, changing("multiplyCellR8 in Grid_Module"), kReadR8,
+                    [=](double v) { return v * factor; });
+}
+void R8Grid_type::ExtractR8row(std::span<double> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractR8row in Grid_Module");
+}
+int R8Grid_type::SetR8Row(int32_t row, std::span<const double> array) {
+  return setRow(*this, row, array,
+                {.routine = "SetR8Row in Grid_Module",
+                 .outside = "Input row outside of grid range",
+                 .modeFailed = kRowModeFailed});
+}
+void R8Grid_type::ExtractR8Window(std::span<double> array, const Window& window) const {
+  extractWindow(*this, array, window, kReadR8);
+}
+int R8Grid_type::setWindowR8(const Window& window, std::span<const double> array) {
+  return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8, TakeElement{});
+}
+int R8Grid_type::multiplyWindowR8(const Window& window, std::span<const double> array) {
+  return setWindow(*this, window, array, "setWindowR8 in Grid_Module ", kReadR8, kSetR8,
+                   [](double cell, double element) { return cell * element; });
+}
 
 // ---- faces: int32 ----
 
-int32_t I4Grid_type::ExtractI4ValueXY(double x, double y) const { return latticeValueXY(*this, x, y, kReadI4); }
-int I4Grid_type::SetI4Cell(int32_t col, int32_t row, int32_t newValue) { return setCell(col, row, newValue, kSetI4); }
-int I4Grid_type::SetI4CellXY(double x, double y, int32_t newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetI4CellXY in Grid_Module", .outside = kOutOfRange}); }
-int I4Grid_type::AddColRowI4(int32_t col, int32_t row, int32_t amount) { return changeCell(col, row, changing("AddColRowI4 in Grid_Module"), kReadI4, [=](int32_t v) { return wrappedSum(v, amount); }); }
-int I4Grid_type::SetI4Negative(int32_t col, int32_t row) { return changeCell(col, row, changing("SetI4Negative in Grid_Module"), kReadI4, negativeOf<int32_t>); }
-void I4Grid_type::ExtractI4row(std::span<int32_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI4row in Grid_Module"); }
-int I4Grid_type::SetI4row(int32_t row, std::span<const int32_t> array) { return setRow(*this, row, array, {.routine = "SetI4row in Grid_Module", .modeFailed = kRowModeFailed}); }
-void I4Grid_type::ExtractI4Window(std::span<int32_t> array, const Window& window) const { extractWindow(*this, array, window, kReadI4); }
-void I4Grid_type::ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadI4); }
-int I4Grid_type::setWindowI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowI4 in Grid_Module ", kReadI4, kSetI4, TakeElement{}); }
-int I4Grid_type::setWindowMaxI4(const Window& window, std::span<const int32_t> array) { return setWindow(*this, window, array, "setWindowMaxI4 in Grid_Module ", kReadI4, kSetI4, [](int32_t cell, int32_t element) { return std::max(cell, element); }); }
+int32_t I4Grid_type::ExtractI4ValueXY(double x, double y) const {
+  return latticeValueXY(*this, x, y, kReadI4);
+}
+int I4Grid_type::SetI4Cell(int32_t col, int32_t row, int32_t newValue) {
+  return setCell(col, row, newValue, kSetI4);
+}
+int I4Grid_type::SetI4CellXY(double x, double y, int32_t newValue) {
+  return setCellXY(*this, x, y, newValue, {.routine = "SetI4CellXY in Grid_Module", .outside = kOutOfRange});
+}
+int I4Grid_type::AddColRowI4(int32_t col, int32_t row, int32_t amount) {
+  return changeCell(col, row, changing("AddColRowI4 in Grid_Module"), kReadI4,
+                    [=](int32_t v) { return wrappedSum(v, amount); });
+}
+int I4Grid_type::SetI4Negative(int32_t col, int32_t row) {
+  return changeCell(col, row, changing("SetI4Negative in Grid_Module"), kReadI4, negativeOf<int32_t>);
+}
+void I4Grid_type::ExtractI4row(std::span<int32_t> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractI4row in Grid_Module");
+}
+int I4Grid_type::SetI4row(int32_t row, std::span<const int32_t> array) {
+  return setRow(*this, row, array, {.routine = "SetI4row in Grid_Module", .modeFailed = kRowModeFailed});
+}
+void I4Grid_type::ExtractI4Window(std::span<int32_t> array, const Window& window) const {
+  extractWindow(*this, array, window, kReadI4);
+}
+void I4Grid_type::ExtractI4Neighbours(std::array<int32_t, 9>& array, int32_t col, int32_t row) const {
+  extractNeighbours(*this, array, col, row, kReadI4);
+}
+int I4Grid_type::setWindowI4(const Window& window, std::span<const int32_t> array) {
+  return setWindow(*this, window, array, "setWindowI4 in Grid_Module ", kReadI4, kSetI4, TakeElement{});
+}
+int I4Grid_type::setWindowMaxI4(const Window& window, std::span<const int32_t> array) {
+  return setWindow(*this, window, array, "setWindowMaxI4 in Grid_Module ", kReadI4, kSetI4,
+                   [](int32_t cell, int32_t element) { return std::max(cell, element); });
+}
 
 // ---- faces: int64 ----
 
-int64_t I8Grid_type::ExtractI8ValueXY(double x, double y) const { return latticeValueXY(*this, x, y, kReadI8); }
-int I8Grid_type::SetI8CellColRow(int32_t col, int32_t row, int64_t newValue) { return setCell(col, row, newValue, kSetI8); }
-int I8Grid_type::SetI8CellXY(double x, double y, int64_t newValue) { return setCellXY(*this, x, y, newValue, {.routine = "SetI8CellXY in Grid_Module", .outside = kOutside}); }
-int I8Grid_type::AddColRowI8(int32_t col, int32_t row, int64_t amount) { return changeCell(col, row, changing("AddColRowI8 in Grid_Module"), kReadI8, [=](int64_t v) { return wrappedSum(v, amount); }); }
+int64_t I8Grid_type::ExtractI8ValueXY(double x, double y) const {
+  return latticeValueXY(*this, x, y, kReadI8);
+}
+int I8Grid_type::SetI8CellColRow(int32_t col, int32_t row, int64_t newValue) {
+  return setCell(col, row, newValue, kSetI8);
+}
+int I8Grid_type::SetI8CellXY(double x, double y, int64_t newValue) {
+  return setCellXY(*this, x, y, newValue, {.routine = "SetI8CellXY in Grid_Module", .outside = kOutside});
+}
+int I8Grid_type::AddColRowI8(int32_t col, int32_t row, int64_t amount) {
+  return changeCell(col, row, changing("AddColRowI8 in Grid_Module"), kReadI8,
+                    [=](int64_t v) { return wrappedSum(v, amount); });
+}
 int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
   constexpr std::string_view tag = "SetI8Negative in Grid_Module";
   if (!contains(col, row)) {
@@ -288,7 +368,9 @@ int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
     if (SetCellAccess() != kSuccess) return status = fail(tag, kCellModeFailed);
     int64_t held = 0;
     RecordFile* file = terrain::units().records(scratchUnit);
-    const IoCode code = file == nullptr ? kIoNotFound : file->read((int64_t{row} - 1) * cols() + col, std::as_writable_bytes(std::span(&held, 1)));
+    const IoCode code = file == nullptr ? kIoNotFound
+                                        : file->read((int64_t{row} - 1) * cols() + col,
+                                                     std::as_writable_bytes(std::span(&held, 1)));
     if (code != kIoOk)
       return status = reportError({.routine = tag,
                                    .message1 = "Error reading from scratch file",
@@ -297,23 +379,46 @@ int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
   }
   return changeCell(col, row, changing(tag), kReadI8, negativeOf<int64_t>);
 }
-void I8Grid_type::ExtractI8row(std::span<int64_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI8row in Grid_Module"); }
-int I8Grid_type::SetI8row(int32_t row, std::span<const int64_t> array) { return setRow(*this, row, array, {.routine = "SetI8row in Grid_Module"}); }
-void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) const { extractWindow(*this, array, window, kReadI8); }
-void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const { extractNeighbours(*this, array, col, row, kReadI8); }
-int I8Grid_type::setWindowI8(const Window& window, std::span<const int64_t> array) { return setWindow(*this, window, array, "setWindowI8 in Grid_Module ", kReadI8, kSetI8, TakeElement{}); }
+void I8Grid_type::ExtractI8row(std::span<int64_t> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractI8row in Grid_Module");
+}
+int I8Grid_type::SetI8row(int32_t row, std::span<const int64_t> array) {
+  return setRow(*this, row, array, {.routine = "SetI8row in Grid_Module"});
+}
+void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) const {
+  extractWindow(*this, array, window, kReadI8);
+}
+void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const {
+  extractNeighbours(*this, array, col, row, kReadI8);
+}
+int I8Grid_type::setWindowI8(const Window& window, std::span<const int64_t> array) {
+  return setWindow(*this, window, array, "setWindowI8 in Grid_Module ", kReadI8, kSetI8, TakeElement{});
+}
 
 // ---- faces: int16 and int8 ----
 
-void I2Grid_type::ExtractI2Row(std::span<int16_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI2Row in Grid_Module"); }
-int I2Grid_type::SetI2row(int32_t row, std::span<const int16_t> array) { return setRow(*this, row, array, {.routine = "SetI2row in Grid_Module", .modeFailed = kRowModeFailed}); }
+void I2Grid_type::ExtractI2Row(std::span<int16_t> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractI2Row in Grid_Module");
+}
+int I2Grid_type::SetI2row(int32_t row, std::span<const int16_t> array) {
+  return setRow(*this, row, array, {.routine = "SetI2row in Grid_Module", .modeFailed = kRowModeFailed});
+}
 
-int I1Grid_type::SetI1Cell(int32_t col, int32_t row, int8_t newValue) { return setCell(col, row, newValue, kSetI1); }
-int I1Grid_type::AddColRowI1(int32_t col, int32_t row, int8_t amount) { return changeCell(col, row, changing("AddColRowI1 in Grid_Module"), kReadI1, [=](int8_t v) { return wrappedSum(v, amount); }); }
-void I1Grid_type::ExtractI1Row(std::span<int8_t> array, int32_t row) const { extractRow(*this, array, row, "ExtractI1Row in Grid_Module"); }
-int I1Grid_type::SetI1Row(int32_t row, std::span<const int8_t> array) { return setRow(*this, row, array, {.routine = "SetI1Row in Grid_Module", .modeFailed = kRowModeFailed}); }
-int I1Grid_type::setWindowI1(const Window& window, std::span<const int8_t> array) { return setWindow(*this, window, array, "setWindowI1 in Grid_Module ", kReadI1, kSetI1, TakeElement{}); }
-
-// clang-format on
+int I1Grid_type::SetI1Cell(int32_t col, int32_t row, int8_t newValue) {
+  return setCell(col, row, newValue, kSetI1);
+}
+int I1Grid_type::AddColRowI1(int32_t col, int32_t row, int8_t amount) {
+  return changeCell(col, row, changing("AddColRowI1 in Grid_Module"), kReadI1,
+                    [=](int8_t v) { return wrappedSum(v, amount); });
+}
+void I1Grid_type::ExtractI1Row(std::span<int8_t> array, int32_t row) const {
+  extractRow(*this, array, row, "ExtractI1Row in Grid_Module");
+}
+int I1Grid_type::SetI1Row(int32_t row, std::span<const int8_t> array) {
+  return setRow(*this, row, array, {.routine = "SetI1Row in Grid_Module", .modeFailed = kRowModeFailed});
+}
+int I1Grid_type::setWindowI1(const Window& window, std::span<const int8_t> array) {
+  return setWindow(*this, window, array, "setWindowI1 in Grid_Module ", kReadI1, kSetI1, TakeElement{});
+}
 
 }  // namespace terrain

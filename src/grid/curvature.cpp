@@ -16,7 +16,7 @@ using namespace surface;
 
 constexpr double kMissing = static_cast<double>(kNodata);
 
-void give(float* out, double value) {
+void store(float* out, double value) {
   if (out != nullptr) *out = static_cast<float>(value);
 }
 
@@ -52,7 +52,7 @@ double principalCurvature(const Quadratic& f, double w) {
   return h + std::sqrt(std::max(h * h - k, 0.0));
 }
 
-void giveCurvatures(const EvansArgs& args, const Quadratic& f, double w) {
+void storeCurvatures(const EvansArgs& args, const Quadratic& f, double w) {
   const auto [a, b, c, p, q] = f;
   const double n = 2 * ((p * b - q * c) * p + q * q * a);
   const double m = -2 * ((p * a + q * c) * p + q * q * b);
@@ -63,11 +63,11 @@ void giveCurvatures(const EvansArgs& args, const Quadratic& f, double w) {
     if (w == 0) return kMissing;
     return sameR8(numerator, 0.0) ? 0.0 : value;
   };
-  give(args.plan, group(n, n / (root * root * root)));
-  give(args.tangential, group(n, n / (lean * w)));
-  give(args.planRaw, group(n, n / w));
-  give(args.profile, group(m, m / (lean * w * (1 + w))));
-  give(args.profileRaw, group(m, m / w));
+  store(args.plan, group(n, n / (root * root * root)));
+  store(args.tangential, group(n, n / (lean * w)));
+  store(args.planRaw, group(n, n / w));
+  store(args.profile, group(m, m / (lean * w * (1 + w))));
+  store(args.profileRaw, group(m, m / w));
 }
 
 }  // namespace
@@ -99,7 +99,7 @@ void R4Grid_type::Evans3x3(int32_t col, int32_t row, const EvansArgs& args) {
   Attempt attempt{status};
   for (float* out : {args.aspect, args.gradient, args.plan, args.tangential, args.planRaw, args.profile,
                      args.profileRaw, args.curvMin, args.curvMax, args.curvPrincipal})
-    give(out, kMissing);
+    store(out, kMissing);
   if (xcellsize != ycellsize) {
     putMessage("Evans3x3 requires square cells");
     return;
@@ -115,13 +115,13 @@ void R4Grid_type::Evans3x3(int32_t col, int32_t row, const EvansArgs& args) {
 
   const Quadratic f = fitQuadratic(z);
   const double w = f.p * f.p + f.q * f.q;
-  give(args.aspect, compassAspect(f, w));
-  give(args.gradient, std::sqrt(w));
-  giveCurvatures(args, f, w);
+  store(args.aspect, compassAspect(f, w));
+  store(args.gradient, std::sqrt(w));
+  storeCurvatures(args, f, w);
   const double spread = std::sqrt(f.c * f.c + (f.a - f.b) * (f.a - f.b));
-  give(args.curvMin, -(f.a + f.b) - spread);
-  give(args.curvMax, -(f.a + f.b) + spread);
-  give(args.curvPrincipal, principalCurvature(f, w));
+  store(args.curvMin, -(f.a + f.b) - spread);
+  store(args.curvMax, -(f.a + f.b) + spread);
+  store(args.curvPrincipal, principalCurvature(f, w));
   attempt.succeed();
 }
 

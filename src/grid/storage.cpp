@@ -95,7 +95,7 @@ void allocateCells(GridOf<T>& grid, int32_t pad) {
   grid.onDisk = true;
 }
 
-/// The whole margin is set too: nothing of a new grid is left to chance.
+/// The whole margin is set too, so that no cell of a new grid is undefined.
 template <Cell T>
 void fillCells(GridOf<T>& grid, T fill) {
   const int32_t pad = grid.cells.pad();

@@ -16,7 +16,7 @@ using namespace surface;
 constexpr std::string_view kTag = "surfaceMetricsZTC in Grid_Module";
 
 template <class T>
-void give(T* out, double value) {
+void store(T* out, double value) {
   if (out != nullptr) *out = static_cast<T>(value);
 }
 
@@ -80,7 +80,7 @@ void mirrorAsAsked(Samples& z, const SurfaceMetricsArgs& args) {
 // ---- curvature ----
 
 /// After Zevenbergen and Thorne (1987), on the circle's samples.
-void giveCurvature(const SurfaceMetricsArgs& args, const Samples& z, const Slopes& s, double r) {
+void storeCurvature(const SurfaceMetricsArgs& args, const Samples& z, const Slopes& s, double r) {
   const double fx = s.fx;
   const double fy = s.fy;
   const double p = fx * fx + fy * fy;
@@ -94,10 +94,10 @@ void giveCurvature(const SurfaceMetricsArgs& args, const Samples& z, const Slope
     profile = 2 * (fx * fx * a + fy * fy * b + fy * fx * c) / (r * p);
   }
   const double q = 1 + p;
-  give(args.plan, plan);
-  give(args.profile, profile);
-  give(args.planScaled, plan / std::sqrt(q * q * q));
-  give(args.profileScaled, profile / std::sqrt(q));
+  store(args.plan, plan);
+  store(args.profile, profile);
+  store(args.planScaled, plan / std::sqrt(q * q * q));
+  store(args.profileScaled, profile / std::sqrt(q));
 }
 
 // ---- D-infinity ----
@@ -175,19 +175,19 @@ constexpr Samples kDirectionOf{0,
                                2.356194490192345};
 
 /// The outputs of a failure.
-void giveNothing(const SurfaceMetricsArgs& args) {
+void storeMissing(const SurfaceMetricsArgs& args) {
   constexpr auto missing = static_cast<double>(kNodata);
   for (float* out : {args.gradient, args.plan, args.profile, args.aspect, args.flowWidth, args.dinfAspect})
-    give(out, missing);
+    store(out, missing);
   if (args.plan != nullptr || args.profile != nullptr)
-    for (float* out : {args.planScaled, args.profileScaled}) give(out, missing);
-  give(args.steepest, 0);
+    for (float* out : {args.planScaled, args.profileScaled}) store(out, missing);
+  store(args.steepest, 0);
 }
 
 }  // namespace
 
 int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
-  giveNothing(args);
+  storeMissing(args);
   if (grid.useCellAccess() != kSuccess) return fail(kTag, "SetCellAccess failed");
   if (grid.xcellsize != grid.ycellsize)
     return fail(kTag, "surfaceMetrics cannot use unequal cell dimensions");
@@ -214,7 +214,7 @@ int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
   mirrorAsAsked(z, args);
 
   const Slopes slopes = slopesOf(z);
-  if (args.plan != nullptr || args.profile != nullptr) giveCurvature(args, z, slopes, r);
+  if (args.plan != nullptr || args.profile != nullptr) storeCurvature(args, z, slopes, r);
   if (args.aspect != nullptr) *args.aspect = aspectOf(slopes);
   if (args.gradient != nullptr) *args.gradient = gradientOf(slopes);
 
@@ -222,8 +222,8 @@ int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
     const std::size_t missing = sampleSquare(grid, at, r, args.absolute, z);
     if (missing != 0) {
       if (missing != 5) {
-        give(args.dinfAspect, kDirectionOf[missing]);
-        give(args.flowWidth, 1.0);
+        store(args.dinfAspect, kDirectionOf[missing]);
+        store(args.flowWidth, 1.0);
       }
       return kFailure;
     }
@@ -231,8 +231,8 @@ int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
   }
   if (args.dinfAspect != nullptr || args.flowWidth != nullptr) {
     const Descent descent = descend(z);
-    give(args.dinfAspect, descent.direction);
-    give(args.flowWidth, descent.flowWidth);
+    store(args.dinfAspect, descent.direction);
+    store(args.flowWidth, descent.flowWidth);
   }
   return kSuccess;
 }

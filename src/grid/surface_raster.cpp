@@ -190,7 +190,7 @@ const Places& SurfacePass::columnPlaces(std::size_t radius, int32_t col) {
   return table[static_cast<std::size_t>(col - 1)];
 }
 
-/// Settles where the row's samples lie at every radius that the row has room for. False if the window
+/// Computes where the row's samples lie at every radius that the row has room for. False if the window
 /// does not hold a row that they need.
 bool SurfacePass::placeRow(int32_t row, const RowWindow<float>& rows) {
   roomY_ = longestRadius(elev_, {.x = (elev_.xmin + elev_.xmax) / 2, .y = elev_.ColRowToXY(1, row).y});
