@@ -121,10 +121,17 @@ int readLines(ShapefileReader& file, const Clipper& clipper, int32_t xyDecimals,
   return kSuccess;
 }
 
-void resetReference(LineVectorType& table) {
-  table.takeReference(Grid_Header{});
-  table.feetConverted = false;
-  table.prj = InputFileType{};
+/// Takes geometry and units from the grid or, where there is one, the mask. The units of the grid decide
+/// whether the file is in feet.
+void setReference(LineVectorType& table, const LineReadOptions& options) {
+  const Grid_Header none;
+  const Grid_Header* const mask = options.mask;
+  const Grid_Header& first = options.grid != nullptr ? *options.grid : mask != nullptr ? *mask : none;
+  const Grid_Header& last = mask != nullptr ? *mask : first;
+  table.feetConverted = first.units == 'f';
+  if (table.feetConverted) putConsoleLine("  Shapefile is converted to meters internally");
+  table.geometry() = last.geometry();
+  table.units = last.units;
 }
 
 /// Logs the type of the file; false for a type that is not one of lines.
@@ -179,15 +186,9 @@ bool makeImage(const SegmentType& line, const LineWriteOptions& options, bool fe
 
 int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const LineReadOptions& options) {
   table.DestroySegments();
-  resetReference(table);
+  table.prj = InputFileType{};
   Attempt attempt{table.status};
-  if (options.grid != nullptr) table.takeReference(*options.grid);
-  if (options.grid == nullptr && options.mask != nullptr) table.takeReference(*options.mask);
-  if (table.units == 'f') {
-    putConsoleLine("  Shapefile is converted to meters internally");
-    table.feetConverted = true;
-  }
-  if (options.mask != nullptr) table.takeReference(*options.mask);
+  setReference(table, options);
 
   const Clipper clipper(options, table.feetConverted);
   const Grid_Header* const grid = options.grid != nullptr ? options.grid : options.mask;

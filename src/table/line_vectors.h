@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "grid/header.h"
-#include "table/grid_reference.h"
 #include "table/vector_table.h"
 
 namespace terrain {
@@ -51,10 +50,13 @@ struct SegmentArray {
   std::vector<SegmentType> segment{};  ///< that of record n is at n - 1
 };
 
-/// The reference is that of the grid, or mask, that the lines were read against.
+/// The geometry is that of the grid, or mask, that the lines were read against.
 class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArray::segment>,
-                       public GridReference {
+                       public GridGeometry {
  public:
+  char units = 'm';            ///< of the grid; 'f': the file is in feet
+  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
+
   /// Once: extents and vertices times the float32 0.3048.
   void ConvertToMeters();
   /// Makes `segment`, of `numRecords` segments or n; a table without columns takes n records.
@@ -116,7 +118,7 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
 
 struct LineReadOptions {
   const Grid_Header* grid = nullptr;  ///< vertices outside it are dropped
-  R4Grid_type* mask = nullptr;        ///< vertices outside it or on its nodata are dropped
+  const R4Grid_type* mask = nullptr;  ///< vertices outside it or on its nodata are dropped
   std::optional<std::string_view> IDfieldName{};
   double xOffset = 0;  ///< added in the file's units
   double yOffset = 0;

@@ -91,7 +91,8 @@ bool makeImage(const PolygonType& polygon, const OutlineFileOptions& form, bool 
 int ReadPolygonShapefile(PolyVectorType& table, std::string_view path, const PolygonReadOptions& options) {
   table.clear();
   table.prj = InputFileType{};
-  table.takeReference(options.grid != nullptr ? *options.grid : Grid_Header{});
+  table.geometry() = options.grid != nullptr ? options.grid->geometry() : GridGeometry{};
+  table.units = options.grid != nullptr ? options.grid->units : 'm';
   table.feetConverted = table.units == 'f';
   Attempt attempt{table.status};
   if (table.feetConverted) putConsoleLine("  Shapefile is converted to meters internally");

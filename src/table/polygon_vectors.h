@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "grid/header.h"
-#include "table/grid_reference.h"
 #include "table/vector_table.h"
 
 namespace terrain {
@@ -50,11 +49,14 @@ struct PolygonArray {
   std::vector<PolygonType> polygon{};  ///< that of record n is at n - 1
 };
 
-/// The reference is that of the grid that the polygons were read with; without one, its extents are
-/// those of the file.
+/// The geometry is that of the grid that the polygons were read with; without one it has the extents of the
+/// file alone.
 class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArray::polygon>,
-                       public GridReference {
+                       public GridGeometry {
  public:
+  char units = 'm';            ///< of the grid; 'f': the file is in feet
+  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
+
   /// Releases the polygons; the columns stay.
   void DestroyPolygons();
   /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
@@ -91,7 +93,7 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
 
 struct PolygonReadOptions {
   std::optional<std::string_view> IDfieldName{};
-  const Grid_Header* grid = nullptr;  ///< reference and units; nothing is clipped
+  const Grid_Header* grid = nullptr;  ///< geometry and units; nothing is clipped
   double xOffset = 0;                 ///< added after the conversion from feet
   double yOffset = 0;
   int32_t xyDecimals = 0;  ///< above 0: rounded, halves away from zero

