@@ -14,7 +14,7 @@
 #include "foundation/scratch.h"
 #include "grid/storage.h"
 #include "run/walks.h"
-#include "support/plain_walks.h"
+#include "support/reference_walks.h"
 
 namespace terrain {
 namespace {
@@ -58,7 +58,7 @@ std::int64_t visitsOf(bool byTime) {
   static std::map<bool, std::int64_t> counted;
   if (!counted.contains(byTime)) {
     Scene scene(byTime);
-    test::PlainWalks plain(scene.values, scene.grad, scene.aspect, scene.accum);
+    test::ReferenceWalks plain(scene.values, scene.grad, scene.aspect, scene.accum);
     plain.walkAll();
     counted[byTime] = plain.visits;
   }
@@ -68,7 +68,7 @@ std::int64_t visitsOf(bool byTime) {
 void Plain(benchmark::State& state) {
   const bool byTime = state.range(0) != 0;
   Scene scene(byTime);
-  for (auto _ : state) test::PlainWalks(scene.values, scene.grad, scene.aspect, scene.accum).walkAll();
+  for (auto _ : state) test::ReferenceWalks(scene.values, scene.grad, scene.aspect, scene.accum).walkAll();
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }
 

@@ -9,14 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string name = fuzz::writeInput("in.txt", data, size);
   InputFileType file = NewInputFile(name);
   RunState run;
-  for (LogicalLine line; file.GetLine(line) == 0;) {
-    for (const std::string& argument : line.arguments) {
-      const std::string value = splitArgument(argument).value;
-      KeywordFailure failure;
-      for (const Keyword& keyword : keywords())
-        if (keyword.name == line.keyword) keyword.act(run, value, failure);
-    }
-  }
+  readKeywords(file, keywords(), run, valueAfterEquals, [](const KeywordFailure&, int32_t) { return true; });
+  file.Rewind();
   std::vector<ColumnFormat> columns;
   file.FindFormats(columns);
   int32_t count = 0;

@@ -1,5 +1,5 @@
-// Parameter files of a DEM: keyword lines that name its files and its units. Two layouts, one reader;
-// the layouts differ in their keywords and in how the DEM's file is formed.
+// Parameter files of a DEM: keyword lines that name its files and its units. There are two layouts, which
+// differ in their keywords and in how the DEM's file is formed.
 
 #include <istream>
 #include <ostream>
@@ -9,6 +9,7 @@
 #include "foundation/file_names.h"
 #include "foundation/free_format.h"
 #include "foundation/input_file.h"
+#include "foundation/keywords.h"
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
@@ -16,81 +17,61 @@ namespace terrain {
 
 namespace {
 
-/// A keyword, where its value goes (null: the unit character), and the words of its failure.
-struct Keyword {
-  std::string_view word;
-  std::string DEM_type::*field;
-  std::string_view what;
+using Value = KeywordValue<DEM_type>;
+using Row = Keyword<DEM_type>;
+
+constexpr Row kPath{.words = "PATH", .value = Value::text<&DEM_type::path>(), .echo = "Path    : "};
+constexpr Row kReferencePath{.words = "REFERENCE PATH",
+                             .value = Value::text<&DEM_type::refPath>(),
+                             .failure = "Error reading reference path"};
+constexpr auto kIdentifier = Value::text<&DEM_type::demID>();
+constexpr auto kReferenceFile = Value::text<&DEM_type::refFile>();
+constexpr auto kUnits = Value::text<&DEM_type::units>();
+
+constexpr Row kParameterWords[] = {
+    kPath,
+    {.words = "DEM ID|DEMID", .value = kIdentifier, .echo = "DEM ID  : "},
+    {.words = "DATA ID|DATAID", .value = Value::text<&DEM_type::dataID>()},
+    kReferencePath,
+    {.words = "REFERENCE DEM|REFERENCE DEM FILE",
+     .value = kReferenceFile,
+     .failure = "Error reading reference DEM"},
+    {.words = "DEM UNITS|DEMunits", .value = kUnits},
+};
+constexpr Row kInputWords[] = {
+    kPath,
+    {.words = "DEM ID", .value = kIdentifier, .echo = "DEM ID  : "},
+    {.words = "DEM UNITS", .value = kUnits},
+    {.words = "DEM FILE", .value = Value::text<&DEM_type::file>()},
+    kReferencePath,
+    {.words = "REFERENCE ID",
+     .value = Value::text<&DEM_type::refID>(),
+     .failure = "Error reading reference ID"},
+    {.words = "REFERENCE DEM", .value = kReferenceFile, .failure = "Error reading reference DEM"},
 };
 
-constexpr Keyword kParameterWords[] = {
-    {"PATH", &DEM_type::path, "PATH"},
-    {"DEM ID", &DEM_type::demID, "DEM ID"},
-    {"DEMID", &DEM_type::demID, "DEM ID"},
-    {"DATA ID", &DEM_type::dataID, "DATA ID"},
-    {"DATAID", &DEM_type::dataID, "DATA ID"},
-    {"REFERENCE PATH", &DEM_type::refPath, "reference path"},
-    {"REFERENCE DEM", &DEM_type::refFile, "reference DEM"},
-    {"REFERENCE DEM FILE", &DEM_type::refFile, "reference DEM"},
-    {"DEM UNITS", nullptr, "DEM UNITS"},
-    {"DEMunits", nullptr, "DEM UNITS"},
-};
-constexpr Keyword kInputWords[] = {
-    {"PATH", &DEM_type::path, "PATH"},
-    {"DEM ID", &DEM_type::demID, "DEM ID"},
-    {"DEM UNITS", nullptr, "DEM UNITS"},
-    {"DEM FILE", &DEM_type::file, "DEM FILE"},
-    {"REFERENCE PATH", &DEM_type::refPath, "reference path"},
-    {"REFERENCE ID", &DEM_type::refID, "reference ID"},
-    {"REFERENCE DEM", &DEM_type::refFile, "reference DEM"},
-};
-
-/// One reading of a parameter file: the reports of its faults carry its tag and its name.
-struct Reading {
+/// The file that is being read: failures are reported under its routine and name it.
+struct ParameterFile {
   DEM_type& dem;
   ErrorList& errors;
   std::string_view routine;
   std::string name;
+  std::span<const Row> keywords;
 
   int fault(std::string_view message) const {
     return reportError(errors, {.routine = routine, .message1 = message});
   }
 };
 
-/// A name as an argument gives it: a quoted one up to its closing quote, any other whole, so that names
-/// with blanks and separators of either kind need no quotes. False for an argument without one.
-bool readName(std::string_view argument, std::string& name) {
-  std::string_view text = stripped(argument);
-  if (text.empty()) return false;
-  if (text.front() != '"' && text.front() != '\'') {
-    name = std::string(text);
-    return true;
-  }
-  std::string quoted;
-  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != Field::value) return false;
-  name = std::string(stripped(quoted));
-  return true;
-}
-
-int takeKeyword(const Reading& reading, const Keyword& keyword, const LogicalLine& line) {
-  std::string value;
-  if (line.arguments.empty() || !readName(line.arguments.front(), value) ||
-      (keyword.field == nullptr && value.empty()))
-    return reading.fault("Error reading " + std::string(keyword.what) + " in " + reading.name);
-  if (keyword.field != nullptr)
-    reading.dem.*keyword.field = std::move(value);
-  else
-    reading.dem.units = value.front();
-  return kSuccess;
-}
-
-int readKeywords(const Reading& reading, InputFileType& input, std::span<const Keyword> table) {
-  for (LogicalLine line; input.GetLine(line) == kSuccess;)
-    for (const Keyword& keyword : table)
-      if (equalPadded(line.keyword, keyword.word) && takeKeyword(reading, keyword, line) != kSuccess)
-        return kFailure;
-  reading.dem.path = withSeparator(reading.dem.path);
-  reading.dem.refPath = withSeparator(reading.dem.refPath);
+/// The first keyword that fails ends the file.
+int parseKeywords(const ParameterFile& file, InputFileType& lines) {
+  const auto report = [&](const KeywordFailure& failure, int32_t) {
+    file.fault(failure.message + " in " + file.name);
+    return false;
+  };
+  if (readKeywords(lines, file.keywords, file.dem, wholeArgument, report) != kSuccess) return kFailure;
+  file.dem.path = withSeparator(file.dem.path);
+  file.dem.refPath = withSeparator(file.dem.refPath);
   return kSuccess;
 }
 
@@ -100,13 +81,13 @@ std::string elevationName(const std::string& directory, const std::string& id) {
 
 /// The DEM's file in a file without a keyword for it: the reference DEM's, else formed from directory
 /// and identifier, either of which may be the reference's alone.
-int formFile(const Reading& reading) {
-  DEM_type& dem = reading.dem;
+int formFile(const ParameterFile& file) {
+  DEM_type& dem = file.dem;
   if (isBlank(dem.refFile)) {
     if (isBlank(dem.refPath)) dem.refPath = dem.path;
-    if (isBlank(dem.refPath)) return reading.fault("Path not specified");
+    if (isBlank(dem.refPath)) return file.fault("Path not specified");
     if (isBlank(dem.refID)) dem.refID = dem.demID;
-    if (isBlank(dem.refID)) return reading.fault("DEM ID not specified");
+    if (isBlank(dem.refID)) return file.fault("DEM ID not specified");
     dem.file =
         elevationName(isBlank(dem.path) ? dem.refPath : dem.path, isBlank(dem.demID) ? dem.refID : dem.demID);
     dem.refFile = dem.file;
@@ -117,15 +98,15 @@ int formFile(const Reading& reading) {
 }
 
 /// The same where the file may be named: each of the two is formed from its own directory and identifier,
-/// and either stands in for the other.
-int formNamedFile(const Reading& reading) {
-  DEM_type& dem = reading.dem;
+/// and either replaces the other where that is blank.
+int formNamedFile(const ParameterFile& file) {
+  DEM_type& dem = file.dem;
   if (isBlank(dem.file) && !isBlank(dem.path) && !isBlank(dem.demID))
     dem.file = elevationName(dem.path, dem.demID);
   if (isBlank(dem.refFile) && !isBlank(dem.refPath) && !isBlank(dem.refID))
     dem.refFile = elevationName(dem.refPath, dem.refID);
   if (isBlank(dem.file)) dem.file = dem.refFile;
-  if (isBlank(dem.file)) return reading.fault("DEM FILE not specified in " + reading.name);
+  if (isBlank(dem.file)) return file.fault("DEM FILE not specified in " + file.name);
   if (isBlank(dem.refFile)) dem.refFile = dem.file;
   return kSuccess;
 }
@@ -143,8 +124,8 @@ void convertFromFeet(DEM_type& dem) {
   putMessage("Cellsize (m) = ", dem.cellsize);
 }
 
-/// The unit stays "f" for a DEM in feet: the elevations are yet to be read and converted.
-void settleUnits(DEM_type& dem) {
+/// The unit stays "f" for a DEM in feet, whose elevations are converted when they are read.
+void convertUnits(DEM_type& dem) {
   if (dem.units == 'f') return convertFromFeet(dem);
   if (dem.units != 'm') {
     putMessage(std::string("Unknown DEM units: ") + dem.units);
@@ -155,22 +136,22 @@ void settleUnits(DEM_type& dem) {
   putMessage("DEM units = meters");
 }
 
-/// From a settled file name on, both layouts go the same way. Names that are still blank come from the
-/// file's own, so that rasters beside it are found.
-int takeDEM(const Reading& reading, std::string_view headerFault) {
-  DEM_type& dem = reading.dem;
+/// Once the file is known both layouts continue alike. Names that are still blank come from the file's own,
+/// so that rasters beside it are found.
+int loadHeader(const ParameterFile& file, std::string_view headerFault) {
+  DEM_type& dem = file.dem;
   if (isBlank(dem.path)) dem.path = directoryOf(dem.file);
   if (isBlank(dem.demID)) dem.demID = identifierOf(dem.file);
   if (isBlank(dem.dataID)) dem.dataID = dem.demID;
-  if (takeHeader(dem, dem.file, reading.routine) != kSuccess) return reading.fault(headerFault);
-  putMessage("Path    : " + dem.path);
-  putMessage("DEM ID  : " + dem.demID);
+  if (readUsableHeader(dem, dem.file, file.routine) != kSuccess) return file.fault(headerFault);
+  echoKeyword(file.keywords, dem, "PATH");
+  echoKeyword(file.keywords, dem, "DEM ID");
   putMessage("Ncols   : ", dem.cols());
   putMessage("Nrows   : ", dem.rows());
   putMessage("Xmin    : ", dem.xmin);
   putMessage("Ymin    : ", dem.ymin);
   putMessage("Cellsize: ", dem.cellsize);
-  settleUnits(dem);
+  convertUnits(dem);
   putMessage("Setting nodata to -9999.");
   dem.nodata = kNodata;
   return kSuccess;
@@ -178,24 +159,21 @@ int takeDEM(const Reading& reading, std::string_view headerFault) {
 
 // ---- which file ----
 
-/// A line of the console without the quotes that it may stand in; blank at the end of the input.
+/// A line of the console without quotes around it; blank at the end of the input.
 std::string askForName() {
   std::ostream& out = *platform::console().out;
   out << " Input file name (full path): ";
   out.flush();
   std::string answer;
-  std::string name;
-  if (std::getline(*platform::console().in, answer)) {
-    if (!answer.empty() && answer.back() == '\r') answer.pop_back();
-    readName(answer, name);
-  }
-  return name;
+  std::getline(*platform::console().in, answer);
+  if (!answer.empty() && answer.back() == '\r') answer.pop_back();
+  return unquotedName(answer).value_or("");
 }
 
-/// Opens the named file, or those named on the console; three that cannot be read are enough.
-int openInput(const Reading& reading, std::optional<std::string_view> given, InputFileType& input,
-              std::string& name) {
+/// Opens the named file, or one that is named on the console, with three attempts in all.
+int openInput(ParameterFile& file, std::optional<std::string_view> given, InputFileType& input) {
   constexpr int attempts = 3;
+  std::string& name = file.name;
   name = std::string(stripped(given.value_or("")));
   for (int attempt = 0; attempt < attempts; ++attempt) {
     if (name.empty()) name = askForName();
@@ -208,7 +186,7 @@ int openInput(const Reading& reading, std::optional<std::string_view> given, Inp
     putMessage("Try retyping the name");
     name.clear();
   }
-  return reading.fault("No input file");
+  return file.fault("No input file");
 }
 
 }  // namespace
@@ -217,27 +195,25 @@ int GetDEM(DEM_type& dem, std::string_view fileName) {
   dem = DEM_type{};
   Attempt attempt{dem.status};
   ErrorList errors;
-  const Reading reading{dem, errors, "GetDEM in DEM_Module", std::string(stripped(fileName))};
-  InputFileType input = NewInputFile(reading.name);
+  const ParameterFile file{dem, errors, "GetDEM in DEM_Module", std::string(stripped(fileName)),
+                           kParameterWords};
+  InputFileType input = NewInputFile(file.name);
   if (input.status != kSuccess)
     return reportError(
-        {.routine = reading.routine, .message1 = "NewInputFile failed for " + reading.name, .stop = true});
-  if (readKeywords(reading, input, kParameterWords) != kSuccess) return kFailure;
-  input.Close();
-  if (formFile(reading) != kSuccess || takeDEM(reading, "readheader failed") != kSuccess) return kFailure;
-  return attempt.succeed();
+        {.routine = file.routine, .message1 = "NewInputFile failed for " + file.name, .stop = true});
+  if (parseKeywords(file, input) != kSuccess || formFile(file) != kSuccess) return kFailure;
+  return attempt.end(loadHeader(file, "readheader failed"));
 }
 
 int GetInput(DEM_type& dem, ErrorList& errors, std::optional<std::string_view> fileName) {
   dem = DEM_type{};
   Attempt attempt{dem.status};
-  Reading reading{dem, errors, "GetInput in DEM_Module", {}};
+  ParameterFile file{dem, errors, "GetInput in DEM_Module", {}, kInputWords};
   InputFileType input;
-  if (openInput(reading, fileName, input, reading.name) != kSuccess) return kFailure;
-  if (readKeywords(reading, input, kInputWords) != kSuccess) return kFailure;
-  input.Close();
-  if (formNamedFile(reading) != kSuccess) return kFailure;
-  return takeDEM(reading, "readheader failed for " + dem.file) == kSuccess ? attempt.succeed() : kFailure;
+  if (openInput(file, fileName, input) != kSuccess || parseKeywords(file, input) != kSuccess ||
+      formNamedFile(file) != kSuccess)
+    return kFailure;
+  return attempt.end(loadHeader(file, "readheader failed for " + dem.file));
 }
 
 }  // namespace terrain

@@ -1,6 +1,6 @@
 #pragma once
-// The accumulation of a run: a walk from every cell, then the final pass that turns what the cells
-// gathered into the output raster.
+// The accumulation of a run: a walk from every cell, then the final pass that turns the totals of the cells
+// into the output raster.
 
 #include "run/walk_table.h"
 
@@ -9,18 +9,18 @@ namespace terrain {
 /// The grids of one extent that the walks read, and the one they fill. `grad` is read only by time,
 /// `bcon` only for a specific area.
 struct AccumulationGrids {
-  R4Grid_type& grad;
-  R4Grid_type& aspect;
-  R4Grid_type& bcon;
+  const R4Grid_type& grad;
+  const R4Grid_type& aspect;
+  const R4Grid_type& bcon;
   R4Grid_type& accum;
 };
 
-/// Creates `accum` with the extent of `like`, fills `values.cellDistance` from its cell size, and walks
-/// every cell. The result counts cells; with `values.specific` it is divided by the contour length where
-/// that is above 0, at most 1000000. Cells with a negative aspect become -9999.0. The maker's stamp goes
-/// into `accum`'s version. Where one of the grids is on disk the walks work on disk too, with the same
-/// bits. 0, or -1 with a report.
-int accumulateCells(WalkValues& values, const AccumulationGrids& grids, const Grid_Header& like,
+/// Creates `accum` with the extent of `like`, whose cell size gives the lengths of the steps, and starts a
+/// walk at every cell. The result counts cells; with `limits.specific` it is divided by the contour length
+/// where that is above 0, at most 1000000. Cells with a negative aspect become -9999.0. `programInfo` becomes
+/// the version of `accum`. Where one of the grids is on disk the walks work on disk too, with the same bits.
+/// 0, or -1 with a report.
+int accumulateCells(const WalkValues& limits, const AccumulationGrids& grids, const Grid_Header& like,
                     const VersionStamp* programInfo = nullptr);
 
 }  // namespace terrain

@@ -1,8 +1,8 @@
 #pragma once
-// The walk by distance, for limits of which float32 loses no step. By distance the way that a share has come
-// tells how many steps are left below it, whatever cells they lead through. Most visits of a walk are those
-// of its last two steps, and they are made here in one go without a jump between them: what no longer fits
-// the limit adds 0, which changes nothing.
+// The walk by distance, for limits at which no step is lost to float32 rounding. The distance that a share
+// has travelled bounds the number of steps that are left, whatever cells they lead through. Most visits of a
+// walk belong to its last two steps; these are computed together and without branches: a step beyond the
+// limit adds 0, which changes nothing.
 
 #include <bit>
 #include <cstdint>
@@ -11,8 +11,8 @@
 
 namespace terrain {
 
-/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none. The sum
-/// never falls as t rises, and floats from 0 up are ordered as their bits are, so halving finds it.
+/// The largest t for which step + t, in float32, is not above the limit; -1 if there is none. The sum never
+/// decreases as t increases, and non-negative floats are ordered like their bits, so bisection finds it.
 inline float lastReachFor(float limit, float step) {
   if (!(step <= limit)) return -1.0F;
   auto fits = std::bit_cast<uint32_t>(0.0F);
@@ -37,11 +37,11 @@ class DistanceWalker {
   void add(std::int64_t index, float share) { cells_.at(index).total += share; }
   [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_.at(index).starts != 0; }
 
-  /// Takes `share`, which has been added to the cell, on to the neighbours and as far as it goes. The
-  /// first neighbour is followed to its end before the second receives its share: both may lead to the
-  /// same cells, and additions keep their order.
-  // Kept out of the loop over the start cells, which would take the registers that this one needs.
-  [[gnu::noinline]] void goOn(std::int64_t index, float share, float spent) {
+  /// Passes `share`, which has been added to the cell, to the neighbours until the limit ends every path. The
+  /// first neighbour is followed to the end before the second receives its share: both may lead to the same
+  /// cells, and the additions keep their order.
+  // Not inlined: in the loop over the start cells it would run short of registers.
+  [[gnu::noinline]] void passOn(std::int64_t index, float share, float spent) {
     if (!(maxDistance_ > spent)) return;
     pending_.clear();
     if (spent > lastOfThree_) {
@@ -49,14 +49,14 @@ class DistanceWalker {
       return;
     }
     while (true) {
-      const WalkCell& cell = cells_.at(index);  // good until the next cell is looked at
+      const WalkCell& cell = cells_.at(index);  // valid until the next cell is accessed
       const float reach0 = cell.step[0] + spent;
       const float reach1 = cell.step[1] + spent;
       const float share0 = cell.share[0] * share;
       const float share1 = cell.share[1] * share;
       const std::int64_t first = index + cell.next[0];
       const std::int64_t second = index + cell.next[1];
-      // Every step fits here. One that is missing has an endless reach and nothing to send.
+      // Every step fits here. A missing one has an infinite reach and a share of 0.
       add(first, share0);
       if (reach0 <= lastOfThree_) {
         if (share1 > 0.0F) pending_.push({second, share1, reach1});
@@ -81,7 +81,7 @@ class DistanceWalker {
   }
 
  private:
-  using Four = float __attribute__((vector_size(16)));  // each lane rounds as a float does
+  using Four = float __attribute__((vector_size(16)));  // each lane rounds like a float
 
   [[nodiscard]] float fitting(float share, float reach) const { return reach <= maxDistance_ ? share : 0.0F; }
 
@@ -131,7 +131,7 @@ class DistanceWalker {
   }
 
   float maxDistance_;
-  float lastOfOne_;  // the largest reach from which one step fits, two, three: shortest steps throughout
+  float lastOfOne_;  // the largest reach from which one step of the shortest length fits; then two, three
   float lastOfTwo_;
   float lastOfThree_;
   Cells cells_;

@@ -8,6 +8,9 @@
 
 namespace terrain {
 
+/// The program that makes these runs.
+extern const ProgramIdentity kProgram;
+
 /// Carries out the run that the instruction file describes. True if the output raster was written; a
 /// failure that stops the run ends the process with exit status 1.
 [[nodiscard]] bool carryOutRun(RunState& run, const std::optional<std::string>& instructionFile);

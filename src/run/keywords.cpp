@@ -1,151 +1,135 @@
 #include "run/keywords.h"
 
-#include <array>
-#include <cmath>
-#include <limits>
-
 #include "foundation/file_names.h"
-#include "foundation/free_format.h"
-#include "foundation/text.h"
 
 namespace terrain {
 
 namespace {
 
-/// A finite number of at least `least`, or the variable stays as it was.
-template <class Number>
-bool takeNumber(const std::string& value, Number& variable,
-                Number least = std::numeric_limits<Number>::lowest()) {
-  Number read = variable;
-  if (FreeFormatReader(value).next(read) != Field::value || !std::isfinite(read) || read < least)
-    return false;
-  variable = read;
-  return true;
-}
+using Value = KeywordValue<RunState>;
 
-bool takeDEM(RunState& run, const std::string& value, KeywordFailure& failure) {
-  // The last DEM counts: nothing of an earlier one may be taken for its own.
+/// The last DEM counts: nothing of an earlier one may be used for it.
+bool parseDEM(RunState& run, KeywordInput& input) {
   run.DEM.startAfresh();
-  run.DEM.file = stripFileName(value);
-  failure.file = run.DEM.file;
-  return !value.empty() && run.DEM.ResolveDEM() == kSuccess;
+  run.DEM.file = input.file = stripFileName(*input.text);
+  return run.DEM.ResolveDEM() == kSuccess;
 }
 
-bool takeInput(std::string& name, bool& make, const std::string& value, KeywordFailure& failure) {
-  name = stripFileName(value);
-  make = false;
-  failure.file = name;
-  return !value.empty() && rasterExists(name);
+// The two ways to limit a walk exclude each other.
+bool selectTime(RunState& run, KeywordInput& input) {
+  if (run.walk.byDistance) return input.fail("Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE");
+  return run.walk.byTime = true;
+}
+bool selectDistance(RunState& run, KeywordInput& input) {
+  if (run.walk.byTime) return input.fail("Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY");
+  run.makeGradient = false;
+  return run.walk.byDistance = true;
 }
 
-bool takeAspect(RunState& run, const std::string& value, KeywordFailure& failure) {
-  return takeInput(run.aspectName, run.makeAspect, value, failure);
-}
-bool takeGradient(RunState& run, const std::string& value, KeywordFailure& failure) {
-  return takeInput(run.gradientName, run.makeGradient, value, failure);
-}
-bool takeBcon(RunState& run, const std::string& value, KeywordFailure& failure) {
-  return takeInput(run.bconName, run.makeBcon, value, failure);
-}
-
-bool takeLengthScale(RunState& run, const std::string& value, KeywordFailure&) {
-  return takeNumber(value, run.DEM.len_scale);
-}
-
-bool takeScratchDirectory(RunState& run, const std::string& value, KeywordFailure&) {
-  if (value.empty()) return false;
-  run.scratchPath = completeDirectory(value);
+/// A raster that is named need not be computed.
+template <bool RunState::*Make>
+bool isNamed(RunState& run, KeywordInput&) {
+  run.*Make = false;
   return true;
 }
 
-/// The two ways to limit a walk exclude each other.
-bool refuse(KeywordFailure& failure, std::string_view message) {
-  failure.message = message;
-  return false;
-}
-constexpr std::string_view kTimeAfterDistance = "Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE";
-constexpr std::string_view kDistanceAfterTime = "Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY";
-
-bool takeDuration(RunState& run, const std::string& value, KeywordFailure& failure) {
-  if (run.walk.byDistance) return refuse(failure, kTimeAfterDistance);
-  run.walk.byTime = true;
-  return takeNumber(value, run.walk.duration);
-}
-bool takeConductivity(RunState& run, const std::string& value, KeywordFailure& failure) {
-  if (run.walk.byDistance) return refuse(failure, kTimeAfterDistance);
-  run.walk.byTime = true;
-  return takeNumber(value, run.walk.conductivity, 0.0F);
-}
-bool takeMaxDistance(RunState& run, const std::string& value, KeywordFailure& failure) {
-  if (run.walk.byTime) return refuse(failure, kDistanceAfterTime);
-  run.walk.byDistance = true;
-  run.makeGradient = false;
-  return takeNumber(value, run.walk.maxDistance);
-}
-
-bool takeOutput(RunState& run, const std::string& value, KeywordFailure&) {
-  run.outputName = stripFileName(value);
-  return !run.outputName.empty();
-}
-
-bool setSpecific(RunState& run, const std::string&, KeywordFailure&) { return run.walk.specific = true; }
-bool setSaveGradient(RunState& run, const std::string&, KeywordFailure&) { return run.saveGradient = true; }
-bool setSaveAspect(RunState& run, const std::string&, KeywordFailure&) { return run.saveAspect = true; }
-bool setSaveBcon(RunState& run, const std::string&, KeywordFailure&) { return run.saveBcon = true; }
-
-constexpr std::array kKeywords{
-    Keyword{"DEM", "raster", "", "required",
-            "Elevations in metres. The name, as of every raster, with or without .flt.", "Error finding DEM",
-            takeDEM},
-    Keyword{"INPUT ASPECT RASTER", "raster", "", "computed from the DEM",
-            "Aspect in radians clockwise from north, pointing downslope; negative where there is none.",
-            "Cannot find INPUT ASPECT RASTER", takeAspect},
-    Keyword{"INPUT GRADIENT RASTER", "raster", "", "computed from the DEM",
-            "Tangent of the slope. Used by time only.", "Cannot find INPUT GRADIENT RASTER", takeGradient},
-    Keyword{"INPUT BCON RASTER", "raster", "", "computed from aspect",
-            "Length of contour that a cell's flow crosses, in cell widths. Used with SPECIFIC only.",
-            "Cannot find INPUT BCON RASTER", takeBcon},
-    Keyword{"LENGTH SCALE", "number", "m", "required where gradient or aspect is computed",
-            "Radius of the circle on which gradient and aspect are measured.", "Error reading LENGTH SCALE",
-            takeLengthScale},
-    Keyword{"SCRATCH DIRECTORY", "directory", "", "the DEM's directory",
-            "Where the log is kept during the run, and grids that do not fit in memory.",
-            "Error reading SCRATCH DIRECTORY", takeScratchDirectory},
-    Keyword{"DURATION", "number", "hours", "0", "Length of the storm: limits the walks by time.",
-            "Error reading DURATION", takeDuration},
-    Keyword{"CONDUCTIVITY", "number", "m/hour", "0", "Saturated hydraulic conductivity, not negative.",
-            "Error reading CONDUCTIVITY", takeConductivity},
-    Keyword{"SPECIFIC", "", "", "off", "Divide the contributing area by the contour length.", "",
-            setSpecific},
-    Keyword{"MAX DISTANCE", "number", "m", "none",
-            "Horizontal flow distance: limits the walks by distance, in place of DURATION and CONDUCTIVITY.",
-            "Error reading MAX DISTANCE", takeMaxDistance},
-    Keyword{"OUTPUT RASTER", "raster", "", "required", "The partial contributing area, in cells.",
-            "Error reading OUTPUT RASTER", takeOutput},
-    Keyword{"OUTPUT ACCUMULATION RASTER", "raster", "", "", "The same as OUTPUT RASTER.",
-            "Error reading OUTPUT ACCUMULATION RASTER", takeOutput},
-    Keyword{"OUTPUT GRAD RASTER", "", "", "off",
-            "Save the computed gradient beside the DEM, as grad_<length>_<id>.", "", setSaveGradient},
-    Keyword{"OUTPUT ASPECT RASTER", "", "", "off",
-            "Save the computed aspect beside the DEM, as aspect_<length>_<id>.", "", setSaveAspect},
-    Keyword{"OUTPUT BCON RASTER", "", "", "off",
-            "Save the computed contour length beside the DEM, as bcon_<length>_<id>.", "", setSaveBcon},
+constexpr Keyword<RunState> kKeywords[] = {
+    {.words = "DEM",
+     .value = Value::own<parseDEM, &RunState::DEM, &DEM_type::file>("raster"),
+     .failure = "Error finding DEM",
+     .standard = "required",
+     .meaning = "Elevations in metres. The name, as of every raster, with or without .flt.",
+     .echo = "DEM: "},
+    {.words = "INPUT ASPECT RASTER",
+     .value = Value::existing<rasterExists, &RunState::aspectName>("raster"),
+     .failure = "Cannot find INPUT ASPECT RASTER",
+     .standard = "computed from the DEM",
+     .meaning = "Aspect in radians clockwise from north, pointing downslope; negative where there is none.",
+     .before = isNamed<&RunState::makeAspect>},
+    {.words = "INPUT GRADIENT RASTER",
+     .value = Value::existing<rasterExists, &RunState::gradientName>("raster"),
+     .failure = "Cannot find INPUT GRADIENT RASTER",
+     .standard = "computed from the DEM",
+     .meaning = "Tangent of the slope. Used by time only.",
+     .before = isNamed<&RunState::makeGradient>},
+    {.words = "INPUT BCON RASTER",
+     .value = Value::existing<rasterExists, &RunState::bconName>("raster"),
+     .failure = "Cannot find INPUT BCON RASTER",
+     .standard = "computed from aspect",
+     .meaning = "Length of contour that a cell's flow crosses, in cell widths. Used with SPECIFIC only.",
+     .before = isNamed<&RunState::makeBcon>},
+    {.words = "LENGTH SCALE",
+     .value = Value::number<&RunState::DEM, &DEM_type::len_scale>(),
+     .unit = "m",
+     .standard = "required where gradient or aspect is computed",
+     .meaning = "Radius of the circle on which gradient and aspect are measured.",
+     .echo = "  Length scale = "},
+    {.words = "SCRATCH DIRECTORY",
+     .value = Value::directory<&RunState::scratchPath>(),
+     .standard = "the DEM's directory",
+     .meaning = "Where the log is kept during the run, and grids that do not fit in memory."},
+    {.words = "DURATION",
+     .value = Value::number<&RunState::walk, &WalkValues::duration>(),
+     .unit = "hours",
+     .standard = "0",
+     .meaning = "Length of the storm: limits the walks by time.",
+     .echo = "Storm duration (hrs) = ",
+     .before = selectTime},
+    {.words = "CONDUCTIVITY",
+     .value = Value::number<&RunState::walk, &WalkValues::conductivity>({.least = 0}),
+     .unit = "m/hour",
+     .standard = "0",
+     .meaning = "Saturated hydraulic conductivity, not negative.",
+     .echo = "Saturated hydraulic conductivity (m/hr) = ",
+     .before = selectTime},
+    {.words = "SPECIFIC",
+     .value = Value::toggle<&RunState::walk, &WalkValues::specific>(),
+     .standard = "off",
+     .meaning = "Divide the contributing area by the contour length.",
+     .echo = "Specific contributing area will be output"},
+    {.words = "MAX DISTANCE",
+     .value = Value::number<&RunState::walk, &WalkValues::maxDistance>(),
+     .unit = "m",
+     .standard = "none",
+     .meaning =
+         "Horizontal flow distance: limits the walks by distance, in place of DURATION and CONDUCTIVITY.",
+     .echo = "Horizontal flow distance (m) = ",
+     .before = selectDistance},
+    {.words = "OUTPUT RASTER",
+     .value = Value::file<&RunState::outputName>("raster"),
+     .standard = "required",
+     .meaning = "The partial contributing area, in cells."},
+    {.words = "OUTPUT ACCUMULATION RASTER",
+     .value = Value::file<&RunState::outputName>("raster"),
+     .meaning = "The same as OUTPUT RASTER."},
+    {.words = "OUTPUT GRAD RASTER",
+     .value = Value::toggle<&RunState::saveGradient>(),
+     .standard = "off",
+     .meaning = "Save the computed gradient beside the DEM, as grad_<length>_<id>."},
+    {.words = "OUTPUT ASPECT RASTER",
+     .value = Value::toggle<&RunState::saveAspect>(),
+     .standard = "off",
+     .meaning = "Save the computed aspect beside the DEM, as aspect_<length>_<id>."},
+    {.words = "OUTPUT BCON RASTER",
+     .value = Value::toggle<&RunState::saveBcon>(),
+     .standard = "off",
+     .meaning = "Save the computed contour length beside the DEM, as bcon_<length>_<id>."},
 };
 
 }  // namespace
 
-std::span<const Keyword> keywords() { return kKeywords; }
+std::span<const Keyword<RunState>> keywords() { return kKeywords; }
 
 std::string keywordHelp() {
   std::string help;
-  for (const Keyword& keyword : kKeywords) {
-    help.append("  ").append(keyword.name).append(":");
-    if (!keyword.value.empty()) help.append(" <").append(keyword.value).append(">");
-    if (!keyword.unit.empty()) help.append(" ").append(keyword.unit);
-    if (!keyword.standard.empty()) help.append("   [").append(keyword.standard).append("]");
-    help.append("\n      ").append(keyword.meaning).append("\n");
-  }
+  for (const auto& row : kKeywords) help += keywordHelp(textsOf(row));
   return help;
+}
+
+std::string keywordManual() {
+  std::string manual;
+  for (const auto& row : kKeywords) manual += keywordManual(textsOf(row));
+  return manual;
 }
 
 }  // namespace terrain

@@ -1,19 +1,14 @@
 #pragma once
-// All that one run knows: the limits of its walks, what it reads, makes and saves, and its DEM. Made
-// once at the program's entry and handed down; there is no other state of a run.
+// The whole state of one run: the limits of its walks, what it reads, computes and saves, and its DEM. Made
+// once at the program's entry and handed down.
 
 #include <string>
-#include <string_view>
 
 #include "dem/dem.h"
-#include "foundation/input_file.h"
+#include "run/session.h"
 #include "run/walk_table.h"
 
 namespace terrain {
-
-inline constexpr std::string_view kProgramName = "Ostrevanmoor";
-inline constexpr std::string_view kCompileDate = "January 8, 2023";
-inline constexpr std::string_view kVersion = "1.0.2";
 
 struct RunState {
   WalkValues walk{};
@@ -27,13 +22,7 @@ struct RunState {
   std::string scratchPath{};  ///< ends in a separator
   std::string lengthTag{};    ///< integer part of the length scale, in the names of saved rasters
 
-  std::string inputName{};       ///< path of the instruction file
-  InputFileType instructions{};  ///< held until the inputs are ready
-  int32_t logUnit = 0;
-  std::string startText{};
-  std::string runStamp{};
-  VersionStamp programInfo{};
-
+  Session session{};
   DEM_type DEM{};
   R4Grid_type accum{};
 };

@@ -1,6 +1,6 @@
 #pragma once
-// How the walkers reach the records of the walk table, and the cells that wait in a walk. Internal to
-// the walks.
+// Access of the walkers to the records of the walk table, and the stack of pending cells. Internal to the
+// walks.
 
 #include <cstdint>
 #include <vector>
@@ -14,20 +14,20 @@ struct MemoryCells {
   [[nodiscard]] WalkCell& at(std::int64_t index) const { return cells[index]; }
 };
 
-/// A record is good until the next one is asked for.
+/// A record is valid until the next call.
 struct DiskCells {
   WalkTable* table;
   [[nodiscard]] WalkCell& at(std::int64_t index) const { return table->onDisk(index); }
 };
 
-/// A neighbour that waits while the walk through its twin is finished.
+/// A second neighbour, to be visited after the walk through the first.
 struct Pending {
   std::int64_t cell;
   float share;
   float spent;
 };
 
-/// The cells that wait, the last one first. It grows with the walks and is never shrunk.
+/// The pending cells, last in first out. It grows with the walks and never shrinks.
 class PendingStack {
  public:
   PendingStack() = default;

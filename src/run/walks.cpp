@@ -11,15 +11,15 @@ namespace terrain {
 
 namespace {
 
-constexpr float kEndsThere = std::numeric_limits<float>::infinity();
+constexpr float kNoFurther = std::numeric_limits<float>::infinity();
 
-/// The limit of a walk and what becomes of the step that crosses it. A cell reached with `spent` up to
-/// `deepest` goes on; a cell reached later only receives `lastShare`.
+/// The limit of a walk and the rule for the step that crosses it. A cell reached with `spent` up to `deepest`
+/// passes its share on; a cell reached later only receives `lastShare`.
 struct TimeLimit {
   float duration;
   [[nodiscard]] float limit() const { return duration; }
   [[nodiscard]] float deepest() const { return duration; }
-  /// The part of the step that fits the duration counts.
+  /// The share of the step in proportion to the part that fits the duration.
   [[nodiscard]] float lastShare(float share, float spent, float step, float /*reach*/) const {
     return share * (duration - spent) / step;
   }
@@ -35,7 +35,7 @@ struct DistanceLimit {
   }
 };
 
-/// One walk after the other. `Guarded` serves limits so far beyond the step that float32 loses it: a step
+/// One walk at a time. `Guarded` is for limits so large that adding a step changes nothing in float32: a step
 /// that does not advance is not taken, or a walk between two cells that face each other would never end.
 template <class Limit, class Cells, bool Guarded>
 class Walker {
@@ -45,14 +45,14 @@ class Walker {
   void add(std::int64_t index, float share) { cells_.at(index).total += share; }
   [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_.at(index).starts != 0; }
 
-  /// Takes `share`, which has been added to the cell, on to the neighbours and as far as it goes. The
-  /// first neighbour is followed at once; the second waits if the first goes on, since both may lead to
-  /// the same cells and additions keep their order.
-  void goOn(std::int64_t index, float share, float spent) {
+  /// Passes `share`, which has been added to the cell, to the neighbours until the limit ends every path. The
+  /// first neighbour is followed at once; the second is pending while the first goes on, since both may lead
+  /// to the same cells and the additions keep their order.
+  void passOn(std::int64_t index, float share, float spent) {
     if (!(limit_.limit() > spent)) return;
     pending_.clear();
     while (true) {
-      const WalkCell& cell = cells_.at(index);  // good until the next cell is looked at
+      const WalkCell& cell = cells_.at(index);  // valid until the next cell is accessed
       const float step0 = cell.step[0];
       const float step1 = cell.step[1];
       const float reach0 = step0 + spent;
@@ -61,7 +61,7 @@ class Walker {
       const float share1 = cell.share[1] * share;
       const std::int64_t first = index + cell.next[0];
       const std::int64_t second = index + cell.next[1];
-      // One jump on both answers: they cannot be foreseen, and two jumps would be missed twice.
+      // One unpredictable branch on both conditions instead of two.
       switch (static_cast<int>(goesOn(reach0, spent)) | static_cast<int>(goesOn(reach1, spent)) << 1) {
         case 0:
           add(first, last(share0, spent, step0, reach0));
@@ -69,7 +69,7 @@ class Walker {
           if (!nextPending(index, share, spent)) return;
           break;
         case 1:
-          if (share1 > 0.0F) pending_.push({second, last(share1, spent, step1, reach1), kEndsThere});
+          if (share1 > 0.0F) pending_.push({second, last(share1, spent, step1, reach1), kNoFurther});
           add(first, share0);
           index = first;
           share = share0;
@@ -105,7 +105,7 @@ class Walker {
     return limit_.lastShare(share, spent, step, reach);
   }
 
-  /// Adds the shares of waiting cells until one of them goes on; false when none is left.
+  /// Adds the shares of pending cells until one of them goes on; false when none is left.
   bool nextPending(std::int64_t& index, float& share, float& spent) {
     while (!pending_.empty()) {
       const Pending top = pending_.pop();
@@ -126,13 +126,14 @@ class Walker {
 
 }  // namespace
 
-int Walks::prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage) {
+int Walks::prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,
+                   WalkStorage storage) {
   values_ = values;
   return table_.make(values, grad, aspect, storage);
 }
 
-/// Calls `use` with the walker that the run needs: by time or by distance, over cells in memory or on
-/// disk, guarded or not.
+/// Calls `use` with the walker of the run: by time or by distance, over cells in memory or on disk, guarded
+/// or not.
 template <class Use>
 void Walks::withWalker(Use use) {
   if (table_.memory() != nullptr)
@@ -153,10 +154,10 @@ void Walks::withWalkerOver(Cells cells, Use use) {
     else
       run(Walker<TimeLimit, Cells, true>({values_.duration}, cells));
   } else {
-    // Of the steps that the distance walker counts on none may be lost to rounding, nor their sum.
-    constexpr float kRoom = 16.0F;
+    // The distance walker needs steps that are not lost to rounding, nor the sum of a few of them.
+    constexpr float kMargin = 16.0F;
     const float c = values_.cellDistance[1];
-    if (shortest >= kRoom * finest)
+    if (shortest >= kMargin * finest)
       run(DistanceWalker<Cells>(limit, c, cells));
     else
       run(Walker<DistanceLimit, Cells, true>({limit, lastReachFor(limit, c)}, cells));
@@ -171,7 +172,7 @@ void Walks::walkAll() {
         if (!walker.startsAt(rowStart + col)) continue;
         if (values_.byTime)
           walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
-        walker.goOn(rowStart + col, 1.0F, 0.0F);
+        walker.passOn(rowStart + col, 1.0F, 0.0F);
       }
     }
   });
@@ -181,7 +182,7 @@ void Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
   if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
   withWalker([&](auto& walker) {
     walker.add(table_.index(col, row), share);
-    walker.goOn(table_.index(col, row), share, elapsed);
+    walker.passOn(table_.index(col, row), share, elapsed);
   });
 }
 
@@ -190,7 +191,7 @@ void Walks::walkByDistance(int32_t col, int32_t row, float share, float travelle
   if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
   withWalker([&](auto& walker) {
     if (adds) walker.add(table_.index(col, row), share);
-    walker.goOn(table_.index(col, row), share, travelled);
+    walker.passOn(table_.index(col, row), share, travelled);
   });
 }
 

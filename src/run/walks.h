@@ -1,8 +1,8 @@
 #pragma once
-// The walks: each takes a share of water from a cell downslope, split at every cell between the two
-// neighbours that bracket its aspect, until its time or its distance is spent. What passes a cell is
-// added to it in float32, depth first and in the order of the directions: that order, with the order of
-// the start cells, fixes the rounding of the result.
+// The walks: each sends a share of water from a cell downslope, split at every cell between the two
+// neighbours that bracket its aspect, until the limit of time or distance is reached. A share is added to
+// every cell that it passes, in float32, depth first and in the order of the directions: that order, with the
+// order of the start cells, fixes the rounding of the result.
 
 #include <cstdint>
 
@@ -16,11 +16,12 @@ class Walks {
   Walks(const Walks&) = delete;
   Walks& operator=(const Walks&) = delete;
 
-  /// Makes ready for walks over `grad` and `aspect`, of one extent; `grad` is read only by time.
+  /// Prepares walks over `grad` and `aspect`, of one extent; `grad` is read only by time.
   /// 0, or -1 with a report.
-  int prepare(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, WalkStorage storage);
+  int prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,
+              WalkStorage storage);
 
-  /// Takes `share` on from (col, row), reached after `elapsed` hours, 0 or more; the share is added to that
+  /// Passes `share` on from (col, row), reached after `elapsed` hours, 0 or more; the share is added to that
   /// cell too. A step that does not fit the duration is cut in proportion. No effect outside the grid.
   void walkByTime(int32_t col, int32_t row, float share, float elapsed);
 
@@ -31,7 +32,7 @@ class Walks {
   /// A walk of share 1 from every cell whose aspect is not negative, row by row.
   void walkAll();
 
-  /// What has been added to the cells of a row.
+  /// The totals of the cells of a row.
   void totals(int32_t row, std::span<float> out) { table_.totals(row, out); }
 
  private:

@@ -1,4 +1,4 @@
-// Includes go one way between the rooms.
+// Includes go one way between the modules.
 
 #include <gtest/gtest.h>
 
@@ -19,20 +19,20 @@ TEST(Layers, IncludesGoOneWay) {
       {"dem", {"dem", "table", "attributes", "grid", "foundation"}},
       {"run", {"run", "dem", "table", "attributes", "grid", "foundation"}}};
   const std::regex include(R"re(^#include "([a-z]+)/)re");
-  int looked = 0;
-  for (const auto& [room, below] : allowed) {
+  int includes = 0;
+  for (const auto& [module, below] : allowed) {
     for (const auto& entry :
-         std::filesystem::directory_iterator(std::string(TERRAIN_SOURCE_DIR) + "/src/" + room)) {
+         std::filesystem::directory_iterator(std::string(TERRAIN_SOURCE_DIR) + "/src/" + module)) {
       std::ifstream file(entry.path());
       for (std::string line; std::getline(file, line);) {
         std::smatch found;
         if (!std::regex_search(line, found, include)) continue;
-        ++looked;
+        ++includes;
         EXPECT_TRUE(below.contains(found[1])) << entry.path() << ": " << line;
       }
     }
   }
-  EXPECT_GT(looked, 100);
+  EXPECT_GT(includes, 100);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The program as its users meet it: run on files, judged by its exit status, its files and its words.
+// Whole runs of the program: exit status, files and messages.
 
 #include <gtest/gtest.h>
 
@@ -56,14 +56,32 @@ class Program : public ::testing::Test {
   test::ScratchDir scratch_;
 };
 
-constexpr std::string_view kByTime =
-    "DEM: elev_site.flt\nLENGTH SCALE: 15\nSCRATCH DIRECTORY: s\nDURATION: 24\nCONDUCTIVITY: 10\n"
-    "OUTPUT RASTER: out\n";
+/// Instructions of a run by time with some lines changed: "KEYWORD: value" replaces the line of the keyword
+/// or is appended, "-KEYWORD" removes it.
+std::string byTime(const std::vector<std::string>& changes = {}) {
+  std::vector<std::string> lines{"DEM: elev_site.flt", "LENGTH SCALE: 15", "SCRATCH DIRECTORY: s",
+                                 "DURATION: 24",       "CONDUCTIVITY: 10", "OUTPUT RASTER: out"};
+  for (const std::string& change : changes) {
+    const bool removes = change.starts_with('-');
+    const std::string keyword = removes ? change.substr(1) + ':' : change.substr(0, change.find(':') + 1);
+    const auto found =
+        std::ranges::find_if(lines, [&](const std::string& line) { return line.starts_with(keyword); });
+    if (removes)
+      lines.erase(found);
+    else if (found == lines.end())
+      lines.push_back(change);
+    else
+      *found = change;
+  }
+  std::string text;
+  for (const std::string& line : lines) text += line + '\n';
+  return text;
+}
 
 TEST_F(Program, RunWritesRastersAndLogsAndLeavesNothingElse) {
   writeDem();
-  const Outcome done = run(std::string(kByTime) +
-                           "SPECIFIC:\nOUTPUT GRAD RASTER:\nOUTPUT ASPECT RASTER:\nOUTPUT BCON RASTER:\n");
+  const Outcome done =
+      run(byTime({"SPECIFIC:", "OUTPUT GRAD RASTER:", "OUTPUT ASPECT RASTER:", "OUTPUT BCON RASTER:"}));
   EXPECT_EQ(done.status, 0) << done.text;
   for (const char* name : {"out", "grad_15_site", "aspect_15_site", "bcon_15_site"}) {
     EXPECT_TRUE(rasterExists(at(name))) << name;
@@ -134,7 +152,7 @@ TEST_F(Program, EveryGridOnDiskGivesTheSameBytes) {
   messages() = before;
 }
 
-TEST_F(Program, FaultsAreToldAndEndWithStatusOne) {
+TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
   writeDem();
   R4Grid_type other = test::noiseDem(39, 30, {}, {.xmin = 500000, .ymin = 4000000});
   ASSERT_EQ(other.WritefltR4(at("narrow")), 0);
@@ -146,54 +164,43 @@ TEST_F(Program, FaultsAreToldAndEndWithStatusOne) {
   write("plain.hdr", "NCOLS 40\nNROWS 30\nXLLCORNER 0\nYLLCORNER 0\nCELLSIZE 10\n");
   write("two.flt", std::string(4800, '\0'));
   write("two.hdr", "NCOLS 40\nNROWS 30\nXLLCORNER 0\nYLLCORNER 0\nXCELLSIZE 10\nYCELLSIZE 20\n");
-  const std::string time = "DURATION: 1\nCONDUCTIVITY: 1\n";
-  const std::string common = "SCRATCH DIRECTORY: s\nOUTPUT RASTER: out\nLENGTH SCALE: 15\n";
   struct Case {
-    std::string instructions;
+    std::vector<std::string> changes;
     std::vector<std::string> words;
   };
   for (const Case& c :
-       {Case{"DEM: none\nDURATION: /\nDURATION: 2*\nDURATION: x\nCONDUCTIVITY: -1\nLENGTH SCALE: nan\nINPUT "
-             "BCON RASTER: nob\nOUTPUT "
-             "RASTER:\n" +
-                 common,
-             {"Error finding DEM", "Error reading DURATION\n LINE: 2", "LINE: 3", "LINE: 4",
-              "Error reading CONDUCTIVITY", "Error reading LENGTH SCALE",
-              "FILE: nob\n Cannot find INPUT BCON RASTER", "Error reading OUTPUT RASTER\n LINE: 8",
+       {Case{{"DEM: none", "LENGTH SCALE: nan", "CONDUCTIVITY: -1", "INPUT BCON RASTER: nob",
+              "OUTPUT RASTER:"},
+             {"Error finding DEM", "Error reading LENGTH SCALE\n LINE: 2", "Error reading CONDUCTIVITY",
+              "FILE: nob\n Cannot find INPUT BCON RASTER", "Error reading OUTPUT RASTER\n LINE: 6",
               "Error reading input file\n PROGRAM ABORTED"}},
-        {"DEM: elev_site\nMAX DISTANCE: 5\n" + time + common,
-         {"Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE"}},
-        {"DEM: elev_site\n" + time + "MAX DISTANCE: 5\n" + common,
-         {"Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY"}},
-        {"DEM: elev_site\n" + time + "SCRATCH DIRECTORY: s\n",
-         {"Output raster not specified\n PROGRAM ABORTED"}},
-        {"DEM: elev_site\n" + common, {"ByTime or ByDistance not specified", "Error reading input rasters"}},
-        {"DEM: elev_site\n" + time + "SCRATCH DIRECTORY: s\nOUTPUT RASTER: out\n",
-         {"LENGTH SCALE is missing or not above 0", "Error reading input rasters"}},
-        {"DEM: elev_site\n" + time + "SCRATCH DIRECTORY: nowhere\nOUTPUT RASTER: out\n",
+        {{"DURATION: /"}, {"Error reading DURATION"}},
+        {{"DURATION: 2*"}, {"Error reading DURATION"}},
+        {{"OUTPUT RASTER: " + std::string(300, 'x')}, {"The value is longer than 256 characters"}},
+        {{"DEM: elev_site\nMAX DISTANCE: 5"}, {"Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE"}},
+        {{"MAX DISTANCE: 5"}, {"Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY"}},
+        {{"-OUTPUT RASTER"}, {"Output raster not specified\n PROGRAM ABORTED"}},
+        {{"-DURATION", "-CONDUCTIVITY"},
+         {"ByTime or ByDistance not specified", "Error reading input rasters"}},
+        {{"-LENGTH SCALE"}, {"LENGTH SCALE is missing or not above 0", "Error reading input rasters"}},
+        {{"SCRATCH DIRECTORY: nowhere"},
          {"ScratchPath not found: nowhere\\", "Error accessing scratch directory"}},
-        {"DEM: elev_site\n" + time + "SCRATCH DIRECTORY: s\nLENGTH SCALE: 15\nOUTPUT RASTER: nowhere/out\n",
+        {{"OUTPUT RASTER: nowhere/out"},
          {"FILE: nowhere/out.flt\n Directory of the output raster does not exist"}},
-        {"DEM: elev_site\n" + time + "SCRATCH DIRECTORY: s\nLENGTH SCALE: 15\nOUTPUT RASTER: elev_site\n",
-         {"Output raster would replace an input raster"}},
-        {"DEM: short\n" + time + common,
-         {"short.flt", "The raster file is shorter than its header says", "Error reading DEM"}},
-        {"DEM: plain\n" + time + common,
-         {"FILE: plain.flt\n Unknown bit depth\n The raster file is shorter than its header says"}},
-        {"DEM: elev_site\nOUTPUT RASTER: grad_15_site\nOUTPUT GRAD RASTER:\nSCRATCH DIRECTORY: s\nLENGTH "
-         "SCALE: 15\n" +
-             time,
+        {{"OUTPUT RASTER: elev_site"}, {"Output raster would replace an input raster"}},
+        {{"OUTPUT RASTER: grad_15_site", "OUTPUT GRAD RASTER:"},
          {"Output raster would replace a raster that is to be saved"}},
-        {"DEM: garbage\n" + time + common, {"garbage.hdr"}},
-        {"DEM: two\n" + time + common, {"The DEM must have square cells", "Error reading input rasters"}},
-        {"DEM: elev_site\nINPUT ASPECT RASTER: narrow\n" + time + common,
+        {{"DEM: short"},
+         {"short.flt", "The raster file is shorter than its header says", "Error reading DEM"}},
+        {{"DEM: plain"},
+         {"FILE: plain.flt\n Unknown bit depth\n The raster file is shorter than its header says"}},
+        {{"DEM: garbage"}, {"garbage.hdr"}},
+        {{"DEM: two"}, {"The DEM must have square cells", "Error reading input rasters"}},
+        {{"INPUT ASPECT RASTER: narrow"},
          {"FILE: narrow", "Error reading Aspect raster", "39 columns", "40 columns"}},
-        {"DEM: elev_site\nINPUT GRADIENT RASTER: short\n" + time + common,
-         {"FILE: short\n Error reading Gradient raster"}},
-        {"DEM: elev_site\nOUTPUT RASTER: " + std::string(300, 'x') + "\n" + time,
-         {"The value is longer than 256 characters"}}}) {
-    SCOPED_TRACE(c.instructions);
-    const Outcome failed = run(c.instructions);
+        {{"INPUT GRADIENT RASTER: short"}, {"FILE: short\n Error reading Gradient raster"}}}) {
+    SCOPED_TRACE(byTime(c.changes));
+    const Outcome failed = run(byTime(c.changes));
     EXPECT_EQ(failed.status, 1) << failed.text;
     for (const std::string& words : c.words)
       EXPECT_NE(failed.text.find(words), std::string::npos) << words << "\n" << failed.text;
@@ -202,7 +209,7 @@ TEST_F(Program, FaultsAreToldAndEndWithStatusOne) {
   EXPECT_NE(logs().find("PROGRAM ABORTED"), std::string::npos);
 }
 
-TEST_F(Program, InstructionFileIsFoundOrToldMissing) {
+TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
   writeDem();
   const std::string cd = "cd '" + scratch_.path() + "' && ";
   EXPECT_EQ(shell(cd + program() + " none.txt").status, 1);
@@ -211,19 +218,24 @@ TEST_F(Program, InstructionFileIsFoundOrToldMissing) {
   EXPECT_EQ(shell(cd + program() + " s").status, 1);
   EXPECT_NE(shell(cd + program() + " x").text.find("Cannot find input file"), std::string::npos);
   EXPECT_NE(shell(cd + program() + " test").text.find("Cannot find test.txt file"), std::string::npos);
-  write("in put.txt", kByTime);
+  write("in put.txt", byTime());
   EXPECT_EQ(shell(cd + program() + " 'in put.txt'").status, 0);
   EXPECT_EQ(shell(cd + "echo \"'in put.txt' more\" | " + program()).status, 0);
   write("test.txt", at("") + "link.txt rest\n");
   fs::create_symlink(at("in put.txt"), at("link.txt"));
   EXPECT_EQ(shell(cd + program() + " test").status, 0);
-  write("ostrevanmoor.txt", kByTime);
+  write("ostrevanmoor.txt", byTime());
   EXPECT_EQ(shell(cd + program() + " 1").status, 0);
   write("noise.txt", std::string(20'000, '\0') + std::string(100'000, '\xFE'));
   EXPECT_EQ(shell(cd + program() + " noise.txt").status, 1);
   const Outcome help = shell(program() + " --help");
   EXPECT_EQ(help.status, 0);
-  for (const Keyword& keyword : keywords()) EXPECT_NE(help.text.find(keyword.name), std::string::npos);
+  for (const auto& row : keywords()) EXPECT_NE(help.text.find(row.words), std::string::npos);
+  // The manual page has the same table.
+  EXPECT_NE(
+      readFile(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor.1").find(".SH KEYWORDS\n" + keywordManual() + ".SH"),
+      std::string::npos)
+      << keywordManual();
   EXPECT_EQ(shell(program() + " --version").text, "Ostrevanmoor 1.0.2\n");
   EXPECT_EQ(shell(program() + " a b").status, 1);
 }
@@ -231,13 +243,13 @@ TEST_F(Program, InstructionFileIsFoundOrToldMissing) {
 TEST_F(Program, FullDiskEndsWithStatusOneAndTheLogStays) {
   writeDem();
   fs::create_symlink("/dev/full", at("out.flt"));
-  const Outcome full = run(std::string(kByTime));
+  const Outcome full = run(byTime());
   EXPECT_EQ(full.status, 1) << full.text;
   EXPECT_NE(full.text.find("Error writing output raster"), std::string::npos);
   EXPECT_FALSE(platform::fileExists(at("out.hdr")) || platform::fileExists(at("out.log")));
   EXPECT_NE(logs().find("Error writing output raster"), std::string::npos);
   // A limit on file sizes that the scratch files meet when they are made.
-  const Outcome limited = run(std::string(kByTime), "ulimit -f 2;");
+  const Outcome limited = run(byTime(), "ulimit -f 2;");
   EXPECT_EQ(limited.status, 1) << limited.text;
 }
 
@@ -245,9 +257,7 @@ TEST_F(Program, TwoRunsShareAScratchDirectory) {
   writeDem();
   std::string command = "cd '" + scratch_.path() + "'; ";
   for (const char* n : {"1", "2", "3"}) {
-    std::string text(kByTime);
-    text.replace(text.find("out"), 3, std::string("out") + n);
-    write(std::string("in") + n + ".txt", text);
+    write(std::string("in") + n + ".txt", byTime({std::string("OUTPUT RASTER: out") + n}));
     command += program() + " in" + n + ".txt & p" + n + "=$!; ";
   }
   const Outcome all = shell(command + "wait $p1 && wait $p2 && wait $p3");
@@ -258,53 +268,25 @@ TEST_F(Program, TwoRunsShareAScratchDirectory) {
   EXPECT_TRUE(fs::is_empty(at("s")));
 }
 
-TEST_F(Program, NodataOfTheDemIsWhatItsHeaderSays) {
-  for (const float nodata : {-32768.0F, 0.0F, 3.4028235e38F}) {
-    R4Grid_type dem = test::noiseDem(40, 30, {.seed = 5, .lakes = 2}, {.nodata = nodata});
-    ASSERT_EQ(dem.WritefltR4(at("elev_site")), 0);
-    const Outcome done = run(std::string(kByTime));
-    ASSERT_EQ(done.status, 0) << done.text;
-    R4Grid_type out;
-    ASSERT_EQ(out.ReadHeader(at("out")), 0);
-    EXPECT_EQ(out.nodata, -9999.0F);
-    ASSERT_EQ(ReadGrid(out, at("out")), 0);
-    for (int32_t row = 1; row <= 30; ++row)
-      for (int32_t col = 1; col <= 40; ++col)
-        EXPECT_EQ(dem.ExtractR4ValueColRow(col, row) == nodata,
-                  out.ExtractR4ValueColRow(col, row) == -9999.0F);
-  }
-}
-
 TEST_F(Program, RastersGoToGdalAndComeFromIt) {
   if (!haveTool("gdalinfo")) GTEST_SKIP() << "no gdalinfo on this machine";
   const std::string cd = "cd '" + scratch_.path() + "' && ";
   R4Grid_type dem = test::noiseDem(40, 30, {.seed = 5, .lakes = 1},
                                    {.xmin = 500000.5, .ymin = 4000000.25, .cellsize = 7.5});
   ASSERT_EQ(dem.WritefltR4(at("elev_site")), 0);
-  ASSERT_EQ(run(std::string(kByTime)).status, 0);
+  ASSERT_EQ(run(byTime()).status, 0);
   const Outcome info = shell(cd + "gdalinfo out.flt");
   for (const char* line : {"Size is 40, 30", "Pixel Size = (7.5", "NoData Value=-9999", "Type=Float32",
                            "Lower Left  (  500000.500, 4000000.250)"})
     EXPECT_NE(info.text.find(line), std::string::npos) << line << info.text;
-  R4Grid_type out;
-  ASSERT_EQ(ReadGrid(out, at("out")), 0);
-  for (const ColRow cell : {ColRow{1, 1}, ColRow{40, 30}, ColRow{7, 20}}) {
-    const Outcome value = shell(cd + "gdallocationinfo -valonly out.flt " + std::to_string(cell.col - 1) +
-                                ' ' + std::to_string(cell.row - 1));
-    EXPECT_FLOAT_EQ(std::stof(value.text), out.ExtractR4ValueColRow(cell.col, cell.row));
-  }
-
   // GeoTIFF to run to GeoTIFF: what gdal_translate writes is all that a run needs.
   ASSERT_EQ(shell(cd + "gdal_translate -q -a_srs EPSG:32611 -co COMPRESS=DEFLATE elev_site.flt my.tif && "
                        "mkdir t && gdal_translate -q -of EHdr -ot Float32 my.tif t/elev_my.flt")
                 .status,
             0);
-  const Outcome done =
-      run("DEM: t/elev_my.flt\nLENGTH SCALE: 15\nSCRATCH DIRECTORY: s\nDURATION: 24\nCONDUCTIVITY: "
-          "10\nOUTPUT RASTER: t/out\n");
+  const Outcome done = run(byTime({"DEM: t/elev_my.flt", "OUTPUT RASTER: t/out"}));
   ASSERT_EQ(done.status, 0) << done.text;
   EXPECT_EQ(readFile(at("t/out.flt")), readFile(at("out.flt")));
-  const std::string corner = "gdalinfo -json ";
   ASSERT_EQ(shell(cd + "gdal_translate -q t/out.flt back.tif").status, 0);
   const auto geoTransform = [&](const std::string& file) {
     const std::string json = shell(cd + "gdalinfo -json " + file).text;

@@ -1,6 +1,6 @@
 #pragma once
-// The walks in their plain recursive form: nothing is worked out beforehand and every value is read
-// from the grids at every visit. The yardstick for the results, bit for bit, and for the speed.
+// Reference implementation of the walks: recursive, nothing computed in advance, every value read from the
+// grids at every visit. The fast walks give the same bits.
 
 #include <cmath>
 #include <cstdint>
@@ -11,9 +11,9 @@
 
 namespace terrain::test {
 
-class PlainWalks {
+class ReferenceWalks {
  public:
-  PlainWalks(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, R4Grid_type& accum)
+  ReferenceWalks(const WalkValues& values, R4Grid_type& grad, R4Grid_type& aspect, R4Grid_type& accum)
       : values_(values), grad_(grad), aspect_(aspect), accum_(accum) {}
 
   void walkByTime(int32_t col, int32_t row, float share, float elapsed) {

@@ -1,0 +1,137 @@
+#include "foundation/keywords.h"
+
+#include <algorithm>
+
+namespace terrain {
+
+namespace {
+
+constexpr std::size_t kValueLength = 256;
+
+/// Calls `use` with each of the words between "|"; true as soon as one call gives true.
+template <class Use>
+bool anyWord(std::string_view words, Use use) {
+  while (true) {
+    const std::size_t end = words.find('|');
+    if (use(words.substr(0, end))) return true;
+    if (end == std::string_view::npos) return false;
+    words.remove_prefix(end + 1);
+  }
+}
+
+std::string synonyms(std::string_view words, std::string_view separator) {
+  std::string list;
+  anyWord(words.substr(std::min(nameOfKeyword(words).size() + 1, words.size())), [&](std::string_view word) {
+    if (!list.empty()) list += separator;
+    list += word;
+    return false;
+  });
+  return list;
+}
+
+/// The text without the double quotes around it.
+std::string withoutQuotes(std::string_view text) {
+  text = stripped(text);
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+    text = stripped(text.substr(1, text.size() - 2));
+  return std::string(text);
+}
+
+/// Text of a manual page: its own escape character and hyphens are escaped.
+std::string roff(std::string_view text) {
+  std::string escaped;
+  for (const char c : text) {
+    if (c == '\\' || c == '-') escaped += '\\';
+    escaped += c == '\\' ? 'e' : c;
+  }
+  return escaped;
+}
+
+}  // namespace
+
+bool KeywordInput::fail(std::string_view message, std::string_view why) {
+  failures.push_back({.message = std::string(message), .detail = std::string(why)});
+  return false;
+}
+
+// ---- values ----
+
+namespace detail {
+
+bool parseFileName(KeywordInput& input, bool (*exists)(std::string_view), std::string& name) {
+  name = stripFileName(*input.text);
+  if (exists == nullptr) return !name.empty();
+  input.file = name;
+  return exists(name);
+}
+
+void completeFailures(KeywordInput& input, std::string_view failure) {
+  if (input.failures.empty()) input.failures.push_back({.file = input.file});
+  for (KeywordFailure& entry : input.failures)
+    if (entry.message.empty())
+      entry.message =
+          failure.empty() ? std::string("Error reading ").append(input.name) : std::string(failure);
+}
+
+}  // namespace detail
+
+// ---- words and values of lines ----
+
+bool isKeyword(std::string_view words, std::string_view word) {
+  return !isBlank(word) &&
+         anyWord(words, [word](std::string_view known) { return equalPadded(known, word); });
+}
+
+std::string_view nameOfKeyword(std::string_view words) { return words.substr(0, words.find('|')); }
+
+void valueAfterEquals(const LogicalLine& line, KeywordInput& input) {
+  if (line.arguments.empty() || line.arguments.front().empty()) return;
+  const std::string& argument = line.arguments.front();
+  if (argument.size() > kValueLength) {
+    input.fail({}, "The value is longer than 256 characters");
+    return;
+  }
+  std::string value = withoutQuotes(argument.front() == '"' ? argument : splitArgument(argument).value);
+  if (!value.empty()) input.text = std::move(value);
+}
+
+void wholeArgument(const LogicalLine& line, KeywordInput& input) {
+  if (!line.arguments.empty()) input.text = unquotedName(line.arguments.front());
+}
+
+std::optional<std::string> unquotedName(std::string_view text) {
+  text = stripped(text);
+  if (text.empty()) return std::nullopt;
+  if (text.front() != '"' && text.front() != '\'') return std::string(text);
+  std::string quoted;
+  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != Field::value) return std::nullopt;
+  return std::string(stripped(quoted));
+}
+
+// ---- help and manual ----
+
+std::string keywordHelp(const KeywordTexts& row) {
+  std::string help("  ");
+  help.append(nameOfKeyword(row.words)).append(":");
+  if (!row.argument.empty()) help.append(" <").append(row.argument).append(">");
+  if (!row.unit.empty()) help.append(" ").append(row.unit);
+  if (!row.standard.empty()) help.append("   [").append(row.standard).append("]");
+  help.append("\n      ").append(row.meaning).append("\n");
+  if (const std::string others = synonyms(row.words, ", "); !others.empty())
+    help.append("      Also: ").append(others).append("\n");
+  return help;
+}
+
+std::string keywordManual(const KeywordTexts& row) {
+  const std::string_view argument = row.unit.empty() ? row.argument : row.unit;
+  std::string manual(".TP\n.B ");
+  manual.append(roff(nameOfKeyword(row.words))).append(":");
+  if (!argument.empty()) manual.append(" \\fI").append(roff(argument)).append("\\fR");
+  manual.append("\n").append(roff(row.meaning));
+  if (!row.standard.empty()) manual.append(" Without it: ").append(roff(row.standard)).append(".");
+  if (const std::string others = synonyms(row.words, ", "); !others.empty())
+    manual.append(" Also: ").append(roff(others)).append(".");
+  return manual.append("\n");
+}
+
+}  // namespace terrain
