@@ -7,8 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "dem/dem.h"
-#include "foundation/memory.h"
+#include "dem/operations.h"
 #include "grid/row_window.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
@@ -26,14 +25,14 @@ constexpr float kThreeQuarters = 4.712389F;
 
 // ---- one cell ----
 
-/// What a centre and an adjacent position give together: both, or the part of the one that is in.
+/// The term of a centre and an adjacent corner: both weights, or the part of the one that is in.
 float term(bool centreIn, bool adjacentIn, float p, float q) {
   if (centreIn) return adjacentIn ? p + q : p * p / (p + q);
   return adjacentIn ? q * q / (p + q) : 0.0F;
 }
 
-/// Adds the two terms of one side. A weight costs a sine or cosine and is worked out only where a term
-/// needs it; the terms of positions that are all out are 0 and leave the sum as it is.
+/// Adds the two terms of one side. A weight costs a sine or cosine and is computed only where a term needs
+/// it; where all positions are out the terms are 0 and leave the sum unchanged.
 template <class Weight, class In>
 void addSide(float& sum, float centre, float first, float second, Weight weight, In in) {
   const bool centreIn = in(centre);
@@ -118,29 +117,23 @@ int fillRows(const R4Grid_type& elev, const R4Grid_type& aspect, R4Grid_type& bc
 
 }  // namespace
 
-int DEM_type::calcBcon(float length, R4Grid_type* aspectGrid) {
-  Attempt attempt{status};
-  const auto fail = [&](std::string_view why) {
-    if (!why.empty()) reportError({.routine = kTag, .message1 = why});
-    return bcon.status = kFailure;
-  };
-  if (!elev.GridExists()) return fail("Elevations not loaded");
-  if (!bcon.GridExists() && CreateGrid(bcon, {.like = this}) != kSuccess)
-    return fail("CreateGrid failed for bcon");
+int fillContourLength(DEM_type& dem, float length, const R4Grid_type* aspectGrid) {
+  Attempt attempt{dem.status, dem.bcon.status};
+  if (!dem.elev.GridExists()) return fail(kTag, "Elevations not loaded");
+  if (!dem.bcon.GridExists() && CreateGrid(dem.bcon, {.like = &dem}) != kSuccess)
+    return fail(kTag, "CreateGrid failed for bcon");
   R4Grid_type own;
   if (aspectGrid == nullptr) {
-    if (CreateGrid(own, {.like = this}) != kSuccess) return fail("CreateGrid failed for aspect");
-    if (surfaceRasters(elev, length, {{&own, SurfaceMetric::aspect}}) != kSuccess) return fail({});
+    if (CreateGrid(own, {.like = &dem}) != kSuccess) return fail(kTag, "CreateGrid failed for aspect");
+    if (surfaceRasters(dem.elev, length, {{&own, SurfaceMetric::aspect}}) != kSuccess) return kFailure;
     aspectGrid = &own;
   }
-  const auto alike = [this](const Grid_Header& grid) {
-    return grid.ncols == elev.ncols && grid.nrows == elev.nrows;
+  const auto alike = [&](const Grid_Header& grid) {
+    return grid.ncols == dem.elev.ncols && grid.nrows == dem.elev.nrows;
   };
-  if (!aspectGrid->GridExists() || !alike(*aspectGrid) || !alike(bcon))
-    return fail("Input grid dimensions do not match");
-  if (fillRows(elev, *aspectGrid, bcon) != kSuccess) return fail({});
-  bcon.status = kSuccess;
-  return attempt.succeed();
+  if (!aspectGrid->GridExists() || !alike(*aspectGrid) || !alike(dem.bcon))
+    return fail(kTag, "Input grid dimensions do not match");
+  return attempt.end(fillRows(dem.elev, *aspectGrid, dem.bcon));
 }
 
 }  // namespace terrain

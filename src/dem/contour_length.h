@@ -1,9 +1,9 @@
 #pragma once
 // Length of contour that the flow of a cell crosses, in cell widths: 1 where the cell and its neighbours
-// face one way, as on a plane; less where flow comes together, more where it spreads.
+// face one way, as on a plane; less where flow converges, more where it spreads.
 //
 // The aspects of the eight neighbours are turned to the cell's own frame, in which the neighbour ahead
-// is T3. Each of the four sides gives two terms, of its centre and of the corner on either hand:
+// is T3. Each of the four sides gives two terms, of its centre and of each of its two corners:
 //
 //     aspects by D8 code         a cell that faces north
 //        d4  d3  d2                  T4  T3  T2       T3 ahead, T7 behind

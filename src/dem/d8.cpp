@@ -1,14 +1,9 @@
 // D8 codes from aspects: the one of eight directions that an aspect is nearest to.
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <vector>
-
-#include "dem/dem.h"
+#include "dem/operations.h"
 #include "foundation/free_format.h"
-#include "foundation/memory.h"
 #include "grid/directions.h"
+#include "grid/rows.h"
 #include "grid/storage.h"
 
 namespace terrain {
@@ -17,95 +12,63 @@ namespace {
 
 constexpr std::string_view kTag = "CalcD8 in DEM_Module";
 
-int fault(std::string_view why) { return reportError({.routine = kTag, .message1 = why}); }
-
-/// Codes of a row of aspects; cells without an aspect keep what `codes` holds. The column of an aspect
-/// beyond the table, such as one in degrees, or 0.
-int32_t codesOfRow(std::span<const float> aspects, std::span<int32_t> codes) {
-  for (std::size_t i = 0; i < aspects.size(); ++i) {
-    const float aspect = std::isnan(aspects[i]) ? -1.0F : aspects[i];
-    if (!(aspect >= 0.0F)) continue;
-    const int32_t code = codeOfAspect(aspect);
-    if (code == 0) return static_cast<int32_t>(i + 1);
-    codes[i] = code;
-  }
-  return 0;
+/// Stores the code of an aspect; a cell without an aspect keeps what it holds. -1, reported, for an aspect
+/// beyond a full circle, such as one in degrees.
+int storeCode(float aspect, int32_t col, int32_t row, int32_t& code) {
+  if (!(aspect >= 0.0F)) return kSuccess;  // NaN too
+  const int32_t nearest = codeOfAspect(aspect);
+  if (nearest == 0)
+    return reportError(
+        {.routine = kTag,
+         .message1 = "An aspect beyond a full circle; aspects are radians: " + freeText(aspect),
+         .message2 = "  Column " + freeText(col) + ", row " + freeText(row)});
+  code = nearest;
+  return kSuccess;
 }
 
-/// The rows of the two grids through the row path or cell by cell.
-class Rows {
- public:
-  Rows(R4Grid_type& aspect, I4Grid_type& codes, D8Access access)
-      : aspect_(aspect), codes_(codes), access_(access) {}
+int fillByRows(R4Grid_type& aspect, I4Grid_type& codes) {
+  if (aspect.SetRowAccess() != kSuccess) return fail(kTag, "aspect%setRowAccess failed");
+  if (codes.SetRowAccess() != kSuccess) return fail(kTag, "D8grid%setRowAccess failed");
+  return RowPass{reading(aspect, "row arrays"), changing(codes, "row arrays")}.run(
+      kTag, [](int32_t row, std::span<const float> aspects, std::span<int32_t> cells) {
+        for (std::size_t i = 0; i < cells.size(); ++i)
+          if (storeCode(aspects[i], static_cast<int32_t>(i + 1), row, cells[i]) != kSuccess) return kFailure;
+        return kSuccess;
+      });
+}
 
-  int prepare() const {
-    if (access_ == D8Access::cells) return kSuccess;
-    if (aspect_.SetRowAccess() != kSuccess) return fault("aspect%setRowAccess failed");
-    if (codes_.SetRowAccess() != kSuccess) return fault("D8grid%setRowAccess failed");
-    return kSuccess;
-  }
-  int read(int32_t row, std::span<float> out) const {
-    if (access_ == D8Access::cells) {
-      for (std::size_t i = 0; i < out.size(); ++i)
-        out[i] = aspect_.ExtractR4ValueColRow(static_cast<int32_t>(i + 1), row);
-      return kSuccess;
+int fillByCells(const R4Grid_type& aspect, I4Grid_type& codes) {
+  for (int32_t row = 1; row <= aspect.rows(); ++row) {
+    for (int32_t col = 1; col <= aspect.cols(); ++col) {
+      int32_t code = codes.nodataValue();
+      if (storeCode(aspect.ExtractR4ValueColRow(col, row), col, row, code) != kSuccess ||
+          codes.SetI4Cell(col, row, code) != kSuccess)
+        return kFailure;
     }
-    if (aspect_.readRow(row, out) == kIoOk) return kSuccess;
-    return reportScratchRead(kTag, aspect_);
-  }
-  int write(int32_t row, std::span<const int32_t> in) const {
-    if (access_ == D8Access::rows) return codes_.SetI4row(row, in);
-    for (std::size_t i = 0; i < in.size(); ++i)
-      if (codes_.SetI4Cell(static_cast<int32_t>(i + 1), row, in[i]) != kSuccess) return kFailure;
-    return kSuccess;
-  }
-
- private:
-  R4Grid_type& aspect_;
-  I4Grid_type& codes_;
-  D8Access access_;
-};
-
-int fillCodes(R4Grid_type& aspect, I4Grid_type& codes, D8Access access) {
-  const Rows rows(aspect, codes, access);
-  if (rows.prepare() != kSuccess) return kFailure;
-  std::vector<float> aspects;
-  std::vector<int32_t> row;
-  if (!tryAllocate(aspects, static_cast<std::size_t>(aspect.cols())) || !tryAllocate(row, aspects.size()))
-    return cannotAllocate(kTag, "row arrays");
-  const int32_t none = codes.GetNodataI4();
-  for (int32_t r = 1; r <= aspect.rows(); ++r) {
-    if (rows.read(r, aspects) != kSuccess) return kFailure;
-    std::ranges::fill(row, none);
-    if (const int32_t col = codesOfRow(aspects, row); col != 0)
-      return reportError({.routine = kTag,
-                          .message1 = "An aspect beyond a full circle; aspects are radians: " +
-                                      freeText(aspects[static_cast<std::size_t>(col - 1)]),
-                          .message2 = "  Column " + freeText(col) + ", row " + freeText(r)});
-    if (rows.write(r, row) != kSuccess) return kFailure;
   }
   return kSuccess;
 }
 
 }  // namespace
 
-int DEM_type::CalcD8(D8Access access) {
-  Attempt attempt{status};
-  if (GetAspect() != kSuccess) return fault("GetAspect failed");
-  if (CreateGrid(D8, {.like = &aspect}) != kSuccess) return fault("CreateGrid failed for D8");
-  if (fillCodes(aspect, D8, access) != kSuccess) {
-    terrain::DestroyGrid(D8);
-    D8.status = kFailure;
-    return kFailure;
+int calcD8(DEM_type& dem, D8Access access) {
+  if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
+  Attempt attempt{dem.status};
+  if (CreateGrid(dem.D8, {.like = &dem.aspect}) != kSuccess) return fail(kTag, "CreateGrid failed for D8");
+  const int filled =
+      access == D8Access::rows ? fillByRows(dem.aspect, dem.D8) : fillByCells(dem.aspect, dem.D8);
+  if (filled == kSuccess) {
+    dem.D8.status = kSuccess;
+    return attempt.succeed();
   }
-  D8.status = kSuccess;
-  return attempt.succeed();
+  DestroyGrid(dem.D8);
+  return dem.D8.status = kFailure;
 }
 
-int DEM_type::GetD8() {
-  Attempt attempt{status};
-  if (!D8.GridExists() && CalcD8() != kSuccess)
-    return reportError({.routine = "GetD8 in DEM_Module", .message1 = "CalcD8 failed"});
+int getD8(DEM_type& dem) {
+  Attempt attempt{dem.status};
+  if (!dem.D8.GridExists() && calcD8(dem, D8Access::rows) != kSuccess)
+    return fail("GetD8 in DEM_Module", "CalcD8 failed");
   return attempt.succeed();
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 // The elevation model and everything derived from it. A DEM knows where its rasters are and how they
-// are named, and holds each derived grid from its first use on:
+// are named, and holds each derived grid from its first use on. Names of rasters:
 //
 //   <directory><prefix>[<length tag>]<identifier>        d:\data\grad_15_site
 //
 // The header of the object is the DEM's own; the derived grids share its extent. Every operation that
-// can fail leaves its result, 0 or -1, in `status`, and the loading of a grid leaves it in the grid too.
+// can fail stores its result, 0 or -1, in `status`; one that loads a grid stores it in the grid too.
 
 #include <optional>
 #include <string>
@@ -16,7 +16,7 @@
 
 namespace terrain {
 
-/// State of the module: the switch for lines that tell of steps taken or left out.
+/// State of the module: the switch for diagnostic lines about steps that are done or left out.
 struct DemDiagnostics {
   bool on = false;
 };
@@ -32,14 +32,14 @@ struct GetElevOptions {
   bool overwrite = false;                  ///< read anew over an existing grid
 };
 
-/// Files that `GetGEP` loads its inputs from; absent: as the getters find them.
+/// The files of the inputs of `GetGEP`; absent: those that the getters find.
 struct GEPFiles {
   std::optional<std::string_view> slope{};
   std::optional<std::string_view> pin{};
   std::optional<std::string_view> bcon{};
 };
 
-/// How `CalcD8` walks its grids; the results are the same.
+/// How `CalcD8` accesses its grids; the results are the same.
 enum class D8Access { rows, cells };
 
 class DEM_type : public Grid_Header {
@@ -63,7 +63,7 @@ class DEM_type : public Grid_Header {
 
   std::optional<Grid_Header> feetHeader{};  ///< the header before its lengths were converted from feet
 
-  // ---- header and names (dem/names.cpp) ----
+  // ---- header and names (dem/naming.cpp) ----
   [[nodiscard]] bool DEMexists() const { return cols() > 0 && rows() > 0; }
   /// Converts the header's lengths, cell sizes included, and sets `feetConverted`; `MetersToFeet` of the
   /// header is the inverse but for the flag.
@@ -75,8 +75,8 @@ class DEM_type : public Grid_Header {
   void ClearNames();
   /// Everything as in a new object, grids included, but for the length scale.
   void startAfresh();
-  /// Settles every name from those that are set, then reads the header of `file`. "DEM FILE
-  /// unresolved" where no file can be formed, "readheader failed for DEM" where its header is no good.
+  /// Completes all names from those that are set, then reads the header of `file`. "DEM FILE
+  /// unresolved" where no file can be formed, "readheader failed for DEM" where its header is not usable.
   int ResolveDEM(const ResolveDEMOptions& options = {});
   /// Reads the header of `file`, or of `path` + "elev_" + `demID` where `file` is blank.
   int ReadDEMHeader();
@@ -87,9 +87,9 @@ class DEM_type : public Grid_Header {
   /// with a report, where there is no such raster.
   [[nodiscard]] std::string resolveName(std::string_view prefix) const;
 
-  // ---- getters (dem/getters.cpp) ----
+  // ---- getters (dem/grids.cpp, elevations.cpp, matching_grids.cpp, gep.cpp) ----
   // Each leaves an existing grid alone. Otherwise it reads the named raster, or the one whose name was
-  // given before, or the one that the naming rules lead to, clipped to the DEM's extent.
+  // given before, or the one that the naming rules give, clipped to the DEM's extent.
   int GetGrad(std::optional<std::string_view> name = std::nullopt);
   int GetPlan(std::optional<std::string_view> name = std::nullopt);
   int GetProf(std::optional<std::string_view> name = std::nullopt);
@@ -101,7 +101,7 @@ class DEM_type : public Grid_Header {
   int GetElev(const GetElevOptions& options = {});
   /// Destroys the present pin grid and reads another, which must match the DEM.
   int GetPin(std::optional<std::string_view> name = std::nullopt);
-  /// Gradient and plan curvature from a raster that must match the DEM, or, without a name, worked out
+  /// Gradient and plan curvature from a raster that must match the DEM, or, without a name, computed
   /// from the elevations at the length scale. A blank name gives an empty grid, a failure one of
   /// status -1 without cells.
   [[nodiscard]] R4Grid_type GetSlope(std::optional<std::string_view> name = std::nullopt);
@@ -109,8 +109,8 @@ class DEM_type : public Grid_Header {
   /// GEP: pin * gradient / contour length, cell by cell in float32; nodata where any of the three has
   /// none or the contour length is 0. The three grids are destroyed at the end.
   int GetGEP(R4Grid_type& gep, const GEPFiles& files = {});
-  /// Destroys one member grid: "elev", "grad", "plan", "aspect", "bcon", "D8", or, all three the same,
-  /// "DA", "area", "accum". -1, with a report, for any other name.
+  /// Destroys one member grid, if it exists, by the member's name; "area" and "accum" are synonyms of "DA".
+  /// -1, with a report, for any other name.
   int DestroyGrid(std::string_view name);
 
   // ---- flow directions (dem/d8.cpp) ----
@@ -120,9 +120,9 @@ class DEM_type : public Grid_Header {
   int GetD8();
 
   // ---- contour length (dem/contour_length.cpp) ----
-  /// Fills `bcon` from `aspectGrid`, or, without one, from aspects worked out at the radius `length`
-  /// (which has no other use). The elevations must be there. See dem/contour_length.h.
-  int calcBcon(float length, R4Grid_type* aspectGrid = nullptr);
+  /// Fills `bcon` from `aspectGrid`, or, without one, from aspects computed at the radius `length`
+  /// (which has no other use). The elevations must exist. See dem/contour_length.h.
+  int calcBcon(float length, const R4Grid_type* aspectGrid = nullptr);
 };
 
 /// Fills a DEM from a parameter file (dem/parameter_file.cpp) and reads its header. A file that cannot

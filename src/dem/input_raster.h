@@ -8,7 +8,7 @@
 
 namespace terrain {
 
-/// What is said when a raster and the DEM differ, under which tag.
+/// Routine and message of the report that a raster and the DEM differ.
 struct MatchTexts {
   std::string_view routine{};
   std::string_view message{};

@@ -1,5 +1,5 @@
 #pragma once
-// The pieces of a DEM's file names, shared by what settles, reads and looks for them.
+// The names of a DEM's files: how a few given names become all of them, and how a derived raster is named.
 
 #include <span>
 #include <string>
@@ -14,19 +14,22 @@ inline constexpr std::string_view kElevPrefix = "elev_";
 /// The trimmed path with a separator at its end; a blank path stays blank.
 [[nodiscard]] std::string withSeparator(std::string_view path);
 
-/// The identifier in a raster's name: what stands behind the last underscore of the part behind the
-/// last separator, or all of that part where it has no underscore or ends in one.
+/// The identifier in a raster's name: what follows the last underscore of the file name without its
+/// directory, or all of that name where it has no underscore or ends in one.
 [[nodiscard]] std::string identifierOf(std::string_view file);
 
-/// The length tag with the fraction cut off, which is how a run names the rasters that it saves.
+/// The length rounded to an integer, and "_"; "_" alone where it is not above 0, blank where the integer does
+/// not fit 32 bits.
+[[nodiscard]] std::string roundedLengthName(double length);
+/// The same with the fraction cut off, which is how a run names the rasters that it saves.
 [[nodiscard]] std::string truncatedLengthName(double length);
 
-/// The name that the first of the prefixes with a raster leads to. Where there is none, a report with
-/// the name of the first, and a blank.
+/// The name of the derived raster with the first of the prefixes for which there is one. Where there is none,
+/// a report with the name of the first, and a blank.
 [[nodiscard]] std::string findDerived(const DEM_type& dem, std::span<const std::string> prefixes);
 
 /// Reads the header of `name` into the DEM and sets its nodata to -9999.0, the value in all its grids.
 /// -1, reported, where it cannot be read or cannot carry a raster.
-int takeHeader(DEM_type& dem, std::string_view name, std::string_view routine);
+int readUsableHeader(DEM_type& dem, std::string_view name, std::string_view routine);
 
 }  // namespace terrain

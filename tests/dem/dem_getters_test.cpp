@@ -64,11 +64,13 @@ TEST_P(DemGetters, EachFindsItsOwnRaster) {
     EXPECT_EQ((dem.*get)(std::nullopt), 0);
     EXPECT_EQ(grid->ExtractR4ValueColRow(3, 2), static_cast<float>(value++));
   }
-  for (const char* name : {"elev", "plan", "aspect", "bcon", "DA", "area", "accum ", "D8"})
+  dem.pin = gridOf<R4Grid_type>("1");
+  for (const char* name : {"elev", "plan", "prof", "aspect", "bcon", "pin", "area", "accum ", "D8"})
     EXPECT_EQ(dem.DestroyGrid(name), 0);
-  EXPECT_FALSE(dem.DA.GridExists());
-  EXPECT_EQ(dem.DestroyGrid("prof"), -1);
-  EXPECT_TRUE(said("Unknown DEM grid type: prof"));
+  for (const auto* grid : {&dem.plan, &dem.prof, &dem.bcon, &dem.DA, &dem.aspect, &dem.pin})
+    EXPECT_FALSE(grid->GridExists());
+  EXPECT_EQ(dem.DestroyGrid("slope"), -1);
+  EXPECT_TRUE(said("Unknown DEM grid type: slope"));
 }
 
 TEST_P(DemGetters, FindWhatARunSaved) {
@@ -89,7 +91,7 @@ TEST_P(DemGetters, FindWhatARunSaved) {
   EXPECT_EQ(other.aspectFile, at("ang_site"));
 }
 
-TEST_P(DemGetters, TellWhatIsMissing) {
+TEST_P(DemGetters, ReportWhatIsMissing) {
   DEM_type dem = site();
   EXPECT_EQ(dem.GetGrad(), -1);
   EXPECT_TRUE(said("FILE: " + at("grad_15_site")));
@@ -113,20 +115,16 @@ TEST_P(DemGetters, ElevationsHaveOneNodata) {
     EXPECT_EQ(cellsOf(dem.elev), (std::vector<float>{10, -9999, 30, 40, -9999, 60}));
     EXPECT_EQ(dem.elev.nodata, kNodata);
     EXPECT_EQ(dem.elev.onDisk, GetParam() == Storage::disk);
+    // They are kept unless they are to be overwritten.
+    writeRaster(at("other"), "1 1 1\n1 1 1");
+    EXPECT_EQ(dem.GetElev({.file = at("other")}), 0);
+    EXPECT_EQ(dem.elev.ExtractR4ValueColRow(1, 1), 10.0F);
+    EXPECT_EQ(dem.GetElev({.file = at("other.flt"), .overwrite = true}), 0);
+    EXPECT_EQ(dem.elev.ExtractR4ValueColRow(1, 1), 1.0F);
   }
 }
 
-TEST_P(DemGetters, ElevationsAreKeptUnlessOverwritten) {
-  DEM_type dem = site();
-  writeRaster(at("other"), "1 1 1\n1 1 1");
-  ASSERT_EQ(dem.GetElev(), 0);
-  EXPECT_EQ(dem.GetElev({.file = at("other")}), 0);
-  EXPECT_EQ(dem.elev.ExtractR4ValueColRow(1, 1), 10.0F);
-  EXPECT_EQ(dem.GetElev({.file = at("other.flt"), .overwrite = true}), 0);
-  EXPECT_EQ(dem.elev.ExtractR4ValueColRow(1, 1), 1.0F);
-}
-
-TEST_P(DemGetters, ElevationsAreShiftedAndHeldAgainstTheDEM) {
+TEST_P(DemGetters, ElevationsAreShiftedAndComparedWithTheDEM) {
   DEM_type dem = site();
   EXPECT_EQ(dem.GetElev({.halfCellShift = true}), -1);  // the DEM lies half a cell away
   EXPECT_FALSE(dem.elev.GridExists());
@@ -153,25 +151,24 @@ TEST_P(DemGetters, InputRastersAreCheckedAgainstTheDEM) {
   const DEM_type dem = site();
   R4Grid_type grid;
   constexpr MatchTexts texts{.routine = "here", .message = "differs"};
-  const ReadGridArgs args{.onDisk = GetParam() == Storage::disk};
   writeRaster(at("input"), "1 -7 nan\n4 5 -9999", {.nodata = "-7"});
-  ASSERT_EQ(readRaster(grid, at("input.flt"), args), 0);
+  ASSERT_EQ(readRaster(grid, at("input.flt")), 0);
   EXPECT_EQ(showCells(grid), "1 . .\n4 5 .");
   EXPECT_TRUE(matchesDEM(dem, grid, at("input"), texts));
   EXPECT_FALSE(said("differs"));
   for (const RasterPlan& plan :
        {RasterPlan{.xmin = 1010}, RasterPlan{.ymin = 2000.5}, RasterPlan{.cellsize = 10.1}}) {
     writeRaster(at("input"), "1 2 3\n4 5 6", plan);
-    ASSERT_EQ(readRaster(grid, at("input"), args), 0);
+    ASSERT_EQ(readRaster(grid, at("input")), 0);
     EXPECT_FALSE(matchesDEM(dem, grid, at("input"), texts));
   }
   writeRaster(at("input"), "1 2\n4 5\n6 7");
-  ASSERT_EQ(readRaster(grid, at("input"), args), 0);
+  ASSERT_EQ(readRaster(grid, at("input")), 0);
   EXPECT_FALSE(matchesDEM(dem, grid, at("input"), texts));
   EXPECT_TRUE(said("ERROR: here\n FILE: " + at("input") + "\n differs\n   Raster " + at("input") +
                    ": 2 columns, 3 rows"));
   writeText(at("input.flt"), "short");
-  EXPECT_EQ(readRaster(grid, at("input"), args), -1);
+  EXPECT_EQ(readRaster(grid, at("input")), -1);
   EXPECT_FALSE(grid.GridExists());
 }
 
@@ -218,7 +215,7 @@ TEST_P(DemGetters, GEPIsPinTimesGradientOverContourLength) {
   EXPECT_TRUE(said("Cannot find Bcon file"));
 }
 
-TEST_P(DemGetters, SlopeAndPlanCurvatureAreReadOrWorkedOut) {
+TEST_P(DemGetters, SlopeAndPlanCurvatureAreReadOrComputed) {
   writeRaster(at("elev_site"), "10 20 31\n40 . 62\n71 85 97\n99 98 99");
   DEM_type dem = site();
   R4Grid_type slope = dem.GetSlope();

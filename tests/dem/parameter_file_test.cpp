@@ -45,7 +45,7 @@ TEST_F(ParameterFile, NamesTheDEMAndReadsItsHeader) {
     EXPECT_TRUE(said(line)) << line;
 }
 
-TEST_F(ParameterFile, FormsTheFileFromWhatThereIs) {
+TEST_F(ParameterFile, FormsTheFileFromTheGivenNames) {
   DEM_type dem;
   const std::string bare = dir_.path().substr(0, dir_.path().size() - 1);
   EXPECT_EQ(read(dem, "PATH: \"" + bare + "\"\nDEM ID: 'site'\n"), 0);
@@ -58,17 +58,16 @@ TEST_F(ParameterFile, FormsTheFileFromWhatThereIs) {
   EXPECT_EQ(read(dem, "PATH: " + bare + "\nDEM ID: the site\n"), 0);
   EXPECT_EQ(dem.cols(), 2);
 
-  EXPECT_EQ(read(dem, "DEM ID: site\n"), -1);
-  EXPECT_TRUE(said("Path not specified"));
-  EXPECT_EQ(read(dem, "PATH: " + bare + "\n"), -1);
-  EXPECT_TRUE(said("DEM ID not specified"));
-  EXPECT_EQ(read(dem, "PATH: " + bare + "\nDEM ID: nosuch\n"), -1);
-  EXPECT_TRUE(said("readheader failed"));
-  EXPECT_EQ(read(dem, "PATH:\nDEM ID: site\n"), -1);
-  EXPECT_TRUE(said("Error reading PATH in " + at("parameters.txt")));
-  EXPECT_EQ(read(dem, "REFERENCE DEM: # nothing\n"), -1);
-  EXPECT_TRUE(said("Error reading reference DEM in "));
-  EXPECT_EQ(dem.status, -1);
+  for (const auto& [text, message] :
+       {std::pair<std::string, std::string>{"DEM ID: site\n", "Path not specified"},
+        {"PATH: " + bare + "\n", "DEM ID not specified"},
+        {"PATH: " + bare + "\nDEM ID: nosuch\n", "readheader failed"},
+        {"PATH:\nDEM ID: site\n", "Error reading PATH in " + at("parameters.txt")},
+        {"REFERENCE DEM: # nothing\n", "Error reading reference DEM in "}}) {
+    EXPECT_EQ(read(dem, text), -1);
+    EXPECT_EQ(dem.status, -1);
+    EXPECT_TRUE(said(message)) << message;
+  }
 }
 
 TEST_F(ParameterFile, FeetBecomeMetres) {

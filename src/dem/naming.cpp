@@ -1,11 +1,10 @@
-// Header and names of a DEM: how a few given names become all of them, and how a derived raster is named.
-
 #include <array>
 #include <cmath>
 #include <limits>
 #include <utility>
 
 #include "dem/naming.h"
+#include "dem/operations.h"
 #include "foundation/file_names.h"
 #include "foundation/free_format.h"
 #include "foundation/platform.h"
@@ -46,7 +45,7 @@ std::string derivedName(const DEM_type& dem, std::string_view prefix) {
 }
 
 /// The DEM's file from its directory and identifier, else from the reference. False where neither does.
-bool settleFile(DEM_type& dem) {
+bool resolveFile(DEM_type& dem) {
   if (isBlank(dem.file) && !isBlank(dem.path) && !isBlank(dem.demID))
     dem.file = derivedName(dem.path, kElevPrefix, {}, dem.demID);
   if (isBlank(dem.file)) {
@@ -57,7 +56,7 @@ bool settleFile(DEM_type& dem) {
   return !isBlank(dem.file);
 }
 
-void settleRest(DEM_type& dem) {
+void completeNames(DEM_type& dem) {
   const bool noReference = isBlank(dem.refFile);
   fillBlank(dem.path, directoryOf(dem.file));
   fillBlank(dem.demID, identifierOf(dem.file));
@@ -69,11 +68,6 @@ void settleRest(DEM_type& dem) {
 }
 
 }  // namespace
-
-DemDiagnostics& demDiagnostics() {
-  static DemDiagnostics diagnostics;
-  return diagnostics;
-}
 
 // ---- pieces of names ----
 
@@ -90,6 +84,7 @@ std::string identifierOf(std::string_view file) {
   return at == std::string::npos || at + 1 == name.size() ? name : name.substr(at + 1);
 }
 
+std::string roundedLengthName(double length) { return tagOf(length, std::round(length)); }
 std::string truncatedLengthName(double length) { return tagOf(length, std::trunc(length)); }
 
 std::string findDerived(const DEM_type& dem, std::span<const std::string> prefixes) {
@@ -105,57 +100,36 @@ std::string findDerived(const DEM_type& dem, std::span<const std::string> prefix
   return {};
 }
 
-int takeHeader(DEM_type& dem, std::string_view name, std::string_view routine) {
+int readUsableHeader(DEM_type& dem, std::string_view name, std::string_view routine) {
   if (dem.ReadHeader(name) != kSuccess || !usableHeader(dem, name, routine)) return dem.status = kFailure;
   dem.unifyCellSize();
-  // What a file holds as nodata matters where the file is read; no grid of the system holds it.
+  // The nodata value of the file is replaced when its cells are read; no grid of the system holds it.
   dem.nodata = kNodata;
   return kSuccess;
 }
 
 // ---- the DEM ----
 
-void DEM_type::FeetToMeters() { terrain::FeetToMeters(*this); }
-
-void DEM_type::ClearNames() {
-  for (std::string* name : {&file, &path, &refPath, &refFile, &demID}) name->clear();
-}
-
-void DEM_type::startAfresh() {
-  const double length = len_scale;
-  *this = DEM_type{};
-  len_scale = length;
-}
-
-std::string DEM_type::lengthName() const { return tagOf(len_scale, std::round(len_scale)); }
-
-std::string DEM_type::resolveName(std::string_view prefix) const {
-  const std::array prefixes{std::string(prefix)};
-  return findDerived(*this, prefixes);
-}
-
-int DEM_type::ResolveDEM(const ResolveDEMOptions& options) {
-  Attempt attempt{status};
-  path = withSeparator(path);
-  refPath = withSeparator(refPath);
-  if (!settleFile(*this)) return reportError({.routine = kResolveTag, .message1 = "DEM FILE unresolved"});
-  settleRest(*this);
-  if (takeHeader(*this, file, kResolveTag) != kSuccess)
-    return reportError({.routine = kResolveTag, .file = file, .message1 = "readheader failed for DEM"});
-  if (options.halfCellShift && Offset({.halfCell = true}) != kSuccess) return kFailure;
+int resolveDEM(DEM_type& dem, const ResolveDEMOptions& options) {
+  Attempt attempt{dem.status};
+  dem.path = withSeparator(dem.path);
+  dem.refPath = withSeparator(dem.refPath);
+  if (!resolveFile(dem)) return fail(kResolveTag, "DEM FILE unresolved");
+  completeNames(dem);
+  if (readUsableHeader(dem, dem.file, kResolveTag) != kSuccess)
+    return reportError({.routine = kResolveTag, .file = dem.file, .message1 = "readheader failed for DEM"});
+  if (options.halfCellShift && dem.Offset({.halfCell = true}) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 
-int DEM_type::ReadDEMHeader() {
-  Attempt attempt{status};
-  if (isBlank(file)) {
-    if (isBlank(path) || isBlank(demID))
-      return reportError({.routine = kHeaderTag, .message1 = "Path and/or DEM ID not set"});
-    file = derivedName(withSeparator(path), kElevPrefix, {}, demID);
+int readDEMHeader(DEM_type& dem) {
+  Attempt attempt{dem.status};
+  if (isBlank(dem.file)) {
+    if (isBlank(dem.path) || isBlank(dem.demID)) return fail(kHeaderTag, "Path and/or DEM ID not set");
+    dem.file = derivedName(withSeparator(dem.path), kElevPrefix, {}, dem.demID);
   }
-  if (!platform::fileExists(file + ".hdr"))
-    return reportError({.routine = kHeaderTag, .message1 = file + ".hdr not found"});
-  return takeHeader(*this, file, kHeaderTag) == kSuccess ? attempt.succeed() : kFailure;
+  if (!platform::fileExists(dem.file + ".hdr")) return fail(kHeaderTag, dem.file + ".hdr not found");
+  return attempt.end(readUsableHeader(dem, dem.file, kHeaderTag));
 }
 
 }  // namespace terrain

@@ -1,0 +1,34 @@
+#pragma once
+// The operations behind the members of `DEM_type`, each in the source file of its subject. Contracts are
+// those of the members.
+
+#include <optional>
+#include <string_view>
+
+#include "dem/dem.h"
+
+namespace terrain {
+
+// dem/naming.cpp
+int resolveDEM(DEM_type& dem, const ResolveDEMOptions& options);
+int readDEMHeader(DEM_type& dem);
+
+// dem/elevations.cpp
+int getElevations(DEM_type& dem, const GetElevOptions& options);
+
+// dem/matching_grids.cpp
+int getPin(DEM_type& dem, std::optional<std::string_view> name);
+[[nodiscard]] R4Grid_type getSlope(DEM_type& dem, std::optional<std::string_view> name);
+[[nodiscard]] R4Grid_type getPlanCurvature(DEM_type& dem, std::optional<std::string_view> name);
+
+// dem/gep.cpp
+int getGEP(DEM_type& dem, R4Grid_type& gep, const GEPFiles& files);
+
+// dem/d8.cpp
+int calcD8(DEM_type& dem, D8Access access);
+int getD8(DEM_type& dem);
+
+// dem/contour_length.cpp
+int fillContourLength(DEM_type& dem, float length, const R4Grid_type* aspectGrid);
+
+}  // namespace terrain
