@@ -1,7 +1,7 @@
 // Records per second of the shapefile readers and writers: a million points with five columns, and
-// 100,000 polygons of 20 vertices with two. The files stand in a directory of the temporary ones and
+// 100,000 polygons of 20 vertices with two. The files are in the directory of temporary files and
 // stay there, so that other tools can be timed on the same: shapefile_bench/points, /polygons. A plain
-// write of as many bytes stands beside as the yardstick.
+// write of as many bytes is measured for comparison.
 
 #include <benchmark/benchmark.h>
 
@@ -156,7 +156,7 @@ void CopyPolygons(benchmark::State& state) {
 }
 BENCHMARK(CopyPolygons)->Unit(benchmark::kMillisecond);
 
-/// The yardstick: the bytes of the points' files from memory to a file and back.
+/// For comparison: the bytes of the points' files from memory to a file and back.
 void PlainBytes(benchmark::State& state) {
   points();
   const uint64_t size = bytesOf(stem("points"));

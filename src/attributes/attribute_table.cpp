@@ -69,7 +69,7 @@ bool isOneOf(const Names& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// Sets the member that one argument names; -1 for a number that does not read.
+/// Sets the member that one argument names; -1 for a number that cannot be read.
 int applyArgument(AttributeType& attribute, std::string_view argument) {
   const SplitArgument parts = splitArgument(argument);
   const std::string_view name = stripped(parts.name);
@@ -93,7 +93,7 @@ int applyArgument(AttributeType& attribute, std::string_view argument) {
   return kSuccess;
 }
 
-/// The arguments of a "TERM" line. A number before the first field has none to go to and is a fault.
+/// The arguments of a "TERM" line. A number before the first field belongs to none and is a fault.
 int addTerm(EquationType& equation, const std::vector<std::string>& arguments) {
   EquationTermType& term = equation.term.emplace_back();
   for (const std::string& argument : arguments) {

@@ -33,7 +33,7 @@ struct EquationType {
 
 struct AttributeType {
   FixedText<256> name{};
-  FixedText<256> outName{};              ///< column name on output, 10 characters where it goes to a DBF file
+  FixedText<256> outName{};              ///< column name on output, 10 characters in a DBF file
   std::vector<std::string> arguments{};  ///< as the file gave them: name = value, or a lone word
   int32_t length = 12;                   ///< output length in characters
   int32_t decimals = 5;
@@ -42,8 +42,8 @@ struct AttributeType {
   bool calcFlag = false;         ///< the attribute is calculated
   bool nodeFlag = false;         ///< held for each node, not only for each reach
   bool outFlag = false;          ///< written at all
-  bool shpFlag = false;          ///< goes to the node output
-  bool csvFlag = false;          ///< goes to the reach output
+  bool shpFlag = false;          ///< written to the node output
+  bool csvFlag = false;          ///< written to the reach output
   bool positiveOnly = false;
   bool noNegatives = false;
   EquationType equation{};
@@ -53,7 +53,8 @@ struct AttributeType {
 [[nodiscard]] bool wantsEquation(const AttributeType& attribute);
 
 /// Sets the members that the attribute's own arguments name. A number that does not read is reported
-/// and ends the filling with -1. `wantsNodes` becomes true where the attribute goes to the node output.
+/// and gives -1; the rest is not filled. `wantsNodes` becomes true if the attribute is written to the node
+/// output.
 int fillFromArguments(AttributeType& attribute, bool& wantsNodes);
 
 /// Reads the lines of an equation block up to "END EQUATION", which is passed over. Faults are reported.

@@ -66,7 +66,7 @@ class DbfImage {
   std::string codePage_{};
 };
 
-/// Writes path + ".dbf", and ".cpg" as `DbfImage` says: the records of
+/// Writes path + ".dbf", and ".cpg", see `DbfImage`: the records of
 /// `options.recIndex`, in that order, or all those whose flag is set, or all. See
 /// `DataTableType::writeDBFfile`.
 int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options = {});

@@ -44,9 +44,9 @@ std::size_t DelimitedLine::find(char c, std::size_t from) const {
   return std::min(line_.find(c, from), line_.size());
 }
 
-/// The quote behind `opening` that is not doubled, or the line's length. The search runs to the end of
-/// the line in vain at most once a line: every later run of quotes is then even, so a cell that begins
-/// with one closes within it.
+/// The quote after `opening` that is not doubled, or the line's length. A search without result, to the
+/// end of the line, happens at most once a line: every later run of quotes is then even, so a cell that
+/// begins with one closes within it.
 std::size_t DelimitedLine::closingQuote(std::size_t opening) const {
   std::size_t at = find(kQuote, opening + 1);
   while (at + 1 < line_.size() && line_[at + 1] == kQuote) at = find(kQuote, at + 2);
@@ -78,7 +78,7 @@ bool DelimitedLine::next(std::string_view& cell) {
   while (at_ < line_.size() && isSpace(line_[at_])) ++at_;
   if (at_ == line_.size()) {
     done_ = true;
-    return behindDelimiter_;
+    return afterDelimiter_;
   }
   std::size_t end = 0;
   bool quoted = false;
@@ -93,7 +93,7 @@ bool DelimitedLine::next(std::string_view& cell) {
   }
   if (!quoted) cell = trimmedField(std::string_view(line_).substr(at_, end - at_));
   done_ = end == line_.size();
-  behindDelimiter_ = true;
+  afterDelimiter_ = true;
   at_ = end + 1;
   return true;
 }

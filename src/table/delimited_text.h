@@ -4,10 +4,10 @@
 //
 // A line is cells with "," between them; a "," at its end adds a blank cell. Blanks, tabs and NUL
 // characters around a cell are no part of it. A cell that begins and ends with a double quote is
-// quoted: it may hold delimiters, a quote in it stands doubled, and its text is what stands between
-// the quotes. In a cell that has further text before or behind its quotes the quotes stay; such a
-// pair still keeps its delimiters from separating. A quote without a closing one on its line is an
-// ordinary character: a record never goes beyond its line. There are no keywords, and a comment mark
+// quoted: it may hold delimiters, a quote in it is doubled, and its text is the one between the
+// quotes. In a cell with further text before or after its quotes the quotes are part of the text, and
+// delimiters between them still do not separate. A quote without a closing one on its line is an
+// ordinary character: a record never extends beyond its line. There are no keywords, and a comment mark
 // counts at a line's start only.
 
 #include <cstddef>
@@ -24,8 +24,8 @@ class DelimitedLine {
  public:
   /// The line is changed where a cell has doubled quotes.
   explicit DelimitedLine(std::string& line) : line_(line) {}
-  /// The text of the next cell, good until the line changes. False, with a blank text, behind the last
-  /// cell. A blank line has none.
+  /// The text of the next cell, valid until the line changes. False, with a blank text, after the
+  /// last cell. A blank line has none.
   bool next(std::string_view& cell);
 
  private:
@@ -36,7 +36,7 @@ class DelimitedLine {
 
   std::string& line_;
   std::size_t at_ = 0;
-  bool behindDelimiter_ = false;
+  bool afterDelimiter_ = false;
   bool done_ = false;
 };
 
@@ -60,7 +60,7 @@ void appendCell(std::string& line, std::string_view text, bool firstCell);
 /// value needs them, or text if one is no 64-bit integer ("1E-05").
 class ColumnSurvey {
  public:
-  /// Blank cells count for nothing.
+  /// Blank cells are ignored.
   void note(std::string_view cell);
   [[nodiscard]] ColumnFormat format() const;
   /// Characters of all values together, each cut at the length that a column holds.

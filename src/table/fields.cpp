@@ -25,11 +25,11 @@ class NamesInUse {
         numbers_[std::string(field.outName.trimmed())].insert(n);
     }
   }
-  /// The first field behind `behind` with the output name of field `number`; 0 if there is none.
-  [[nodiscard]] int32_t nextWithNameOf(int32_t number, int32_t behind) const {
+  /// The first field after `after` with the output name of field `number`; 0 if there is none.
+  [[nodiscard]] int32_t nextWithNameOf(int32_t number, int32_t after) const {
     const auto same = numbers_.find(std::string(table_.fieldAt(number)->outName.trimmed()));
     if (same == numbers_.end() || !same->second.contains(number)) return 0;  // not a written field
-    const auto next = same->second.upper_bound(behind);
+    const auto next = same->second.upper_bound(after);
     return next == same->second.end() ? 0 : *next;
   }
   void rename(int32_t number, const std::string& name) {
@@ -132,8 +132,8 @@ void DataTableType::AbbreviateFieldNames() {
   attempt.succeed();
 }
 
-// Every pair i < j is looked at in order, as the names stand then; going from one equal name to the
-// next by the map spares the pairs that differ.
+// Every pair i < j is compared in order, with the names of that moment; the map leads from one equal name to
+// the next, without the pairs that differ.
 int DataTableType::duplicateCheck() {
   Attempt attempt{status};
   NamesInUse names(*this);

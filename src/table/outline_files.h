@@ -1,5 +1,5 @@
 #pragma once
-// What the files of lines and of polygons have in common: the walk over the records when reading, the choice
+// What the files of lines and of polygons have in common: the loop over the records when reading, the choice
 // and the order of the records when writing, and the writing of the files.
 
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace terrain {
 int readOutlines(ShapefileReader& file, int64_t records, std::string_view vertexArrays,
                  const std::function<std::string_view(std::size_t place, ShapeParts& parts)>& store);
 
-/// How much of a record goes to the file.
+/// How much of a record is written.
 struct RecordSize {
   uint64_t parts = 0;
   uint64_t vertices = 0;  ///< 0: there is nothing to write

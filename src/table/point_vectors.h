@@ -22,7 +22,7 @@ struct PointWriteOptions {
   std::optional<CalendarDate> date{};      ///< of writing, in the table's header; absent: today
 };
 
-/// Where the points of a table lie.
+/// The extent of the points of a table.
 struct PointGridInfo {
   char units = 'm';
   double xmin = 0, xmax = 0, ymin = 0, ymax = 0;

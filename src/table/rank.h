@@ -10,7 +10,7 @@
 
 namespace terrain {
 
-/// A test of one field's value against a constant. `type` says which of the constants is meant; the
+/// A test of one field's value against a constant. `type` selects the constant; the
 /// field is read as that type, by the conversion rules of the single values.
 struct RankFilter {
   std::string_view fieldName{};
@@ -24,8 +24,8 @@ struct RankFilter {
 };
 
 /// `ranks` gets one place a record: the rank of its value, from 1 for the smallest, among the records
-/// that pass all filters. Equal values are ranked in the order of their records; text goes by its
-/// blank-padded order. Records that fail a filter or have no value (nodata, NaN, blank text) get
+/// that pass all filters. Equal values are ranked in the order of their records; text is compared
+/// padded with blanks. Records that fail a filter or have no value (nodata, NaN, blank text) get
 /// -9999. Fields are found by `FieldNumber`. -1 after a report for a field that is not there, an
 /// unknown type or test, a value that cannot be read as its filter's type, or too little memory; no
 /// rank is given then. n log n.

@@ -103,13 +103,13 @@ int ShapefileReader::checkRecords(int64_t tableRecords) {
   const auto records = std::span<const std::byte>(bytes_).subspan(
       kShapeHeaderBytes, static_cast<std::size_t>(declaredBytes_ - kShapeHeaderBytes));
   in_ = ByteReader(records);
-  ByteReader walk(records);
+  ByteReader headers(records);
   int64_t count = 0;
-  while (walk.remaining() > 0) {
-    const auto number = walk.big<int32_t>();
-    const auto words = walk.big<int32_t>();
+  while (headers.remaining() > 0) {
+    const auto number = headers.big<int32_t>();
+    const auto words = headers.big<int32_t>();
     ++count;
-    if (!walk.ok()) return fault("The file ends within the record's header", count);
+    if (!headers.ok()) return fault("The file ends within the record's header", count);
     if (number != count)
       return reportError(
           {.routine = routine_,
@@ -119,7 +119,7 @@ int ShapefileReader::checkRecords(int64_t tableRecords) {
            .message2 = "Record number mismatch: thisRecNum = " + rightJustified(freeText(number), 8) +
                        ", recNum = " + rightJustified(freeText(count), 8)});
     if (words < 2) return fault("The content length is " + counted(words, "words"), count);
-    if (!walk.skip(2 * static_cast<std::uint64_t>(words)))
+    if (!headers.skip(2 * static_cast<std::uint64_t>(words)))
       return fault("The content length, " + counted(words, "words") + ", reaches beyond the end of the file",
                    count);
   }

@@ -39,7 +39,7 @@ IoCode readNumbers(const NamedFile& from, uint64_t offset, std::size_t count, Nu
   return code;
 }
 
-/// What an index says of the files.
+/// What an index contains about the files.
 struct IndexFacts {
   int64_t records = 0;
   bool whole = false;   ///< its length is the one that its header gives

@@ -52,7 +52,7 @@ struct ValueRules<double> {
   static constexpr RuleRow write{Rule::rounded, Rule::rounded, Rule::plain, Rule::plain, Rule::refuse};
 };
 
-/// True if the value, which has no fraction, lies in the integer's range; false for NaN.
+/// True if the value, which has no fraction, is in the integer's range; false for NaN.
 template <class Integer, class Real>
 bool inRange(Real value) {
   constexpr Real low = static_cast<Real>(std::numeric_limits<Integer>::min());  // -2^31 or -2^63, exact

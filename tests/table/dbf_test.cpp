@@ -150,7 +150,7 @@ TEST_F(Dbf, DamagedFilesAreRefusedOrGiveAWholeTable) {
   EXPECT_TRUE(seen.has("dbf record length 19 is below its fields"));
   EXPECT_EQ(damage(10, {0, 0}), -1);
   EXPECT_TRUE(seen.has("WARNING InitDBFfileFromDisk: input file has zero record length"));
-  EXPECT_EQ(damage(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length says";
+  EXPECT_EQ(damage(32, {0x0D}), 0) << "descriptors end at the mark, whatever the header length is";
   // Every byte of the header set to each of some values: never more than an error.
   for (std::size_t at = 0; at < 33 + 96; ++at)
     for (const int value : {0, 1, 13, 26, 127, 128, 255}) damage(at, {value});
@@ -183,7 +183,7 @@ TEST_F(Dbf, RealsAreWrittenInTheirFields) {
   EXPECT_EQ(cell(1234567.125, "R8", 6, 3), "failed") << "a whole part never is";
   EXPECT_TRUE(seen.has("Record 1: value does not fit field V: 1234567.12500000"));
   EXPECT_EQ(cell(123456, "I4", 5, 0), "failed");
-  // 15 decimals and 10 digits do not fit 25 characters with the point: a decimal goes, not the value.
+  // 15 decimals and 10 digits do not fit 25 characters with the point: a decimal is dropped, not the value.
   EXPECT_EQ(cell(1234567890.25, "R8", 30, 15), "1234567890.25000000000000     ");
   EXPECT_EQ(cell(1e24, "R8", 30, 3), "999999999999999983222784.     ");
   EXPECT_EQ(cell(1e28, "R8", 30, 3), "-9999.000                     ");

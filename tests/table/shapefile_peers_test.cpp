@@ -148,7 +148,7 @@ TEST_F(Peers, PointsKeepNumbersAndFieldTypes) {
 /// Features in the form that ogr2ogr reads, a null shape among them, and in the form that ogrinfo lists.
 struct Exchange {
   const char* geometry;  // of ogr2ogr
-  Shape type;            // which tells the table
+  Shape type;            // which selects the table
   bool z;                // written with elevations
   const char* wkt;       // of two records
   const char* second;

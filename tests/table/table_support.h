@@ -44,7 +44,7 @@ class Messages {
   MessageWriter keptWriter_;
 };
 
-/// A directory of its own that goes with it.
+/// A directory of its own, removed with the object.
 class Scratch {
  public:
   Scratch() {
