@@ -67,7 +67,7 @@ bool readName(std::string_view argument, std::string& name) {
     return true;
   }
   std::string quoted;
-  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != Field::value) return false;
+  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != FieldStatus::value) return false;
   name = std::string(stripped(quoted));
   return true;
 }

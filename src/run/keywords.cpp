@@ -17,7 +17,7 @@ template <class Number>
 bool takeNumber(const std::string& value, Number& variable,
                 Number least = std::numeric_limits<Number>::lowest()) {
   Number read = variable;
-  if (FreeFormatReader(value).next(read) != Field::value || !std::isfinite(read) || read < least)
+  if (FreeFormatReader(value).next(read) != FieldStatus::value || !std::isfinite(read) || read < least)
     return false;
   variable = read;
   return true;

@@ -17,10 +17,10 @@ std::string fieldsOf(std::string_view text, FreeFormat format = {}) {
   for (int i = 0; i < 20; ++i) {
     std::string word;
     switch (reader.next(word)) {
-      case Field::value:
+      case FieldStatus::value:
         shown += '[' + word + ']';
         break;
-      case Field::null:
+      case FieldStatus::empty:
         shown += '-';
         break;
       default:
