@@ -129,7 +129,7 @@ class ByteWriter {
   ByteWriter& operator=(const ByteWriter&) = delete;
 
   [[nodiscard]] bool ok() const { return fault_ == kIoOk; }
-  /// The first fault met: kIoNoMemory where a vector could not grow.
+  /// The first fault; kIoNoMemory where a vector could not grow.
   [[nodiscard]] IoCode fault() const { return fault_; }
   /// Bytes written so far: the offset of the next one.
   [[nodiscard]] std::uint64_t position() const { return written_ + used_; }
@@ -183,7 +183,7 @@ class ByteWriter {
 
   std::vector<std::byte>* out_ = nullptr;
   platform::File* file_ = nullptr;
-  std::unique_ptr<std::byte[]> buffer_;  // bytes on their way to the file: the first used_ of capacity_
+  std::unique_ptr<std::byte[]> buffer_;  // bytes not yet written: the first used_ of capacity_
   std::size_t capacity_ = 0;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;  // bytes before those in the buffer

@@ -56,7 +56,7 @@ class FreeFormatReader {
   std::string_view text_;
   FreeFormat format_;
   std::size_t at_ = 0;
-  bool ended_ = false;        // a slash was met
+  bool ended_ = false;        // a slash ended the list
   std::int64_t repeats_ = 0;  // how often the repeated field is still to be read
   FieldStatus repeatedStatus_ = FieldStatus::value;
   Token repeated_;

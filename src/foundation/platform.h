@@ -89,8 +89,8 @@ IoCode removeFile(std::string_view name);
 /// The name at the end of a chain of symbolic links, whether or not a file has it; a name that is no
 /// link is its own end. kIoHost + ELOOP for a chain without an end.
 [[nodiscard]] IoCode followLinks(std::string_view name, std::string& path);
-/// Whether a new file may take the place of `name`, told before the work that fills it: the directory
-/// is there and writable, and what already has the name is a regular file that this user may write and
+/// Whether a new file may replace `name`, to be asked before the work that fills it: the directory exists
+/// and is writable, and what already has the name is a regular file that this user may write and
 /// replace. kIoOk, kIoNotFound, kIoAccessDenied or kIoNotAFile.
 [[nodiscard]] IoCode canReplace(std::string_view name);
 /// Gives the file `from` the name `to`, in one step; a file of that name is gone.

@@ -169,7 +169,7 @@ RecordFile::Page* RecordFile::pageFor(std::uint64_t number, IoCode& code) {
   return page;
 }
 
-/// Gives the table an entry for a page; where memory is short all pages but one make way for it.
+/// Gives the table an entry for a page; where memory is short all pages but one are freed for it.
 IoCode RecordFile::growTable(std::uint64_t number) {
   if (number < table_.size()) return kIoOk;
   const std::size_t entries = static_cast<std::size_t>(number) + 1;

@@ -33,7 +33,7 @@ class TextFile {
   /// Writes a piece of a line, or of several.
   void write(std::string_view text);
   IoCode flush();
-  /// Forgets what is not yet written: the file is going away.
+  /// Forgets what is not yet written: the file is to be removed.
   void abandon() { out_.clear(); }
   /// The next line read is the first.
   void rewind();
@@ -96,7 +96,7 @@ class RecordFile {
   }
 
   IoCode flush();
-  /// Forgets what is not yet written: the file is going away.
+  /// Forgets what is not yet written: the file is to be removed.
   void abandon();
   [[nodiscard]] std::size_t recordLength() const { return recordLength_; }
   /// Numbers the records by another length, in bytes and above 0, from now on. The bytes of the file and

@@ -9,7 +9,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 /// Values of records as text; numbers with the digits that both types of reals hold.
 std::string shown(const DataTableType& table) {
