@@ -13,14 +13,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   for (const bool slashEnds : {true, false}) {
     FreeFormatReader words(text, {.slashEnds = slashEnds});
     std::string word;
-    for (std::size_t i = 0; i <= size + 1 && words.next(word) != Field::end; ++i)
+    for (std::size_t i = 0; i <= size + 1 && words.next(word) != FieldStatus::end; ++i)
       static_cast<void>(fieldType(word));
     FreeFormatReader numbers(text, {.slashEnds = slashEnds});
     for (std::size_t i = 0; i <= size + 1; ++i) {
       double value = 0;
-      const Field field = numbers.next(value);
-      if (field == Field::end) break;
-      if (field != Field::value || !std::isfinite(value)) continue;
+      const FieldStatus field = numbers.next(value);
+      if (field == FieldStatus::end) break;
+      if (field != FieldStatus::value || !std::isfinite(value)) continue;
       double back = 0;
       if (!readFree(shortestText(value), back) || back != value) std::abort();
       static_cast<void>(freeText(value));

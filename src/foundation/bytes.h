@@ -58,8 +58,8 @@ class ByteReader {
   [[nodiscard]] std::size_t position() const { return at_; }  ///< counted from 0
   [[nodiscard]] std::size_t size() const { return bytes_.size(); }
   [[nodiscard]] std::size_t remaining() const { return bytes_.size() - at_; }
-  /// True if `count` items of `size` bytes each stand from here on; to be asked before memory is
-  /// taken for them. False after a failure, too.
+  /// True if `count` items of `size` bytes each follow; to be asked before memory is allocated for them.
+  /// False after a failure, too.
   [[nodiscard]] bool holds(std::uint64_t count, std::uint64_t size = 1) const {
     return ok_ && (size == 0 || count <= remaining() / size);
   }
@@ -72,7 +72,7 @@ class ByteReader {
   [[nodiscard]] T big() {
     return number<T>(std::endian::big);
   }
-  /// As many numbers as `out` has places; false, with `out` as it was, if they are not all there.
+  /// As many numbers as `out` has elements; false, with `out` as it was, if they are not all there.
   template <FileNumber T>
   bool little(std::span<T> out) {
     return numbers(out, std::endian::little);
@@ -90,7 +90,7 @@ class ByteReader {
   /// there.
   [[nodiscard]] ByteReader part(std::uint64_t count);
   bool skip(std::uint64_t count);
-  /// The next read is at `position`, from 0 to the size. A failure is not healed.
+  /// The next read is at `position`, from 0 to the size. A failure stays.
   bool seek(std::uint64_t position);
 
  private:
@@ -121,7 +121,7 @@ class ByteWriter {
  public:
   static constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 
-  /// Appends behind what the vector already holds; offsets count from the vector's start.
+  /// Appends to what the vector already holds; offsets count from the vector's start.
   explicit ByteWriter(std::vector<std::byte>& out) : out_(&out), written_(out.size()) {}
   /// Writes the file from its start; `finish` must be called at the end.
   explicit ByteWriter(platform::File& file, std::size_t bufferBytes = kBufferBytes);
@@ -129,7 +129,7 @@ class ByteWriter {
   ByteWriter& operator=(const ByteWriter&) = delete;
 
   [[nodiscard]] bool ok() const { return fault_ == kIoOk; }
-  /// The first fault met: kIoNoMemory where a vector could not grow.
+  /// The first fault; kIoNoMemory where a vector could not grow.
   [[nodiscard]] IoCode fault() const { return fault_; }
   /// Bytes written so far: the offset of the next one.
   [[nodiscard]] std::uint64_t position() const { return written_ + used_; }
@@ -183,7 +183,7 @@ class ByteWriter {
 
   std::vector<std::byte>* out_ = nullptr;
   platform::File* file_ = nullptr;
-  std::unique_ptr<std::byte[]> buffer_;  // bytes on their way to the file: the first used_ of capacity_
+  std::unique_ptr<std::byte[]> buffer_;  // bytes not yet written: the first used_ of capacity_
   std::size_t capacity_ = 0;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;  // bytes before those in the buffer

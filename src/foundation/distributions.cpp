@@ -95,7 +95,7 @@ int Mode(std::vector<int32_t>& modes, std::span<const int32_t> values) {
   modes = {};
   const auto positive = [](int32_t value) { return value > 0; };
   const auto count = std::count_if(values.begin(), values.end(), positive);
-  // Sorting takes the memory of the values themselves; a counter for each number between the
+  // Sorting needs the memory of the values themselves; a counter for each number between the
   // smallest and the largest could take 16 GB for two values.
   std::vector<int32_t> sorted;
   const auto fail = [&] {

@@ -17,9 +17,9 @@ struct DistributionArgs {
 };
 
 /// Empirical quantile function: dist[i], i from 0 to nBins, is the value below which i / nBins of
-/// the sample lies, linear between neighbouring ranks (worked out in float64). dist[0] is the
+/// the sample lies, linear between neighbouring ranks (computed in float64). dist[0] is the
 /// smallest value, dist[nBins] the largest, to the rounding of a bin's width in the sample's precision. NaNs
-/// in the sample rank above all numbers and stand at the high end of `dist`, unless `maxValue` leaves them
+/// in the sample rank above all numbers and are at the high end of `dist`, unless `maxValue` leaves them
 /// out. -1, with `dist` empty, `numBelow` and `numAbove` as they were, and a message, if fewer than two
 /// values are above `minValue`, none beyond the first is below `maxValue`, none is between the two,
 /// the sample is empty, nBins is below 1 or there is no memory.

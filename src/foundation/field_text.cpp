@@ -23,10 +23,11 @@ std::string fitted(double value, int32_t decimals, std::size_t width) {
   return text.size() <= width ? text : std::string();
 }
 
-std::string realField(double value, int32_t decimals, std::size_t width, const Report& refusal) {
+std::string realField(double value, int32_t decimals, std::size_t width, std::string_view routine,
+                      std::string_view tooManyDecimals) {
   std::string field;
   if (decimals < 0 || decimals > 20) {
-    reportError(refusal);
+    fail(routine, tooManyDecimals);
   } else {
     field = fitted(value, decimals, width);
     if (field.empty()) {
@@ -42,19 +43,12 @@ std::string realField(double value, int32_t decimals, std::size_t width, const R
 }  // namespace
 
 std::string GetRealValue(double value, int32_t decimals, std::size_t width) {
-  return realField(value, decimals, width,
-                   {.routine = "GetRealValue",
-                    .code = kOwnWords,
-                    .message1 = "Currently handles up to 20 decimal places",
-                    .print = true});
+  return realField(value, decimals, width, "GetRealValue", "Currently handles up to 20 decimal places");
 }
 
 std::string GetRealValue_sp(float value, int32_t decimals, std::size_t width) {
-  return realField(static_cast<double>(value), decimals, width,
-                   {.routine = "GetRealValue_sp",
-                    .code = kOwnWords,
-                    .message1 = "Currently handles up to 15 decimal places",
-                    .print = true});
+  return realField(static_cast<double>(value), decimals, width, "GetRealValue_sp",
+                   "Currently handles up to 15 decimal places");
 }
 
 std::string_view trimmedField(std::string_view text) {

@@ -8,7 +8,7 @@
 
 namespace terrain {
 
-/// A number in a field of `width` characters with `decimals` (0 to 20) digits behind the point,
+/// A number in a field of `width` characters with `decimals` (0 to 20) digits after the point,
 /// left-adjusted and padded with blanks. Where it does not fit, the field holds the substitute,
 /// -0.9999 times 10 to the power min(width - decimals - 1, 4): -9999 in a wide field. Other
 /// `decimals` are reported and give a blank field. The zero before the point goes first.
@@ -18,7 +18,7 @@ namespace terrain {
 /// What a text field holds: `type` is "C ", "I4", "I8", "R4", "R8", or two blanks for a blank text.
 struct FieldClass {
   std::string_view type = "  ";
-  int32_t decimals = 0;  ///< digits behind the point
+  int32_t decimals = 0;  ///< digits after the point
   int32_t length = 0;    ///< without trailing blanks, tabs and NUL characters
 };
 
@@ -38,8 +38,8 @@ using AnyValue = std::variant<std::string, double, float, int64_t, int32_t>;
 [[nodiscard]] bool equalValues(const AnyValue& a, const AnyValue& b);
 /// Prints a value on the console.
 void printValue(const AnyValue& value);
-/// Assigns, converting between numbers; false, with `target` as it was, where a value has no place
-/// in the target's kind.
+/// Assigns, converting between numbers; false, with `target` as it was, where the target's kind cannot hold
+/// the value.
 [[nodiscard]] bool assignValue(AnyValue& target, const AnyValue& value);
 
 /// Stops the run with "Missing argument for " and the name.

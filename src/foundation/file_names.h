@@ -10,17 +10,17 @@ namespace terrain {
 /// Position of the last separator, or npos.
 [[nodiscard]] std::size_t lastSeparator(std::string_view path);
 
-/// The directory part, up to but not including the last separator; blank if that stands first or
-/// there is none.
+/// The directory part, up to but not including the last separator; blank if that is the first
+/// character or there is none.
 [[nodiscard]] std::string pathOfFile(std::string_view name);
 
 /// The directory part with its separator; blank if there is none.
 [[nodiscard]] std::string directoryOf(std::string_view name);
 
-/// The part behind the last separator; the whole text if there is none or it is the last character.
+/// The part after the last separator; the whole text if there is none or it is the last character.
 [[nodiscard]] std::string fileNameOf(std::string_view path);
 
-/// The part behind the last separator, left-adjusted, without a three-letter extension.
+/// The part after the last separator, left-adjusted, without a three-letter extension.
 [[nodiscard]] std::string baseNameOf(std::string_view path);
 
 /// Left-adjusted, trimmed, and without ".xyz" at the end. Extensions of other lengths stay.
@@ -30,7 +30,7 @@ namespace terrain {
 /// is one; a blank text stays blank.
 [[nodiscard]] std::string completeDirectory(std::string_view text);
 
-/// The text behind its first "=", left-adjusted, without a three-letter extension.
+/// The text after its first "=", left-adjusted, without a three-letter extension.
 [[nodiscard]] std::string stripFileName(std::string_view text);
 
 /// True if the name, without a three-letter extension, plus ".tif" exists.

@@ -6,6 +6,7 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
+#include "foundation/replacement.h"
 #include "foundation/text.h"
 #include "foundation/units.h"
 
@@ -52,13 +53,11 @@ int64_t fsize(std::string_view name) {
 int64_t fsizeByUnit(int32_t unit) {
   constexpr std::string_view tag = "fsizeByUnit in Utilities";
   constexpr std::uint64_t kRecord = 4;
-  if (unit < 1) return reportError({.routine = tag, .message1 = "nonzero unit number must be provided"});
+  if (unit < 1) return fail(tag, "nonzero unit number must be provided");
   RecordFile* file = units().records(unit);
   if (file == nullptr) return 0;
   const std::uint64_t records = file->size() / kRecord;
-  if (records == 0)
-    return reportError(
-        {.routine = tag, .message1 = "Error reading file for unit " + rightJustified(freeText(unit), 5)});
+  if (records == 0) return fail(tag, "Error reading file for unit " + rightJustified(freeText(unit), 5));
   return static_cast<int64_t>(records * kRecord);
 }
 
@@ -71,26 +70,25 @@ int CopyFile(std::string_view source, std::string_view target) {
   platform::File from;
   if (from.open(source, platform::Open::read) != kIoOk)
     return reportError({.routine = kCopyTag, .code = kCannotOpenToRead, .file = source});
-  platform::File to;
-  // Emptying a target that is the source itself would lose it.
-  if (platform::sameFile(source, target) || to.open(target, platform::Open::replace) != kIoOk)
+  Replacement to;
+  if (platform::sameFile(source, target) || to.open(target) != kIoOk)
     return reportError({.routine = kCopyTag, .code = kCannotOpenToRead, .file = target});
   for (std::uint64_t offset = 0;;) {
     std::size_t got = 0;
     if (from.readAt(offset, block, got) != kIoOk)
       return reportError({.routine = kCopyTag, .code = kReadError, .file = source});
     if (got == 0) break;
-    if (to.writeAt(offset, std::span(block).first(got)) != kIoOk)
+    if (to.file().writeAt(offset, std::span(block).first(got)) != kIoOk)
       return reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
     offset += got;
   }
-  return to.close() == kIoOk ? kSuccess
-                             : reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
+  return to.commit() == kIoOk ? kSuccess
+                              : reportError({.routine = kCopyTag, .code = kWriteError, .file = target});
 }
 
 int Load_shapefile(std::string_view name, const ShapefileBytes& wanted) {
   if (wanted.shp == nullptr && wanted.dbf == nullptr && wanted.shx == nullptr)
-    return reportError({.routine = kLoadTag, .message1 = "No shapefile components specified"});
+    return fail(kLoadTag, "No shapefile components specified");
   if (wanted.dbf != nullptr && loadComponent(name, "dbf", *wanted.dbf) != kSuccess) return kFailure;
   if (wanted.shp != nullptr && loadComponent(name, "shp", *wanted.shp) != kSuccess) return kFailure;
   if (wanted.shx != nullptr && loadComponent(name, "shx", *wanted.shx) != kSuccess) return kFailure;

@@ -18,7 +18,8 @@ namespace terrain {
 /// unit is not open, -1, with a report, for a unit below 1 or a file without a record.
 [[nodiscard]] int64_t fsizeByUnit(int32_t unit);
 
-/// Copies a file whole, byte for byte; an empty one is reported and not copied. 0 or -1.
+/// Copies a file byte for byte; an empty one is reported and not copied. 0, or -1 with a report and the
+/// older target, if there is one, as it was.
 int CopyFile(std::string_view source, std::string_view target);
 
 /// Where the components of a shapefile go; null for those not wanted.

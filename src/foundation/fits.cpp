@@ -56,27 +56,28 @@ int64_t termsFor(int64_t m, int32_t order) {
 
 enum class Fit { done, noMemory, singular };
 
-/// Leading columns of the matrix that was factored into R (upper triangle of `qr`) which do not
-/// depend on each other within rounding: what is left of the next one beside them is noise.
-std::size_t independentColumns(std::span<const double> qr, std::size_t rows, std::size_t columns) {
-  // Rounding adds up like a random walk over the points; 32 leaves room for an unlucky one.
-  const double tolerance =
-      32.0 * std::sqrt(static_cast<double>(rows)) * std::numeric_limits<double>::epsilon();
-  for (std::size_t column = 0; column < columns; ++column) {
-    const double* r = qr.data() + column * rows;
-    double length = 0.0;
-    for (std::size_t i = 0; i <= column; ++i) length = std::hypot(length, r[i]);
-    if (!(std::abs(r[column]) > tolerance * length)) return column;
-  }
-  return columns;
+/// How many different values there are. False if there is no memory.
+bool countDistinct(std::span<const double> values, int64_t& count) {
+  std::vector<double> sorted;
+  if (!tryCopy(sorted, values)) return false;
+  std::sort(sorted.begin(), sorted.end());
+  count = std::unique(sorted.begin(), sorted.end()) - sorted.begin();
+  return true;
 }
 
-/// y as a polynomial of x with `terms` coefficients, at least 1 and at most as many as points. Where
-/// the fit is singular `terms` becomes the number of coefficients that the points may allow.
+/// y as a polynomial of x with `terms` coefficients, at least 1 and at most as many as points. Where x has
+/// fewer different values, or the solver finds no finite coefficients, the fit is singular and `terms`
+/// becomes the number of coefficients that the points may allow.
 Fit leastSquares(std::span<const double> x, std::span<const double> y, int64_t& terms,
                  std::vector<double>& coef) {
   const std::size_t rows = x.size();
   const std::size_t columns = static_cast<std::size_t>(terms);
+  int64_t distinct = 0;
+  if (!countDistinct(x, distinct)) return Fit::noMemory;
+  if (distinct < terms) {
+    terms = distinct;
+    return Fit::singular;
+  }
   const auto elements = byteCount(rows, columns);
   std::vector<double> matrix;
   std::vector<double> solution;
@@ -91,9 +92,8 @@ Fit leastSquares(std::span<const double> x, std::span<const double> y, int64_t& 
                                         matrix.data(), m, solution.data(), m);
   if (info == LAPACK_WORK_MEMORY_ERROR) return Fit::noMemory;
   solution.resize(columns);
-  const std::size_t independent = independentColumns(matrix, rows, columns);
-  if (info != 0 || independent < columns || !allFinite(solution)) {
-    terms = static_cast<int64_t>(std::min(independent, columns - 1));
+  if (info != 0 || !allFinite(solution)) {
+    --terms;
     return Fit::singular;
   }
   coef = std::move(solution);

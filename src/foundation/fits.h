@@ -1,6 +1,6 @@
 #pragma once
 // Polynomials: least-squares fits (QR factorisation, LAPACK DGELS), their evaluation, the direction
-// of a fitted line, and the logistic curve. Coefficients stand in ascending powers, the constant
+// of a fitted line, and the logistic curve. Coefficients are in ascending powers, the constant
 // first. All in float64.
 
 #include <cstdint>
@@ -20,8 +20,9 @@ int PowerMatrix(std::span<double> matrix, int32_t order, std::span<const double>
 /// x, y   element 0 belongs to index `first`; last - first + 1 elements each
 /// coef   the coefficients, emptied first
 /// -1, a report and `coef` empty if there are too few points, `order` is negative, an array is short,
-/// a coordinate is not finite, memory is short, or the points do not determine the polynomial: x
-/// holds no more than `order` values that differ within the precision of float64.
+/// a coordinate is not finite, memory is short, or the points do not determine the polynomial: x has
+/// fewer different values than the polynomial coefficients, or powers beyond the range of float64.
+/// The powers are those of x itself: far from 0 the coefficients lose digits, the curve keeps its shape.
 int FitPoly(int32_t first, int32_t last, std::span<const double> x, std::span<const double> y, int32_t order,
             std::vector<double>& coef);
 
@@ -33,7 +34,7 @@ int FitPoly(int32_t first, int32_t last, std::span<const double> x, std::span<co
 /// Where the points do not determine that polynomial the degree is lowered as far as they allow,
 /// but never below a line: two points give the direction from one to the other, whatever the order.
 /// 0.0 and a report if there is no point, an array is short, a coordinate is not finite, memory is
-/// short, or the points are too close together for their distance from the origin.
+/// short, or powers are beyond the range of float64.
 float AzimuthDeg(int32_t first, int32_t last, std::span<const double> x, std::span<const double> y,
                  int32_t order);
 

@@ -140,77 +140,85 @@ void FreeFormatReader::skipBlanks() {
   while (at_ < text_.size() && isBlankCharacter(text_[at_])) ++at_;
 }
 
-// Behind a field: blanks and at most one comma.
+// After a field: blanks and at most one comma.
 void FreeFormatReader::endField() {
   skipBlanks();
   if (at_ < text_.size() && text_[at_] == ',') ++at_;
 }
 
-Field FreeFormatReader::nextToken(std::string& token) {
+// "3*" before a field; a count that is no number from 1 counts as 1.
+void FreeFormatReader::readRepeatCount() {
+  std::size_t digits = at_;
+  while (digits < text_.size() && isDigit(text_[digits])) ++digits;
+  repeatedStatus_ = FieldStatus::value;
+  if (digits == at_ || digits == text_.size() || text_[digits] != '*') return;
+  if (!parseInteger(text_.substr(at_, digits - at_), repeats_) || repeats_ < 1) repeats_ = 1;
+  at_ = digits + 1;
+  --repeats_;
+  if (at_ == text_.size() || isSeparator(text_[at_])) repeatedStatus_ = FieldStatus::empty;
+}
+
+void FreeFormatReader::readQuoted(Token& token) {
+  const char quote = text_[at_++];
+  token.wellFormed = false;
+  while (at_ < text_.size()) {
+    if (text_[at_] == quote) {
+      ++at_;
+      if (at_ == text_.size() || text_[at_] != quote) {
+        token.wellFormed = at_ == text_.size() || isSeparator(text_[at_]);
+        return;
+      }
+    }
+    token.text += text_[at_++];
+  }
+}
+
+FieldStatus FreeFormatReader::nextToken(Token& token) {
   if (repeats_ > 0) {
     --repeats_;
     token = repeated_;
-    return repeatedNull_ ? Field::null : Field::value;
+    return repeatedStatus_;
   }
-  token.clear();
-  if (ended_) return Field::null;
+  token = {};
+  if (ended_) return FieldStatus::empty;
   skipBlanks();
-  if (at_ == text_.size()) return Field::end;
+  if (at_ == text_.size()) return FieldStatus::end;
   if (text_[at_] == ',') {
     ++at_;
-    return Field::null;
+    return FieldStatus::empty;
   }
   if (text_[at_] == '/' && format_.slashEnds) {
     ended_ = true;
-    return Field::null;
+    return FieldStatus::empty;
   }
-
-  std::size_t digits = at_;
-  while (digits < text_.size() && isDigit(text_[digits])) ++digits;
-  if (digits > at_ && digits < text_.size() && text_[digits] == '*') {
-    if (!parseInteger(text_.substr(at_, digits - at_), repeats_) || repeats_ < 1) repeats_ = 1;
-    at_ = digits + 1;
-    --repeats_;
-    repeatedNull_ = at_ == text_.size() || isSeparator(text_[at_]);
-  } else {
-    repeatedNull_ = false;
-  }
-
-  if (!repeatedNull_ && (text_[at_] == '"' || text_[at_] == '\'')) {
-    const char quote = text_[at_++];
-    while (at_ < text_.size()) {
-      if (text_[at_] == quote) {
-        ++at_;
-        if (at_ == text_.size() || text_[at_] != quote) break;
-      }
-      token += text_[at_++];
-    }
-  } else {
-    while (at_ < text_.size() && !isSeparator(text_[at_])) token += text_[at_++];
-  }
+  readRepeatCount();
+  if (repeatedStatus_ == FieldStatus::value && (text_[at_] == '"' || text_[at_] == '\''))
+    readQuoted(token);
+  else
+    while (at_ < text_.size() && !isSeparator(text_[at_])) token.text += text_[at_++];
   endField();
-  repeated_ = token;
-  return repeatedNull_ ? Field::null : Field::value;
+  if (repeats_ > 0) repeated_ = token;
+  return repeatedStatus_;
 }
 
 template <class Number>
-Field FreeFormatReader::nextNumber(Number& value) {
-  std::string token;
-  const Field field = nextToken(token);
-  if (field != Field::value) return field;
-  return parseNumber(token, value) ? Field::value : Field::bad;
+FieldStatus FreeFormatReader::nextNumber(Number& value) {
+  Token token;
+  const FieldStatus status = nextToken(token);
+  if (status != FieldStatus::value) return status;
+  return token.wellFormed && parseNumber(token.text, value) ? FieldStatus::value : FieldStatus::bad;
 }
 
-Field FreeFormatReader::next(std::string& word) {
-  std::string token;
-  const Field field = nextToken(token);
-  if (field == Field::value) word = std::move(token);
-  return field;
+FieldStatus FreeFormatReader::next(std::string& word) {
+  Token token;
+  const FieldStatus status = nextToken(token);
+  if (status == FieldStatus::value) word = std::move(token.text);
+  return status;
 }
-Field FreeFormatReader::next(int32_t& value) { return nextNumber(value); }
-Field FreeFormatReader::next(int64_t& value) { return nextNumber(value); }
-Field FreeFormatReader::next(float& value) { return nextNumber(value); }
-Field FreeFormatReader::next(double& value) { return nextNumber(value); }
+FieldStatus FreeFormatReader::next(int32_t& value) { return nextNumber(value); }
+FieldStatus FreeFormatReader::next(int64_t& value) { return nextNumber(value); }
+FieldStatus FreeFormatReader::next(float& value) { return nextNumber(value); }
+FieldStatus FreeFormatReader::next(double& value) { return nextNumber(value); }
 
 bool parseNumber(std::string_view token, int32_t& value) { return parseInteger(token, value); }
 bool parseNumber(std::string_view token, int64_t& value) { return parseInteger(token, value); }
@@ -229,7 +237,7 @@ std::string freeText(double value) {
 std::string fixedText(double value, int32_t decimals) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "Infinity" : "-Infinity";
-  std::array<char, 400> buffer{};  // 309 digits before the point, decimals behind it
+  std::array<char, 400> buffer{};  // 309 digits before the point, decimals after it
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                  std::chars_format::fixed, std::clamp(decimals, 0, 60))
                        .ptr;

@@ -1,6 +1,6 @@
 #pragma once
 // Priority lists of identified values: binary max-heaps of (id, key) pairs, root at index 1, the
-// children of index i at 2i and 2i+1. The same id may stand in a heap more than once. The operations
+// children of index i at 2i and 2i+1. The same id may be in a heap more than once. The operations
 // report nothing.
 //
 // A NaN key is neither above nor below any other, so it counts as equal to all: it rises to the
@@ -21,14 +21,14 @@ namespace terrain {
 template <class Key>
 class PriorityHeap {
  public:
-  /// Room for pairs is taken in steps of this many.
+  /// Memory for pairs grows in steps of this many.
   static constexpr int32_t kGrowth = 10000;
 
   /// Empties the heap and gives its memory back.
   void Clear() { std::vector<Item>().swap(items_); }
 
   [[nodiscard]] int32_t Size() const { return static_cast<int32_t>(items_.size()); }
-  /// Pairs that there is room for now.
+  /// Pairs that there is memory for now.
   [[nodiscard]] int32_t Capacity() const { return static_cast<int32_t>(items_.capacity()); }
 
   /// Adds a pair; it rises above pairs with an equal key. -1, with the heap as it was, if there is
@@ -42,7 +42,7 @@ class PriorityHeap {
     return kSuccess;
   }
 
-  /// Takes the pair with the largest key out. -1, with `id` and `key` as they were, if there is none.
+  /// Removes the pair with the largest key. -1, with `id` and `key` as they were, if there is none.
   int Pop(int32_t& id, Key& key) {
     if (items_.empty()) return kFailure;
     id = at(1).id;
@@ -51,7 +51,7 @@ class PriorityHeap {
     return kSuccess;
   }
 
-  /// Takes the pair at index i down, below pairs with an equal key, until its key is above those of
+  /// Moves the pair at index i down, below pairs with an equal key, until its key is above those of
   /// its children; the index where it comes to rest. An index outside the heap is given back.
   int32_t SiftDown(int32_t i) {
     if (i < 1 || i > Size()) return i;
@@ -77,7 +77,7 @@ class PriorityHeap {
 
   Item& at(std::size_t index) { return items_[index - 1]; }
 
-  /// Takes out the pair at index i: the last one takes its place and goes down from there.
+  /// Removes the pair at index i: the last one takes its place and moves down from there.
   void replaceByLast(std::size_t i) {
     at(i) = items_.back();
     items_.pop_back();
@@ -99,9 +99,9 @@ class PriorityHeap {
 
 class PriorityHeapR4 : public PriorityHeap<float> {
  public:
-  /// Takes out the pair with this id that stands at the lowest index; nothing if there is none. The
-  /// last pair takes its place and goes down from there, never up: where it came from another
-  /// branch its key may stay above its parent's until that one is popped. Looks at every pair.
+  /// Removes the pair with this id that has the lowest index; nothing if there is none. The last pair
+  /// takes its place and moves down from there, never up: where it came from another branch its key
+  /// may stay above its parent's until that one is popped. Looks at every pair.
   void RemoveId(int32_t id) {
     const auto found =
         std::find_if(items_.begin(), items_.end(), [id](const Item& item) { return item.id == id; });

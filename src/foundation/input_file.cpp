@@ -9,6 +9,7 @@
 #include "foundation/free_format.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
+#include "foundation/replacement.h"
 #include "foundation/status.h"
 #include "foundation/text.h"
 #include "foundation/units.h"
@@ -31,7 +32,7 @@ std::string_view withoutArgumentTail(std::string_view text) {
   return text;
 }
 
-/// The next delimiter, looked for behind the closing quote of a quote that opens before it.
+/// The next delimiter; if a quote opens before it, the next after the closing quote.
 std::size_t findDelimiter(std::string_view text, char delimiter) {
   const std::size_t first = text.find(delimiter);
   const std::size_t open = text.find('"');
@@ -51,7 +52,7 @@ InputFileType NewInputFile(std::string_view name, const InputFileOptions& option
   file.status = kFailure;
   const bool exists = platform::fileExists(file.fileName) || platform::isDirectory(file.fileName);
   if (!exists && !options.newFile) {
-    reportError({.routine = "NewInputFile in InputFileModule", .message1 = "  Cannot find " + file.fileName});
+    fail("NewInputFile in InputFileModule", "  Cannot find " + file.fileName);
     return file;
   }
   if (exists && options.newFile)
@@ -91,27 +92,23 @@ int InputFileType::load() {
   return kSuccess;
 }
 
-int InputFileType::writeLines(std::string_view name, std::span<const int32_t> leftOut, int32_t& code) const {
-  const int32_t unit = freeUnit();
-  code = units().openText(unit, name, platform::Open::replace);
-  if (code != kIoOk) return kFailure;
-  TextFile& text = *units().text(unit);
+int InputFileType::writeLines(std::string_view name, std::span<const int32_t> leftOut) const {
+  Replacement file;
+  if (file.open(name) != kIoOk) return kFailure;
   std::size_t next = 0;
   for (int32_t number = 1; number <= LineCount(); ++number) {
     if (next < leftOut.size() && leftOut[next] == number) {
       ++next;
       continue;
     }
-    text.writeLine(trimmed(lines[static_cast<std::size_t>(number - 1)]));
+    file.text().writeLine(trimmed(lines[static_cast<std::size_t>(number - 1)]));
   }
-  code = units().close(unit);
-  return code == kIoOk ? kSuccess : kFailure;
+  return file.commit() == kIoOk ? kSuccess : kFailure;
 }
 
 int InputFileType::Save(std::span<const int32_t> leftOut) {
   Attempt attempt{status};
-  int32_t code = 0;
-  if (writeLines(fileName, leftOut, code) != kSuccess) {
+  if (writeLines(fileName, leftOut) != kSuccess) {
     putMessage("ERROR InputUnit%Save; unable to open file " + fileName);
     return kFailure;
   }
@@ -121,8 +118,7 @@ int InputFileType::Save(std::span<const int32_t> leftOut) {
 int InputFileType::writeAscii(std::string_view name) {
   Attempt attempt{status};
   if (lines.empty()) return kFailure;
-  int32_t code = 0;
-  if (writeLines(name, {}, code) != kSuccess)
+  if (writeLines(name, {}) != kSuccess)
     return reportError(
         {.routine = "writeAscii in inputFileModule", .file = name, .message1 = "Unable to open output file"});
   return attempt.succeed();
@@ -174,11 +170,11 @@ int InputFileType::GetLine(LogicalLine& line) {
 }
 
 void InputFileType::splitArguments(std::string_view rest, std::vector<std::string>& arguments) const {
-  bool behindDelimiter = false;
+  bool afterDelimiter = false;
   while (true) {
     rest = withoutLeadingSpace(rest);
     if (rest.empty()) {
-      if (behindDelimiter) arguments.emplace_back();
+      if (afterDelimiter) arguments.emplace_back();
       return;
     }
     const std::size_t comment = std::min(rest.find(options_.commentMark), rest.size());
@@ -189,7 +185,7 @@ void InputFileType::splitArguments(std::string_view rest, std::vector<std::strin
     arguments.emplace_back(cut(argument, options_.argumentLength));
     if (last) return;
     rest.remove_prefix(delimiter + 1);
-    behindDelimiter = true;
+    afterDelimiter = true;
   }
 }
 
@@ -248,7 +244,7 @@ int InputFileType::PutLine(const LineParts& parts) {
 
 namespace {
 
-/// Takes one value of a column into account; `largest` is the largest integer seen there.
+/// Adapts a column's format to one more value; `largest` is the largest integer seen there.
 void noteValue(std::string_view value, ColumnFormat& column, int64_t& largest) {
   const auto length = static_cast<int32_t>(value.size());
   column.length = std::max(column.length, length);

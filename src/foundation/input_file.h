@@ -4,10 +4,10 @@
 // and saved.
 //
 // A logical line is `keyword: argument, argument # comment`; every part may be missing. Blank lines
-// and lines that begin with the comment mark are passed over. The keyword is what stands before the
-// first ":", unless an "=" stands before that. A quote that opens before the next delimiter hides
+// and lines that begin with the comment mark are skipped. The keyword is the text before the first
+// ":", unless an "=" comes before that. A quote that opens before the next delimiter hides
 // delimiters up to its closing quote; the quotes stay in the argument. A comment mark begins a
-// comment anywhere behind the keyword, also within quotes.
+// comment anywhere after the keyword, also within quotes.
 
 #include <cstddef>
 #include <cstdint>
@@ -72,7 +72,8 @@ class InputFileType {
   void Clear();
   /// A new object with the same lines, at the first of them, with default delimiters.
   [[nodiscard]] InputFileType Copy() const;
-  /// Writes the trimmed lines to `fileName`, but for those whose numbers are listed, ascending.
+  /// Writes the trimmed lines to `fileName`, but for those whose numbers are listed, ascending. An older file
+  /// of the name stays as it was if that fails.
   int Save(std::span<const int32_t> leftOut = {});
   /// The type of each column of a delimited table whose first line is a heading.
   int FindFormats(std::vector<ColumnFormat>& columns);
@@ -83,14 +84,14 @@ class InputFileType {
   /// Logical lines up to the one whose keyword holds "END LIST". Without such a line status is -1 and
   /// the position stays at the end.
   int CountToEndList(int32_t& count);
-  /// Writes the trimmed lines to a named file.
+  /// The same, for all lines and a file of another name.
   int writeAscii(std::string_view name);
 
  private:
   friend InputFileType NewInputFile(std::string_view name, const InputFileOptions& options);
   int load();
   void splitArguments(std::string_view rest, std::vector<std::string>& arguments) const;
-  int writeLines(std::string_view name, std::span<const int32_t> leftOut, int32_t& code) const;
+  int writeLines(std::string_view name, std::span<const int32_t> leftOut) const;
 
   InputFileOptions options_{};
   int32_t currentLine_ = 0;
@@ -101,7 +102,7 @@ class InputFileType {
 [[nodiscard]] InputFileType NewInputFile(std::string_view name, const InputFileOptions& options = {});
 
 /// An argument of the form name, operator, value; the operator is ">", "<", "=", ">=" or "<=". Where
-/// no operator stands behind a name, the name is blank and the value is the whole argument.
+/// no operator follows a name, the name is blank and the value is the whole argument.
 struct SplitArgument {
   std::string name{};
   std::string operation{};

@@ -12,8 +12,8 @@ namespace {
 
 constexpr int kFirstTestedStage = 6;
 
-/// Sum of f at the middles of `points` intervals of width d, begun at a. The places are stepped
-/// along, so that a place carries the rounding of those before it.
+/// Sum of f at the middles of `points` intervals of width d, begun at a. The positions are
+/// summed up, so that each carries the rounding of those before it.
 template <class Real>
 Real sumOfMiddles(const std::function<Real(const Real&)>& f, Real a, Real d, int32_t points) {
   Real x = a + Real(0.5) * d;

@@ -6,7 +6,7 @@
 
 namespace terrain {
 
-/// The integrators' state: the tolerances that the next call without one of its own goes by.
+/// The integrators' state: the tolerances of the next call that names none.
 struct SimpsonTolerances {
   float sp = 0.0001F;
   double dp = 0.00001;

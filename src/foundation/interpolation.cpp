@@ -14,7 +14,7 @@ const Real& element(std::span<const Real> table, int32_t index) {
   return table[static_cast<std::size_t>(index) - 1];
 }
 
-/// Narrows low..high until no place is left between them: low stands at or before the value.
+/// Narrows low..high until no index is left between them: element `low` is not above the value.
 template <class Real>
 int32_t bisect(std::span<const Real> table, Real value, int32_t low, int32_t high) {
   while (high - low > 1) {

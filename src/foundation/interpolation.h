@@ -1,5 +1,5 @@
 #pragma once
-// Places in tables: the interval of an ascending table that holds a value, linear interpolation,
+// Positions in tables: the interval of an ascending table that holds a value, linear interpolation,
 // and positions in arrays of several dimensions. Indices count from 1; tables hold fewer than
 // 2^31 - 1 elements.
 
@@ -13,7 +13,7 @@ namespace terrain {
 /// the value is NaN.
 /// table  ascending
 /// hint   where to begin, overwritten with the result, so that calls with rising values narrow the
-///        search; a hint that is no place in the table, or stands above the value, is passed over
+///        search; a hint that is no index of the table, or is of an element above the value, is ignored
 int32_t Locate(std::span<const float> table, float value, int32_t* hint = nullptr);
 int32_t Locate(std::span<const double> table, double value, int32_t* hint = nullptr);
 
@@ -24,7 +24,7 @@ int32_t LocateBelow(int32_t n, float value, std::span<const float> table);
 
 /// y at `inVal` by linear interpolation, in the tables' own precision.
 /// x, y   of one size, x ascending
-/// index  hint for the place in x, as for `Locate`
+/// index  hint for the index in x, as for `Locate`
 /// -9999.0, and a message, if the sizes differ, the tables are empty or `inVal` is outside x.
 float getValue(float inVal, std::span<const float> x, std::span<const float> y, int32_t* index = nullptr);
 double getValue(double inVal, std::span<const double> x, std::span<const double> y, int32_t* index = nullptr);

@@ -104,7 +104,7 @@ std::optional<std::string> unquotedName(std::string_view text) {
   if (text.empty()) return std::nullopt;
   if (text.front() != '"' && text.front() != '\'') return std::string(text);
   std::string quoted;
-  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != Field::value) return std::nullopt;
+  if (FreeFormatReader(text, {.slashEnds = false}).next(quoted) != FieldStatus::value) return std::nullopt;
   return std::string(stripped(quoted));
 }
 

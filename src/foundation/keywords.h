@@ -75,9 +75,9 @@ struct ValueType<std::optional<T>> : std::type_identity<T> {};
 template <class Member>
 bool parseNumber(std::string_view text, const NumberRule& rule, Member& member) {
   typename ValueType<Member>::type value{};
-  const Field field = FreeFormatReader(text).next(value);
-  if (field == Field::null && rule.listDirected) return true;
-  if (field != Field::value) return false;
+  const FieldStatus field = FreeFormatReader(text).next(value);
+  if (field == FieldStatus::empty && rule.listDirected) return true;
+  if (field != FieldStatus::value) return false;
   const auto wide = static_cast<double>(value);
   if (!rule.listDirected && (!std::isfinite(wide) || wide < rule.least)) return false;
   member = value;

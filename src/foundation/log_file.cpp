@@ -5,6 +5,7 @@
 #include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/messages.h"
+#include "foundation/replacement.h"
 #include "foundation/text.h"
 #include "foundation/units.h"
 
@@ -25,20 +26,7 @@ void putLabelled(TextFile& log, std::string_view label, const std::optional<std:
   if (value) putLine(log, std::string(label).append(*value));
 }
 
-}  // namespace
-
-void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName,
-                  const LogIdentity& identity) {
-  constexpr std::string_view tag = "startLogFile in Utilities module";
-  const std::string name(stripped(logName));
-  unit = freeUnit();
-  // A log of another run that is still open under this name keeps its file; only the name goes over.
-  if (units().openText(unit, name, platform::Open::anew) != kIoOk) {
-    unit = 0;
-    reportError({.routine = tag, .message1 = "Unable to open log file " + name});
-    return;
-  }
-  TextFile& log = *units().text(unit);
+void putHead(TextFile& log, std::string_view inputName, const LogIdentity& identity) {
   putLine(log, std::string(trimmed(identity.programName)) + " log file");
   putLabelled(log, "  Version ", identity.version);
   putLabelled(log, "  Compiled ", identity.compileDate);
@@ -47,10 +35,37 @@ void startLogFile(int32_t& unit, std::string_view logName, std::string_view inpu
   putLine(log, "Input file: " + std::string(trimmed(inputName)));
   putLine(log, "  copied below");
   putLine(log, std::string(62, '-'));
+}
 
+/// The lines of another log, if it can be read.
+void putOtherLog(TextFile& log, std::string_view otherLog) {
+  log.writeLine(std::string(73, '='));
+  log.writeLine("  Original marlbek log file");
+  log.writeLine(std::string(73, '-'));
+  const int32_t other = freeUnit();
+  if (units().openText(other, otherLog, platform::Open::read) != kIoOk) return;
+  copyLines(*units().text(other), log);
+  units().close(other);
+}
+
+}  // namespace
+
+void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName,
+                  const LogIdentity& identity) {
+  constexpr std::string_view tag = "startLogFile in Utilities module";
+  const std::string name(stripped(logName));
+  unit = freeUnit();
+  // Another run that still writes a log of this name keeps its file, under no name.
+  if (units().openText(unit, name, platform::Open::anew) != kIoOk) {
+    unit = 0;
+    fail(tag, "Unable to open log file " + name);
+    return;
+  }
+  TextFile& log = *units().text(unit);
+  putHead(log, inputName, identity);
   const int32_t input = freeUnit();
   if (units().openText(input, inputName, platform::Open::read) != kIoOk) {
-    reportError({.routine = tag, .message1 = "Unable to reopen input file for copying to log file"});
+    fail(tag, "Unable to reopen input file for copying to log file");
     units().close(unit);
     unit = 0;
     return;
@@ -67,43 +82,30 @@ void startLogFile(int32_t& unit, std::string_view logName, std::string_view inpu
 }
 
 int CopyLogFile(int32_t unit, std::string_view newName, std::optional<std::string_view> otherLog) {
+  constexpr std::string_view tag = "CopyLogFile";
   if (unit < 1 || units().text(unit) == nullptr)
-    return reportError({.routine = "CopyLogFile in Utilities", .message1 = "Invalid unit number"});
+    return fail("CopyLogFile in Utilities", "Invalid unit number");
   TextFile& log = *units().text(unit);
   log.flush();
   const std::string name(stripped(newName));
-  const int32_t copyUnit = freeUnit();
-  const IoCode code = units().openText(copyUnit, name, platform::Open::replace);
-  if (code != kIoOk) {
-    reportError({.routine = "CopyLogFile", .message1 = "Error opening log file for " + name});
-    putMessage(" Unit number: ", copyUnit);
-    putMessage(" Error code: ", code);
+  Replacement copy;
+  const IoCode opened = copy.open(name);
+  if (opened != kIoOk) {
+    fail(tag, "Error opening log file for " + name);
+    putMessage(" Unit number: ", freeUnit());
+    putMessage(" Error code: ", opened);
+    putMessage(std::string(" ").append(describe(opened)));
     return kFailure;
   }
-  TextFile& copy = *units().text(copyUnit);
   log.rewind();
-  copyLines(log, copy);
-  if (log.fault() != kIoOk) {
-    units().close(copyUnit);
-    return reportError({.routine = "CopyLogFile",
-                        .code = kReadError,
-                        .file = log.name(),
-                        .message1 = describe(log.fault())});
-  }
-  if (otherLog) {
-    copy.writeLine(std::string(73, '='));
-    copy.writeLine("  Original marlbek log file");
-    copy.writeLine(std::string(73, '-'));
-    const int32_t other = freeUnit();
-    if (units().openText(other, *otherLog, platform::Open::read) == kIoOk) {
-      copyLines(*units().text(other), copy);
-      units().close(other);
-    }
-  }
-  const IoCode closed = units().close(copyUnit);
-  if (closed != kIoOk)
+  copyLines(log, copy.text());
+  if (log.fault() != kIoOk)
     return reportError(
-        {.routine = "CopyLogFile", .code = kWriteError, .file = name, .message1 = describe(closed)});
+        {.routine = tag, .code = kReadError, .file = log.name(), .message1 = describe(log.fault())});
+  if (otherLog) putOtherLog(copy.text(), *otherLog);
+  const IoCode written = copy.commit();
+  if (written != kIoOk)
+    return reportError({.routine = tag, .code = kWriteError, .file = name, .message1 = describe(written)});
   putMessage("Created log file " + name);
   return kSuccess;
 }

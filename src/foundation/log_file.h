@@ -22,8 +22,8 @@ struct LogIdentity {
 void startLogFile(int32_t& unit, std::string_view logName, std::string_view inputName,
                   const LogIdentity& identity);
 
-/// Copies the log so far to `newName`; writing goes on behind it. With `otherLog` that file's lines
-/// follow. 0, or -1 with a report and no copy.
+/// Copies the log so far to `newName`; the log goes on after it. With `otherLog` that file's lines
+/// follow. 0, or -1 with a report and an older file of the name as it was.
 int CopyLogFile(int32_t unit, std::string_view newName,
                 std::optional<std::string_view> otherLog = std::nullopt);
 

@@ -5,7 +5,7 @@
 namespace terrain {
 
 namespace {
-/// Smaller blocks are not worth a look at the machine.
+/// For smaller blocks the machine is not asked.
 constexpr std::uint64_t kBlockThatMatters = std::uint64_t{32} << 20;
 }  // namespace
 

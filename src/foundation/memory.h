@@ -1,7 +1,7 @@
 #pragma once
 // Memory that is asked for by the size of the data. An allocation that the machine cannot hold
-// fails here, when it is asked for, and the caller reports it or goes on in a scratch file; the
-// system never waits for the host to end the process when the pages are first touched.
+// fails here, when it is asked for, and the caller reports it or uses a scratch file; otherwise the host
+// would end the process when the pages are first touched.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,11 +16,11 @@
 namespace terrain {
 
 struct MemoryLimits {
-  /// No single block above this many bytes is given out. Absent: only the machine limits blocks.
+  /// No single block above this many bytes is allocated. Absent: only the machine limits blocks.
   std::optional<std::uint64_t> largestBlock{};
 };
 
-/// The limits in force; the one door to this module's state.
+/// The limits in force: this module's state.
 MemoryLimits& memoryLimits();
 
 /// True if a block of `bytes` may be asked for now: within the limits, and, for blocks that
@@ -33,7 +33,7 @@ MemoryLimits& memoryLimits();
 /// count * size in bytes, or nothing if it does not fit 64 bits.
 [[nodiscard]] std::optional<std::uint64_t> byteCount(std::uint64_t count, std::uint64_t size);
 
-/// Gives `block` room for `count` elements, each a value-initialised T. False if there is no memory.
+/// Makes `block` `count` elements long, each a value-initialised T. False if there is no memory.
 template <class T>
 [[nodiscard]] bool tryAllocate(std::vector<T>& block, std::size_t count) {
   const auto bytes = byteCount(count, sizeof(T));
@@ -59,8 +59,8 @@ template <class T>
   return true;
 }
 
-/// Room for `count` elements in all; what `list` holds stays. False, with the list as it was, if there is
-/// no memory.
+/// Reserves memory for `count` elements in all; the elements of `list` stay. False, with the list as it was,
+/// if there is no memory.
 template <class T>
 [[nodiscard]] bool tryReserve(std::vector<T>& list, std::size_t count) {
   if (count <= list.capacity()) return true;
@@ -83,7 +83,8 @@ template <class T>
   return true;
 }
 
-/// Appends one element; the room grows geometrically. False, with the list as it was, if there is no memory.
+/// Appends one element; the capacity grows geometrically. False, with the list as it was, if there is no
+/// memory.
 template <class T>
 [[nodiscard]] bool tryAppend(std::vector<T>& list, T value) {
   if (list.size() == list.capacity() && !tryReserve(list, list.empty() ? 16 : 2 * list.size())) return false;

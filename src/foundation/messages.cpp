@@ -55,6 +55,20 @@ std::optional<std::string> valueText(const MessageArgs& args) {
   return std::nullopt;
 }
 
+void addLines(ErrorList& list, const Report& report) {
+  if (report.routine) list.add((report.warning ? "WARNING: " : "ERROR: ") + std::string(*report.routine));
+  if (report.code) {
+    const auto* standard = std::find_if(kStandardMessages.begin(), kStandardMessages.end(),
+                                        [&](const StandardMessage& m) { return m.code == *report.code; });
+    if (standard != kStandardMessages.end()) list.add(standard->text);
+  }
+  if (report.file) list.add("FILE: " + std::string(trimmed(*report.file)));
+  for (const auto& message : {report.message1, report.message2, report.message3})
+    if (message) list.add(*message);
+  if (report.line) list.add("LINE: " + freeText(*report.line));
+  if (report.text) list.add(*report.text);
+}
+
 void printAll(ErrorList& list) {
   for (const std::string& line : list.lines()) putMessage(line);
   list.clear();
@@ -103,24 +117,11 @@ void putMessage(std::string_view text, double value) { putMessage({.text = text,
 void ErrorList::add(std::string_view line) { lines_.emplace_back(cut(line, kErrorLineLength)); }
 
 int reportError(ErrorList& list, const Report& report) {
-  if (report.routine) {
-    if (report.warning && !messages().showWarnings) {
-      list.clear();
-      return kFailure;
-    }
-    list.add((report.warning ? "WARNING: " : "ERROR: ") + std::string(*report.routine));
+  if (report.routine && report.warning && !messages().showWarnings) {
+    list.clear();
+    return kFailure;
   }
-  if (report.code) {
-    const auto* standard = std::find_if(kStandardMessages.begin(), kStandardMessages.end(),
-                                        [&](const StandardMessage& m) { return m.code == *report.code; });
-    if (standard != kStandardMessages.end()) list.add(standard->text);
-  }
-  if (report.file) list.add("FILE: " + std::string(trimmed(*report.file)));
-  for (const auto& message : {report.message1, report.message2, report.message3})
-    if (message) list.add(*message);
-  if (report.line) list.add("LINE: " + freeText(*report.line));
-  if (report.text) list.add(*report.text);
-
+  addLines(list, report);
   if (report.print) {
     if (*report.print) printAll(list);
   } else if (!report.discard) {

@@ -22,7 +22,7 @@ struct MessageWriter {
 };
 MessageWriter& messages();
 
-/// Where and what `putMessage` writes. Without `text` it only settles where messages go. Of the
+/// Where and what `putMessage` writes. Without `text` it only sets where messages go. Of the
 /// values the first that is present follows the text after one blank.
 struct MessageArgs {
   std::optional<std::string_view> text{};
@@ -65,7 +65,7 @@ inline constexpr int32_t kCannotOpenToWrite = 2;
 inline constexpr int32_t kReadError = 3;
 inline constexpr int32_t kWriteError = 4;
 inline constexpr int32_t kCannotAllocate = 200;
-inline constexpr int32_t kOwnWords = 1000;  ///< the free lines explain the error
+inline constexpr int32_t kOwnWords = 1000;  ///< the report's own lines explain the error
 
 /// One report. Its lines are added in the order of the members, each only where it is present.
 struct Report {
@@ -82,11 +82,11 @@ struct Report {
   std::optional<bool> discard{};  ///< with `print` absent: true empties the list, false keeps it
   bool fatal = false;             ///< ends the run after the report
   bool stop = false;              ///< the same
-  std::optional<int32_t> unit{};  ///< a further unit to flush; takes "RETURN CODE = -1" at a stop
+  std::optional<int32_t> unit{};  ///< a further unit to flush; "RETURN CODE = -1" is added to it at a stop
 };
 
-/// Adds the report to `list` and, unless told otherwise, prints and empties the list. Gives -1, so
-/// that it can end a failing routine: `return reportError(...)`.
+/// Adds the report to `list` and, unless `print` or `discard` say otherwise, prints and empties the list.
+/// Gives -1, so that it can end a failing routine: `return reportError(...)`.
 int reportError(ErrorList& list, const Report& report);
 
 /// A report of its own, printed at once.

@@ -29,10 +29,7 @@ bool compare(const Value& a, std::string_view test, const Value& b, Equal equal,
   if (word == "<") return a < b;
   if (word == "<=") return a <= b;
   if (word == ">=") return a >= b;
-  reportError({.routine = routine,
-               .code = kOwnWords,
-               .message1 = "unknown comparison test: " + std::string(word),
-               .print = true});
+  fail(routine, "unknown comparison test: " + std::string(word));
   return false;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// Comparing and converting numbers: equality within a tolerance, the comparison family that takes
-// its test as a word, and float to integer without surprises.
+// Comparing and converting numbers: equality within a tolerance, comparisons that are named by
+// a word, and float to integer within the range of the integer.
 
 #include <cmath>
 #include <cstdint>

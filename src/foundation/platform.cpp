@@ -62,12 +62,40 @@ std::string describe(IoCode code) {
       return "the file exists already";
     case kIoNoMemory:
       return "not enough memory";
+    case kIoBadName:
+      return "the file name holds a NUL character";
     default:
       return std::strerror(code - kIoHost);
   }
 }
 
 namespace platform {
+
+namespace {
+
+/// A name as the host's functions receive it. They end a name at its first NUL, and would so reach
+/// another file.
+bool reachesHost(const std::string& path) { return path.find('\0') == std::string::npos; }
+
+IoCode lookUp(std::string_view name, struct stat& about) {
+  const std::string path = hostPath(name);
+  if (!reachesHost(path)) return kIoBadName;
+  return ::stat(path.c_str(), &about) == 0 ? kIoOk : codeOf(errno);
+}
+
+/// The same without following a link.
+IoCode lookUpLink(std::string_view name, struct stat& about) {
+  const std::string path = hostPath(name);
+  if (!reachesHost(path)) return kIoBadName;
+  return ::lstat(path.c_str(), &about) == 0 ? kIoOk : codeOf(errno);
+}
+
+std::string directoryPath(std::string_view name) {
+  std::string path = hostPath(name);
+  return path.empty() ? std::string(".") : path;
+}
+
+}  // namespace
 
 std::string hostPath(std::string_view name) {
   std::string path(stripped(name));
@@ -86,6 +114,7 @@ File& File::operator=(File&& other) noexcept {
 IoCode File::open(std::string_view name, Open how) {
   close();
   const std::string path = hostPath(name);
+  if (!reachesHost(path)) return kIoBadName;
   int flags = O_CLOEXEC;
   switch (how) {
     // O_NONBLOCK: a pipe without a writer must not hold the run; it is refused below.
@@ -162,7 +191,7 @@ std::uint64_t File::size() const {
 
 IoCode File::reserve(std::uint64_t bytes) const {
   if (bytes == 0) return kIoOk;
-  // The plain fallocate: the library's own stand-in would write every block of file systems without it.
+  // Not posix_fallocate, which writes every block on file systems that cannot allocate.
   if (::fallocate(descriptor_, 0, 0, static_cast<off_t>(bytes)) == 0) return kIoOk;
   return errno == EOPNOTSUPP || errno == ENODEV || errno == ENOSYS || errno == ESPIPE ? kIoOk : codeOf(errno);
 }
@@ -170,13 +199,14 @@ IoCode File::reserve(std::uint64_t bytes) const {
 bool File::isNamed(std::string_view name) const {
   struct stat own {};
   struct stat named {};
-  return ::fstat(descriptor_, &own) == 0 && ::stat(hostPath(name).c_str(), &named) == 0 &&
-         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  return ::fstat(descriptor_, &own) == 0 && lookUp(name, named) == kIoOk && own.st_dev == named.st_dev &&
+         own.st_ino == named.st_ino;
 }
 
 IoCode File::copyPermissions(std::string_view name) const {
   struct stat about {};
-  if (::stat(hostPath(name).c_str(), &about) != 0) return codeOf(errno);
+  const IoCode code = lookUp(name, about);
+  if (code != kIoOk) return code;
   return ::fchmod(descriptor_, about.st_mode & 0777) == 0 ? kIoOk : codeOf(errno);
 }
 
@@ -187,25 +217,18 @@ IoCode File::close() {
 
 bool fileExists(std::string_view name) {
   struct stat about {};
-  return ::stat(hostPath(name).c_str(), &about) == 0 && !S_ISDIR(about.st_mode);
+  return lookUp(name, about) == kIoOk && !S_ISDIR(about.st_mode);
 }
 
 bool nameExists(std::string_view name) {
   struct stat about {};
-  return ::lstat(hostPath(name).c_str(), &about) == 0;
+  return lookUpLink(name, about) == kIoOk;
 }
 
 bool isDirectory(std::string_view name) {
   struct stat about {};
-  return ::stat(hostPath(name).c_str(), &about) == 0 && S_ISDIR(about.st_mode);
+  return lookUp(name, about) == kIoOk && S_ISDIR(about.st_mode);
 }
-
-namespace {
-std::string directoryPath(std::string_view name) {
-  std::string path = hostPath(name);
-  return path.empty() ? std::string(".") : path;
-}
-}  // namespace
 
 bool isWritableDirectory(std::string_view name) {
   const std::string path = directoryPath(name);
@@ -215,25 +238,28 @@ bool isWritableDirectory(std::string_view name) {
 bool sameFile(std::string_view a, std::string_view b) {
   struct stat first {};
   struct stat second {};
-  return ::stat(hostPath(a).c_str(), &first) == 0 && ::stat(hostPath(b).c_str(), &second) == 0 &&
-         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+  return lookUp(a, first) == kIoOk && lookUp(b, second) == kIoOk && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
 }
 
 std::uint64_t freeSpace(std::string_view directory) {
   struct statvfs about {};
-  if (::statvfs(directoryPath(directory).c_str(), &about) != 0)
+  const std::string path = directoryPath(directory);
+  if (!reachesHost(path) || ::statvfs(path.c_str(), &about) != 0)
     return std::numeric_limits<std::uint64_t>::max();
   return static_cast<std::uint64_t>(about.f_bavail) * about.f_frsize;
 }
 
 IoCode removeFile(std::string_view name) {
-  if (::unlink(hostPath(name).c_str()) == 0 || errno == ENOENT) return kIoOk;
-  return codeOf(errno);
+  const std::string path = hostPath(name);
+  if (!reachesHost(path)) return kIoBadName;
+  return ::unlink(path.c_str()) == 0 || errno == ENOENT ? kIoOk : codeOf(errno);
 }
 
 IoCode followLinks(std::string_view name, std::string& path) {
   constexpr int kLongestChain = 40;  // as many as the host itself follows
   path = hostPath(name);
+  if (!reachesHost(path)) return kIoBadName;
   for (int links = 0; links < kLongestChain; ++links) {
     std::array<char, 4096> target{};
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
@@ -254,26 +280,31 @@ IoCode canReplace(std::string_view name) {
   const std::size_t separator = path.rfind('/');
   const std::string directory = separator == std::string::npos ? "." : path.substr(0, separator + 1);
   struct stat around {};
-  if (::stat(directory.c_str(), &around) != 0) return codeOf(errno);
+  const IoCode looked = lookUp(directory, around);
+  if (looked != kIoOk) return looked;
   if (::access(directory.c_str(), W_OK | X_OK) != 0) return codeOf(errno);
   struct stat about {};
-  if (::lstat(path.c_str(), &about) != 0) return errno == ENOENT ? kIoOk : codeOf(errno);
+  const IoCode code = lookUpLink(path, about);
+  if (code != kIoOk) return code == kIoNotFound ? kIoOk : code;
   if (!S_ISREG(about.st_mode)) return kIoNotAFile;
   if (::access(path.c_str(), W_OK) != 0) return codeOf(errno);
   // In a shared directory such as /tmp a file can be replaced by its owner only.
   const uid_t user = ::geteuid();
   const bool shared = (around.st_mode & S_ISVTX) != 0;
-  if (shared && user != 0 && user != about.st_uid && user != around.st_uid) return kIoAccessDenied;
-  return kIoOk;
+  return shared && user != 0 && user != about.st_uid && user != around.st_uid ? kIoAccessDenied : kIoOk;
 }
 
 IoCode renameFile(std::string_view from, std::string_view to) {
-  return ::rename(hostPath(from).c_str(), hostPath(to).c_str()) == 0 ? kIoOk : codeOf(errno);
+  const std::string older = hostPath(from);
+  const std::string newer = hostPath(to);
+  if (!reachesHost(older) || !reachesHost(newer)) return kIoBadName;
+  return ::rename(older.c_str(), newer.c_str()) == 0 ? kIoOk : codeOf(errno);
 }
 
 IoCode exchangeFiles(std::string_view a, std::string_view b) {
   const std::string first = hostPath(a);
   const std::string second = hostPath(b);
+  if (!reachesHost(first) || !reachesHost(second)) return kIoBadName;
   const int failed = ::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE);
   return failed == 0 ? kIoOk : codeOf(errno);
 }

@@ -1,6 +1,6 @@
 #pragma once
-// The only room that touches the operating system: files, console, clock, memory and the end of
-// the process. Everything else speaks of names, offsets and I/O codes.
+// The operating system: files, console, clock, memory and the end of the process. Everything else
+// speaks of names, offsets and I/O codes; only interruption.h deals with the system beside this module.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +21,7 @@ inline constexpr IoCode kIoPastEnd = 36;       ///< a record that is not, or not
 inline constexpr IoCode kIoNotAFile = 43;      ///< a directory or a device where a file is expected
 inline constexpr IoCode kIoAlreadyThere = 10;  ///< a new file was wanted and the name is taken
 inline constexpr IoCode kIoNoMemory = 41;      ///< no memory for what the transfer needs
+inline constexpr IoCode kIoBadName = 44;       ///< a file name with a NUL character
 inline constexpr IoCode kIoHost = 1000;
 
 /// What an I/O code means, in words.
@@ -39,7 +40,8 @@ enum class Open {
   create,   ///< a new file that must not exist yet
 };
 
-/// An open file. Offsets and sizes are 64-bit; nothing is buffered here.
+/// An open file. Offsets and sizes are 64-bit; nothing is buffered here. `size` and `writeAt` may be called
+/// from a signal handler.
 class File {
  public:
   File() = default;
@@ -58,8 +60,8 @@ class File {
   [[nodiscard]] IoCode readAt(std::uint64_t offset, std::span<std::byte> bytes) const;
   [[nodiscard]] IoCode writeAt(std::uint64_t offset, std::span<const std::byte> bytes) const;
   [[nodiscard]] std::uint64_t size() const;
-  /// Claims room on the disk for `bytes` from the start, so that a full disk shows now. Where the
-  /// file system cannot claim room, succeeds without it.
+  /// Allocates disk space for `bytes` from the start, so that a full disk shows now. Succeeds without
+  /// it where the file system cannot.
   [[nodiscard]] IoCode reserve(std::uint64_t bytes) const;
   /// True if `name` still leads to this very file.
   [[nodiscard]] bool isNamed(std::string_view name) const;
@@ -87,8 +89,8 @@ IoCode removeFile(std::string_view name);
 /// The name at the end of a chain of symbolic links, whether or not a file has it; a name that is no
 /// link is its own end. kIoHost + ELOOP for a chain without an end.
 [[nodiscard]] IoCode followLinks(std::string_view name, std::string& path);
-/// Whether a new file may take the place of `name`, told before the work that fills it: the directory
-/// is there and writable, and what already has the name is a regular file that this user may write and
+/// Whether a new file may replace `name`, to be asked before the work that fills it: the directory exists
+/// and is writable, and what already has the name is a regular file that this user may write and
 /// replace. kIoOk, kIoNotFound, kIoAccessDenied or kIoNotAFile.
 [[nodiscard]] IoCode canReplace(std::string_view name);
 /// Gives the file `from` the name `to`, in one step; a file of that name is gone.

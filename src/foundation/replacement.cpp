@@ -18,7 +18,7 @@ IoCode Replacement::openRemoval(std::string_view target) {
   isRemoval_ = true;
   target_ = platform::hostPath(target);
   if (platform::isDirectory(target_)) return kIoNotAFile;
-  // The temporary name is where the older file waits until all that it is committed with is in place.
+  // The older file has the temporary name until all that it is committed with is in place.
   return platform::nameExists(target_) ? openTemporary() : kIoOk;
 }
 
@@ -26,11 +26,15 @@ IoCode Replacement::openTemporary() {
   constexpr std::size_t kLongestFileName = 240;  // with the ending it fits the 255 bytes of a host's name
   const std::size_t fileName = target_.rfind('/') + 1;
   const std::string stem = std::string(cut(target_, fileName + kLongestFileName)) + ".part";
+  const platform::InterruptionsHeld held;
   for (int32_t number = 1;; ++number) {
     temporary_ = stem + freeText(number);
     const IoCode code = file_.open(temporary_, platform::Open::create);
     if (code == kIoAlreadyThere) continue;
-    if (code != kIoOk) temporary_.clear();
+    if (code == kIoOk)
+      watched_.watch(temporary_);
+    else
+      temporary_.clear();
     return code;
   }
 }
@@ -63,7 +67,7 @@ IoCode Replacement::putInPlace(bool keepOlder) {
   const IoCode code = platform::renameFile(temporary_, target_);
   if (code != kIoOk) return code;
   change_ = hasOlder ? Change::overwritten : Change::created;
-  temporary_.clear();  // from now on the name is anybody's
+  temporary_.clear();  // from now on another process may use the name
   return kIoOk;
 }
 
@@ -75,6 +79,7 @@ void Replacement::putBack() {
 }
 
 void Replacement::discard() {
+  watched_.release();
   if (text_) text_->abandon();
   file_.close();
   text_.reset();
@@ -98,10 +103,11 @@ IoCode commitTogether(std::span<Replacement* const> files, const Replacement** f
     }
   };
   each([](Replacement& file) { return file.close(); });
+  const platform::InterruptionsHeld held;  // all or none
   each([&](Replacement& file) { return file.putInPlace(files.size() > 1); });
   for (std::size_t i = files.size(); i-- > 0;) {
     if (code != kIoOk) files[i]->putBack();
-    files[i]->discard();  // by now the temporary name, if it is there, is that of what is not wanted
+    files[i]->discard();  // the temporary name now belongs to what is not wanted, if to anything
   }
   return code;
 }

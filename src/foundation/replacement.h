@@ -1,5 +1,5 @@
 #pragma once
-// An output file on its way: written under a temporary name beside its target and renamed when it is
+// Output files that replace older ones: written under a temporary name beside the target and renamed when
 // whole, so that a full disk, a fault or an interruption leaves the older file as it was.
 
 #include <optional>
@@ -7,15 +7,16 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/interruption.h"
 #include "foundation/platform.h"
 #include "foundation/units.h"
 
 namespace terrain {
 
-/// One file that will take the place of its target, or the removal of the target. A target that is a
-/// symbolic link stays a link: the file that it leads to is replaced. The new file has the permission bits
-/// of the older one; hard links of the older one keep the older content. Nothing is forced to the disk:
-/// faults that the host tells at writing and closing are found, a loss of power is not guarded against.
+/// A new file that will replace its target, or the removal of the target. A symbolic link as target stays:
+/// the file that it points to is replaced. The new file has the permission bits of the older one; hard links
+/// to the older one keep the older content. Nothing is synchronised with the disk: faults that the host
+/// reports at writing and closing are found, a power failure is not guarded against.
 class Replacement {
  public:
   Replacement() = default;
@@ -26,8 +27,8 @@ class Replacement {
   /// Opens an empty temporary file, the name of the target with ".part" and a number, that no other file
   /// has. Fails where `platform::canReplace(target)` does. What this object held before is discarded.
   [[nodiscard]] IoCode open(std::string_view target);
-  /// The commit will remove the target, if there is one, in place of writing it: a side file that does not
-  /// belong to what is written beside it.
+  /// The commit will remove the target, if there is one: a side file that does not belong to what is written
+  /// beside it.
   [[nodiscard]] IoCode openRemoval(std::string_view target);
 
   /// The temporary file, for bytes. After `text()` it is not to be written to.
@@ -38,8 +39,8 @@ class Replacement {
   /// The file that will be replaced, with links followed.
   [[nodiscard]] const std::string& target() const { return target_; }
 
-  /// Writes out what is buffered, closes the file, and gives it the target's name. After a fault the target
-  /// is as it was and the temporary file is gone.
+  /// Writes out what is buffered, closes the file, and renames it to the target. After a fault the target is
+  /// as it was and the temporary file is gone.
   [[nodiscard]] IoCode commit();
   /// Removes what was not committed.
   void discard();
@@ -58,13 +59,14 @@ class Replacement {
   Change change_ = Change::none;  // what the commit has done to the target so far
   std::string target_;
   std::string temporary_;
+  platform::TemporaryName watched_;
   platform::File file_;
   std::optional<TextFile> text_;
 };
 
-/// Commits files that belong together: all are written out and closed before the first is put in its place,
-/// in the order given; name the header or the index last. If one fails, those before it get their older
-/// content back as far as the host allows, all are discarded, and `failed`, if given, is the one.
+/// Commits files that belong together: all are written out and closed before the first is renamed. They are
+/// renamed in the order given; name the header or the index last. If one fails, the older files come back as
+/// far as the host allows, all new ones are discarded, and `failed`, if given, is the one.
 [[nodiscard]] IoCode commitTogether(std::span<Replacement* const> files,
                                     const Replacement** failed = nullptr);
 

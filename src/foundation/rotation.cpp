@@ -18,15 +18,15 @@ constexpr double kThreeQuarters = static_cast<double>(4.712389F);
 
 constexpr int kMostSamples = 10;
 
-/// The vectors of a range, by 0-based place.
+/// The vectors of a range, by 0-based index.
 class Vectors {
  public:
   Vectors(std::span<const double> x, std::span<const double> y, std::span<const double> z)
       : x_(x), y_(y), z_(z) {}
 
   /// z over the horizontal length; nothing for a vector that has none.
-  [[nodiscard]] std::optional<double> ratio(int64_t place) const {
-    const std::size_t i = static_cast<std::size_t>(place);
+  [[nodiscard]] std::optional<double> ratio(int64_t index) const {
+    const std::size_t i = static_cast<std::size_t>(index);
     const double length = std::sqrt(x_[i] * x_[i] + y_[i] * y_[i]);
     if (!(length > 0.0)) return std::nullopt;
     return z_[i] / length;
@@ -36,27 +36,27 @@ class Vectors {
   std::span<const double> x_, y_, z_;
 };
 
-/// The most extreme ratio so far and where it was met; `before` tells which of two is more extreme.
+/// The most extreme ratio so far and its index; `before` tells which of two is more extreme.
 template <class Before>
 struct Extreme {
   double ratio;
-  std::optional<int64_t> place{};
+  std::optional<int64_t> index{};
   Before before{};
 
-  void take(const Vectors& vectors, int64_t at) {
+  void include(const Vectors& vectors, int64_t at) {
     const auto found = vectors.ratio(at);
     if (found && before(*found, ratio)) {
       ratio = *found;
-      place = at;
+      index = at;
     }
   }
 
-  /// Looks at everything less than `step` away from where the extreme was met among the samples.
+  /// Looks at everything less than `step` away from the extreme of the samples.
   void refine(const Vectors& vectors, int64_t step, int64_t end) {
-    if (!place) return;
-    const int64_t from = std::max<int64_t>(*place - step + 1, 0);
-    const int64_t to = std::min(*place + step - 1, end);
-    for (int64_t at = from; at <= to; ++at) take(vectors, at);
+    if (!index) return;
+    const int64_t from = std::max<int64_t>(*index - step + 1, 0);
+    const int64_t to = std::min(*index + step - 1, end);
+    for (int64_t at = from; at <= to; ++at) include(vectors, at);
   }
 };
 
@@ -120,13 +120,13 @@ void AngleRange(int32_t first, int32_t last, std::span<const double> x, std::spa
   if (count > 0) {
     // A tenth of the range, rounded to the nearest with halves upward.
     const int64_t step = std::max<int64_t>((count + 5) / 10, 1);
-    const auto takeBoth = [&](int64_t at) {
-      largest.take(vectors, at);
-      smallest.take(vectors, at);
+    const auto includeBoth = [&](int64_t at) {
+      largest.include(vectors, at);
+      smallest.include(vectors, at);
     };
     int64_t at = 0;
-    for (int sample = 0; sample < kMostSamples && at < end; ++sample, at += step) takeBoth(at);
-    takeBoth(end);
+    for (int sample = 0; sample < kMostSamples && at < end; ++sample, at += step) includeBoth(at);
+    includeBoth(end);
     largest.refine(vectors, step, end);
     smallest.refine(vectors, step, end);
   }

@@ -12,8 +12,8 @@ using Matrix2 = std::array<double, 4>;  ///< cos, -sin, sin, cos
 
 /// Rotation by `tilt` about the horizontal axis (a, b, 0) (Rodrigues' formula), where a and b are
 /// plus or minus the sine and cosine of `azimuth` in absolute value: (+, -) up to a quarter turn,
-/// then (-, -), (-, +) and (+, +). The bounds of the quarters are those of float32. A negative azimuth counts
-/// to the first quarter.
+/// then (-, -), (-, +) and (+, +). The bounds of the quarters are those of float32. A negative azimuth is
+/// in the first quarter.
 void TiltRotation(Matrix3& matrix, double azimuth, double tilt);
 
 /// `vector` becomes `matrix` times `vector`.
@@ -38,7 +38,7 @@ float AxialDifference(float a, float b);
 /// lowAngle = pi/2 - atan(largest r), highAngle = pi/2 + atan(smallest r).
 /// x, y, z  element 0 belongs to index `first`; a short array ends the range early
 /// About 10 vectors spread over the range are looked at, and then all around the two extremes among
-/// them. Vectors without horizontal length are left out; if no other is met the largest r is -9999.0
+/// them. Vectors without horizontal length are left out; if there is no other the largest r is -9999.0
 /// and the smallest the largest float64.
 void AngleRange(int32_t first, int32_t last, std::span<const double> x, std::span<const double> y,
                 std::span<const double> z, double& lowAngle, double& highAngle);

@@ -29,7 +29,7 @@ std::string timeWithoutSeconds(const platform::DateTime& t) {
   return twelveHour(t.hour) + ':' + twoDigits(t.minute) + std::string(halfOfDay(t.hour));
 }
 
-// Seconds and milliseconds stand in fields of 2 and 3 that are not filled with zeros.
+// Seconds and milliseconds have fields of 2 and 3 characters that are not filled with zeros.
 std::string timeWithSeconds(const platform::DateTime& t) {
   return twelveHour(t.hour) + ':' + twoDigits(t.minute) + ':' + rightJustified(freeText(t.second), 2) + ':' +
          rightJustified(freeText(t.millisecond), 3) + std::string(halfOfDay(t.hour));

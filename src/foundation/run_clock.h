@@ -1,5 +1,5 @@
 #pragma once
-// The clock behind the "Started " and "Done    " lines, which go to the console alone.
+// The clock of the "Started " and "Done    " lines, which go to the console alone.
 
 #include <cstdint>
 #include <optional>

@@ -2,6 +2,7 @@
 
 #include "foundation/files.h"
 #include "foundation/free_format.h"
+#include "foundation/interruption.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
 #include "foundation/units.h"
@@ -12,8 +13,8 @@ namespace {
 
 constexpr std::string_view kTag = "OpenBinaryScratchFile in Utilities";
 
-/// The trial file tells whether the directory is there and can be written. Two runs may test one
-/// directory at once, so the trial file has a number of its own where the plain name is taken.
+/// Creates a file to see whether the directory exists and is writable. Two runs may test one directory
+/// at once, so the file gets a number if one of its name exists.
 IoCode testDirectory(std::string_view path) {
   ScratchSpace& space = scratchSpace();
   space.scratchRoot = std::string(stripped(path));
@@ -29,7 +30,7 @@ IoCode testDirectory(std::string_view path) {
     }
     const std::string_view cause =
         code == kIoAccessDenied ? "Access denied to ScratchPath " : "ScratchPath not found: ";
-    reportError({.routine = kTag, .message1 = std::string(cause) + space.scratchRoot});
+    fail(kTag, std::string(cause) + space.scratchRoot);
     return code;
   }
 }
@@ -49,7 +50,7 @@ int32_t OpenBinaryScratchFile(const ScratchRequest& request) {
   }
   const ScratchSpace& space = scratchSpace();
   if (!space.scratchReady) {
-    reportError({.routine = kTag, .message1 = "Scratch-file path has not been initialized"});
+    fail(kTag, "Scratch-file path has not been initialized");
     return kIoNotFound;
   }
 
@@ -58,12 +59,14 @@ int32_t OpenBinaryScratchFile(const ScratchRequest& request) {
     if (platform::fileExists(name) || platform::isDirectory(name)) continue;
     if (request.unit != nullptr) {
       const int32_t unit = freeUnit();
+      const platform::InterruptionsHeld held;
       const IoCode code = units().openRecords(unit, name, platform::Open::create, request.recordLength);
       if (code == kIoAlreadyThere) continue;  // another run was quicker
       if (code != kIoOk) {
         reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
         return code;
       }
+      units().setTemporary(unit);
       *request.unit = unit;
     }
     if (request.fileName != nullptr) *request.fileName = std::move(name);

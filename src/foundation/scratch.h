@@ -1,7 +1,7 @@
 #pragma once
 // Scratch space: the directory for files that live only as long as a run, and the opening of such
-// files as "Scratch" and a running number. A name is taken in the moment of its opening, so several
-// runs can share one directory; a file of an earlier run is stepped over.
+// files as "Scratch" and a running number. Naming and creating a file is one step, so several
+// runs can share one directory; the names of existing files are skipped.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,14 +13,14 @@
 
 namespace terrain {
 
-/// The scratch directory; the one state of this room.
+/// The scratch directory: this module's state.
 struct ScratchSpace {
   std::string scratchRoot{};  ///< directory with its separator; names are appended to it as they are
   bool scratchReady = false;  ///< a test of the directory has passed
 };
 ScratchSpace& scratchSpace();
 
-/// What `OpenBinaryScratchFile` is asked for. With `scratchPath` it tests and settles the directory;
+/// What `OpenBinaryScratchFile` is to do. With `scratchPath` it tests and sets the directory;
 /// with `unit` it opens a new direct-access file, with only `fileName` it finds the next free name.
 struct ScratchRequest {
   int32_t* unit = nullptr;          ///< out: the open unit, -1 on failure

@@ -23,7 +23,7 @@ bool isNan(Value value) {
     return false;
 }
 
-/// Moves every NaN behind the numbers, both in input order; the numbers alone.
+/// Moves every NaN after the numbers, both in input order; the numbers alone.
 template <class Value>
 std::span<Value> numbersFirst(std::span<Value> values) {
   if constexpr (std::is_floating_point_v<Value>) {
@@ -38,7 +38,7 @@ std::span<Value> numbersFirst(std::span<Value> values) {
 // ---- insertion ----
 
 /// Moves that insertion may make per value before a merge sort takes over. The last pass of
-/// quickSort stays below: it moves no value by more than the 17 places of an unfinished range.
+/// quickSort stays below: it moves no value by more than the 17 positions of an unfinished range.
 constexpr std::size_t kMovesPerValue = 64;
 
 /// A stable order is unique, so that handing over to another stable sort gives the same array.
@@ -47,14 +47,14 @@ void insertAll(std::span<Value> values) {
   std::size_t movesLeft = kMovesPerValue * values.size();
   for (std::size_t next = 1; next < values.size(); ++next) {
     const Value value = values[next];
-    std::size_t place = next;
-    for (; place > 0 && values[place - 1] > value; --place) values[place] = values[place - 1];
-    values[place] = value;
-    if (next - place > movesLeft) {
+    std::size_t at = next;
+    for (; at > 0 && values[at - 1] > value; --at) values[at] = values[at - 1];
+    values[at] = value;
+    if (next - at > movesLeft) {
       std::stable_sort(values.begin(), values.end());
       return;
     }
-    movesLeft -= next - place;
+    movesLeft -= next - at;
   }
 }
 
@@ -75,7 +75,7 @@ Value medianOfThree(std::span<Value> a, std::size_t lo, std::size_t hi) {
   return a[mid];
 }
 
-/// Splits lo..hi: values before the place returned are not above the pivot, the others not below.
+/// Splits lo..hi: values before the index returned are not above the pivot, the others not below.
 template <class Value>
 std::size_t split(std::span<Value> a, std::size_t lo, std::size_t hi, Value pivot) {
   std::size_t i = lo;
@@ -94,10 +94,10 @@ bool leftToInsertion(std::size_t lo, std::size_t hi) {
   return static_cast<std::ptrdiff_t>(hi - lo) < kSmallestSpan;
 }
 
-/// Leaves every value of lo..hi within kSmallestSpan of its place. Values equal to the pivot stay in
+/// Leaves every value of lo..hi within kSmallestSpan of its final position. Values equal to the pivot stay in
 /// the lower part, so a range whose pivot is its largest value loses one value a split: quadratic for
 /// masks, classes and the like. Such a split moves nothing but the three values of the median, so it is
-/// made in one step while the pivot stays the largest: the same values in the same places. A range
+/// made in one step while the pivot stays the largest: the same values at the same positions. A range
 /// still unfinished after `depth` splits was made against the median of three and is sorted outright;
 /// among equal values nothing but the sign of a zero could tell.
 template <class Value>
@@ -126,28 +126,30 @@ void sortInPlace(std::span<Value> values) {
 
 // ---- ranking ----
 
-/// Ranks by sorting copies of the values, each with its place. Places differ, so the order is stable
-/// whatever the sort. NaNs need no comparison: they come last, in input order.
+/// Ranks by sorting copies of the values, each with its index. Indices differ, so that any sort is
+/// stable. NaNs need no comparison: they come last, in input order.
 template <class Value>
 int rank(std::span<const Value> values, std::span<int32_t> order) {
-  struct Placed {
+  struct Indexed {
     Value value;
-    int32_t place;
-    bool operator<(const Placed& other) const {
-      return value < other.value || (!(other.value < value) && place < other.place);
+    int32_t index;
+    bool operator<(const Indexed& other) const {
+      return value < other.value || (!(other.value < value) && index < other.index);
     }
   };
   const std::size_t count = std::min(values.size(), order.size());
   if (count > static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) return kFailure;
-  const auto placed = tryArray<Placed>(count);
-  if (placed == nullptr) return kFailure;
+  const auto indexed = tryArray<Indexed>(count);
+  if (indexed == nullptr) return kFailure;
   std::size_t numbers = 0;
   std::size_t last = count;
   for (std::size_t i = 0; i < count; ++i)
-    placed[isNan(values[i]) ? --last : numbers++] = {values[i], static_cast<int32_t>(i) + 1};
-  std::reverse(placed.get() + numbers, placed.get() + count);
-  if (!std::is_sorted(placed.get(), placed.get() + numbers)) std::sort(placed.get(), placed.get() + numbers);
-  std::transform(placed.get(), placed.get() + count, order.begin(), [](const Placed& p) { return p.place; });
+    indexed[isNan(values[i]) ? --last : numbers++] = {values[i], static_cast<int32_t>(i) + 1};
+  std::reverse(indexed.get() + numbers, indexed.get() + count);
+  if (!std::is_sorted(indexed.get(), indexed.get() + numbers))
+    std::sort(indexed.get(), indexed.get() + numbers);
+  std::transform(indexed.get(), indexed.get() + count, order.begin(),
+                 [](const Indexed& p) { return p.index; });
   return kSuccess;
 }
 

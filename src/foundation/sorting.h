@@ -1,7 +1,7 @@
 #pragma once
 // Ordering values in place and ranking them without moving them. Nothing here keeps state.
 //
-// A NaN has no place among the numbers: the sorts and the ranking put every NaN behind the
+// A NaN has no order among the numbers: the sorts and the ranking put every NaN after the
 // largest number, NaNs among themselves in input order, and order the numbers as if no NaN were
 // there. Zeros of both signs are equal.
 
@@ -16,17 +16,17 @@ void quickSort(std::span<double> values);
 void quickSort(std::span<float> values);
 void quickSort(std::span<int32_t> values);
 
-/// Ascending in place and stable: each value stops behind the first predecessor that is not
-/// greater. Linear on nearly sorted values, n log n where the values are far from their places.
+/// Ascending in place and stable: each value stops after the first predecessor that is not
+/// greater. Linear on nearly sorted values, n log n where many values are far from their final position.
 void insertionSort(std::span<double> values);
 void insertionSort(std::span<float> values);
 void insertionSort(std::span<int32_t> values);
 
 /// Stable ranking: afterwards order[0], order[1], ... are the
-/// places, counted from 1, of `values` in ascending order; equal values keep their input order.
+/// indices, counted from 1, of `values` in ascending order; equal values keep their input order.
 /// Ranks the first n values with n the smaller of the two sizes; what `order` holds beyond n stays
 /// as it is. n log n, linear where the values are in order, with one extra array of n values and
-/// their places. -1, with nothing reported and `order` as it was, if there is no memory for that array or
+/// their indices. -1, with nothing reported and `order` as it was, if there is no memory for that array or
 /// n is beyond 32 bits.
 [[nodiscard]] int mergeRank(std::span<const double> values, std::span<int32_t> order);
 [[nodiscard]] int mergeRank(std::span<const float> values, std::span<int32_t> order);

@@ -15,8 +15,8 @@ inline constexpr int kFailure = -1;
 class [[nodiscard]] Attempt {
  public:
   explicit Attempt(int32_t& status) : Attempt(status, status) {}
-  Attempt(int32_t& status, int32_t& other) : status_(status), other_(other) { settle(kFailure); }
-  ~Attempt() { settle(result_); }
+  Attempt(int32_t& status, int32_t& other) : status_(status), other_(other) { set(kFailure); }
+  ~Attempt() { set(result_); }
   Attempt(const Attempt&) = delete;
   Attempt& operator=(const Attempt&) = delete;
   int succeed() { return end(kSuccess); }
@@ -24,7 +24,7 @@ class [[nodiscard]] Attempt {
   int end(int result) { return result_ = result == kSuccess ? kSuccess : kFailure; }
 
  private:
-  void settle(int result) { status_ = other_ = result; }
+  void set(int result) { status_ = other_ = result; }
   int32_t& status_;
   int32_t& other_;
   int result_ = kFailure;

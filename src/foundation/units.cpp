@@ -42,8 +42,8 @@ bool TextFile::readLine(std::string& line, std::size_t limit) {
   line.clear();
   flush();
   bool any = false;
-  // Characters beyond the limit are passed over in pieces, so a line without an end takes no memory.
-  const auto take = [&](std::string_view piece) {
+  // Characters beyond the limit are skipped in pieces, so that a line without an end needs no memory.
+  const auto append = [&](std::string_view piece) {
     if (line.size() < limit) line.append(cut(piece, limit - line.size()));
   };
   bool endedWithReturn = false;
@@ -55,10 +55,10 @@ bool TextFile::readLine(std::string& line, std::size_t limit) {
     const std::size_t end = rest.find('\n');
     std::string_view piece = rest.substr(0, end);
     at_ += piece.size() + (end == std::string_view::npos ? 0 : 1);
-    if (endedWithReturn && !piece.empty()) take("\r");
+    if (endedWithReturn && !piece.empty()) append("\r");
     if (!piece.empty()) endedWithReturn = piece.back() == '\r';
     if (endedWithReturn && !piece.empty()) piece.remove_suffix(1);
-    take(piece);
+    append(piece);
     if (end != std::string_view::npos) return true;
   }
   return any;
@@ -169,7 +169,7 @@ RecordFile::Page* RecordFile::pageFor(std::uint64_t number, IoCode& code) {
   return page;
 }
 
-/// Gives the table an entry for a page; where memory is short all pages but one make way for it.
+/// Gives the table an entry for a page; where memory is short all pages but one are freed for it.
 IoCode RecordFile::growTable(std::uint64_t number) {
   if (number < table_.size()) return kIoOk;
   const std::size_t entries = static_cast<std::size_t>(number) + 1;
@@ -321,6 +321,12 @@ IoCode UnitTable::openRecords(int32_t unit, std::string_view name, platform::Ope
   if (code == kIoOk)
     entry->records = std::make_unique<RecordFile>(std::move(file), std::string(name), recordLength);
   return code;
+}
+
+void UnitTable::setTemporary(int32_t unit) {
+  if (!isOpen(unit)) return;
+  Entry& entry = files_[static_cast<std::size_t>(unit)];
+  entry.temporary.watch(entry.text ? entry.text->name() : entry.records->name());
 }
 
 IoCode UnitTable::setRecordLength(int32_t unit, std::size_t recordLength) {

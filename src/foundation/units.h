@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/interruption.h"
 #include "foundation/platform.h"
 
 namespace terrain {
@@ -32,11 +33,11 @@ class TextFile {
   /// Writes a piece of a line, or of several.
   void write(std::string_view text);
   IoCode flush();
-  /// Forgets what is not yet written: the file is going away.
+  /// Forgets what is not yet written: the file is to be removed.
   void abandon() { out_.clear(); }
   /// The next line read is the first.
   void rewind();
-  /// The first fault met, 0 if none; it stays.
+  /// The first fault, 0 if none; it stays.
   [[nodiscard]] IoCode fault() const { return fault_; }
   [[nodiscard]] std::string_view name() const { return name_; }
   [[nodiscard]] platform::File& file() { return file_; }
@@ -46,7 +47,7 @@ class TextFile {
 
   platform::File file_;
   std::string name_;
-  std::vector<std::byte> in_;  // bytes read and not yet handed out: in_[at_..]
+  std::vector<std::byte> in_;  // bytes read from the file; those from at_ on are still to be returned
   std::size_t at_ = 0;
   std::uint64_t readOffset_ = 0;
   bool atStart_ = true;
@@ -95,7 +96,7 @@ class RecordFile {
   }
 
   IoCode flush();
-  /// Forgets what is not yet written: the file is going away.
+  /// Forgets what is not yet written: the file is to be removed.
   void abandon();
   [[nodiscard]] std::size_t recordLength() const { return recordLength_; }
   /// Numbers the records by another length, in bytes and above 0, from now on. The bytes of the file and
@@ -111,7 +112,7 @@ class RecordFile {
     std::uint64_t number = 0;
     std::size_t valid = 0;  // bytes from the page's start that the file holds or will hold
     bool changed = false;
-    bool used = false;  // since the last sweep for a page to give up
+    bool used = false;  // since the last sweep for a page to reuse
   };
 
   [[nodiscard]] std::uint64_t offsetOf(std::int64_t record) const {
@@ -131,7 +132,7 @@ class RecordFile {
   platform::File file_;
   std::string name_;
   std::size_t recordLength_;
-  std::vector<Page*> table_;  // by page number; null where the page is not held
+  std::vector<Page*> table_;  // by page number; null where the page is not in the buffer
   std::vector<std::unique_ptr<Page>> pages_;
   std::size_t mostPages_ = kMostPages;  // fewer once memory was short
   std::size_t hand_ = 0;                // where the next sweep begins
@@ -161,9 +162,11 @@ class UnitTable {
     const Entry* entry = find(unit);
     return entry == nullptr ? nullptr : entry->records.get();
   }
+  /// The unit's file is removed if a signal ends the process while the unit is open.
+  void setTemporary(int32_t unit);
   /// Another record length for an open direct-access unit, without closing it; kIoNotFound for any other.
   [[nodiscard]] IoCode setRecordLength(int32_t unit, std::size_t recordLength);
-  /// Closes a unit; what was written is on its way to the disk if the code is 0. `erase` removes
+  /// Closes a unit; the host has received what was written if the code is 0. `erase` removes
   /// the file, unless its name has since been given to another file.
   IoCode close(int32_t unit, Closing closing = Closing::keep);
 
@@ -171,18 +174,19 @@ class UnitTable {
   struct Entry {
     std::unique_ptr<TextFile> text;
     std::unique_ptr<RecordFile> records;
+    platform::TemporaryName temporary;
   };
   [[nodiscard]] const Entry* find(int32_t unit) const {
     const auto index = static_cast<std::size_t>(unit);
     return unit >= 0 && index < files_.size() ? &files_[index] : nullptr;
   }
-  /// A unit that nothing holds, ready to take a file; null for a number that is no unit.
+  /// The entry of a unit, closed and ready for a file; null for a number that is no unit.
   Entry* vacate(int32_t unit);
 
   std::vector<Entry> files_;  // by unit number; an entry without a file is not open
 };
 
-/// The unit table of the process; the one door to it.
+/// The unit table of the process.
 UnitTable& units();
 
 /// Closes its unit when an operation ends, however it ends.

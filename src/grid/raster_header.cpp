@@ -36,7 +36,7 @@ bool nextPair(TextFile& text, Pair& pair) {
     FreeFormatReader reader(line, {.slashEnds = false});
     while (have < tokens.size()) {
       tokens[have]->clear();
-      if (reader.next(*tokens[have]) == Field::end) break;
+      if (reader.next(*tokens[have]) == FieldStatus::end) break;
       *tokens[have] = std::string(stripped(cut(*tokens[have], kTokenLength)));
       ++have;
     }

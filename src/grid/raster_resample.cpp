@@ -112,18 +112,18 @@ int readShortHeader(Grid_Header& header, const std::string& name) {
   for (std::string line; units().text(unit)->readLine(line, 4096);) {
     FreeFormatReader reader(line, {.slashEnds = false});
     std::string word;
-    if (reader.next(word) != Field::value) continue;
+    if (reader.next(word) != FieldStatus::value) continue;
     word = std::string(cut(word, 13));
     if (word == "NO" || word == "No") {  // "NO DATA", "No Data" stand without quotes here
       std::string second;
-      if (reader.next(second) == Field::value) word += ' ' + second;
+      if (reader.next(second) == FieldStatus::value) word += ' ' + second;
     }
     const auto* const found = std::ranges::find(kShortKeywords, word, &ShortKeyword::word);
     if (found == kShortKeywords.end()) continue;
-    const Field field = found->count != nullptr  ? reader.next(*(header.*found->count))
+    const FieldStatus field = found->count != nullptr  ? reader.next(*(header.*found->count))
                         : found->size != nullptr ? reader.next(header.*found->size)
                                                  : reader.next(header.nodata);
-    if (field != Field::value && field != Field::null)
+    if (field != FieldStatus::value && field != FieldStatus::empty)
       return fail(kOpenTag, "Error reading " + word + " in " + name);
   }
   header.xcellsize = header.ycellsize = header.cellsize;

@@ -29,7 +29,7 @@ void printBanner(const ProgramIdentity& program) {
 
 /// The first field of a line: up to a blank or comma, or all of it in quotes. A slash is part of a path.
 bool firstField(const std::string& line, std::string& name) {
-  return FreeFormatReader(line, {.slashEnds = false}).next(name) == Field::value;
+  return FreeFormatReader(line, {.slashEnds = false}).next(name) == FieldStatus::value;
 }
 
 std::string askForName() {

@@ -135,9 +135,9 @@ Parsed readNumber(std::string_view slice, T& value) {
     value = static_cast<T>(-9999);
     return Parsed::value;
   }
-  if (const Field field = FreeFormatReader(slice).next(value); field == Field::value)
+  if (const FieldStatus field = FreeFormatReader(slice).next(value); field == FieldStatus::value)
     return Parsed::value;
-  else if (field == Field::null)
+  else if (field == FieldStatus::empty)
     return Parsed::empty;
   if constexpr (std::is_integral_v<T>)
     if (wholeNumber(token, value)) return Parsed::value;

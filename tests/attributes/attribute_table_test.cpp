@@ -5,7 +5,7 @@
 namespace terrain {
 namespace {
 
-using terrain::testing::Messages;
+using terrain::test::Messages;
 
 AttributeType filled(std::vector<std::string> arguments, int expected = 0) {
   AttributeType attribute;

@@ -167,7 +167,7 @@ TEST_P(DemGetters, InputRastersAreCheckedAgainstTheDEM) {
   EXPECT_FALSE(matchesDEM(dem, grid, at("input"), texts));
   EXPECT_TRUE(said("ERROR: here\n FILE: " + at("input") + "\n differs\n   Raster " + at("input") +
                    ": 2 columns, 3 rows"));
-  writeText(at("input.flt"), "short");
+  writeBytes(at("input.flt"), "short");
   EXPECT_EQ(readRaster(grid, at("input")), -1);
   EXPECT_FALSE(grid.GridExists());
 }

@@ -97,7 +97,7 @@ TEST_F(DemNames, HeaderIsReadAloneAndMustCarryARaster) {
   for (const char* header : {"NCOLS 3\nNROWS 0\nXLLCORNER 1\nYLLCORNER 2\nCELLSIZE 3\n",
                              "NCOLS 3\nNROWS 2\nXLLCORNER 1\nYLLCORNER 2\n",
                              "NCOLS 3\nNROWS 2\nXLLCORNER nan\nYLLCORNER 2\nCELLSIZE 3\n", "\x01\x02"}) {
-    writeText(dir_.path() + "elev_site.hdr", header);
+    writeBytes(dir_.path() + "elev_site.hdr", header);
     EXPECT_EQ(dem.ReadDEMHeader(), -1) << header;
     EXPECT_EQ(dem.status, -1);
   }

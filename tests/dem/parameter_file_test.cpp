@@ -18,7 +18,7 @@ class ParameterFile : public ::testing::Test {
     return console_.text().find(text) != std::string::npos;
   }
   int read(DEM_type& dem, const std::string& text) const {
-    writeText(at("parameters.txt"), text);
+    writeBytes(at("parameters.txt"), text);
     return GetDEM(dem, at("parameters.txt"));
   }
 
@@ -101,7 +101,7 @@ TEST_F(ParameterFile, FeetBecomeMetres) {
 TEST_F(ParameterFile, OtherLayoutNamesTheFile) {
   DEM_type dem;
   ErrorList errors;
-  writeText(at("input.txt"),
+  writeBytes(at("input.txt"),
             "DEM FILE: " + at("elev_site") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
   ASSERT_EQ(GetInput(dem, errors, at("input.txt")), 0);
   EXPECT_EQ(dem.file, at("elev_site"));
@@ -109,17 +109,17 @@ TEST_F(ParameterFile, OtherLayoutNamesTheFile) {
   EXPECT_EQ(dem.path, dir_.path());
   EXPECT_EQ(dem.demID, "site");
 
-  writeText(at("input.txt"), "DEM ID: site\n");
+  writeBytes(at("input.txt"), "DEM ID: site\n");
   EXPECT_EQ(GetInput(dem, errors, at("input.txt")), -1);
   EXPECT_TRUE(said("DEM FILE not specified in " + at("input.txt")));
-  writeText(at("input.txt"), "DEM FILE: /no/such\n");
+  writeBytes(at("input.txt"), "DEM FILE: /no/such\n");
   EXPECT_EQ(GetInput(dem, errors, at("input.txt")), -1);
   EXPECT_TRUE(said("readheader failed for /no/such"));
   EXPECT_FALSE(errors.hasLines());
 }
 
 TEST_F(ParameterFile, AsksForTheNameThreeTimesAtMost) {
-  writeText(at("input.txt"), "DEM FILE: " + at("elev_site") + "\n");
+  writeBytes(at("input.txt"), "DEM FILE: " + at("elev_site") + "\n");
   DEM_type dem;
   ErrorList errors;
   std::istringstream second("/wrong\n\"" + at("input.txt") + "\"\r\n");

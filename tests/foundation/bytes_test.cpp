@@ -1,11 +1,10 @@
 #include "foundation/bytes.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cmath>
-#include <filesystem>
 #include <limits>
+
+#include "support/tools.h"
 
 namespace terrain {
 namespace {
@@ -69,14 +68,6 @@ TEST(Bytes, CountsAreComparedWithoutOverflow) {
   EXPECT_FALSE(in.skip(std::numeric_limits<uint64_t>::max()));
 }
 
-template <class Check>
-void withScratchFile(Check check) {
-  const std::string name =
-      (std::filesystem::temp_directory_path() / ("bytes_test_" + std::to_string(::getpid()))).string();
-  check(name);
-  std::filesystem::remove(name);
-}
-
 TEST(Bytes, FileAndVectorHoldTheSame) {
   // A buffer of a few bytes, so that numbers, texts and patches straddle its end in every way.
   const auto write = [](ByteWriter& out) {
@@ -96,18 +87,17 @@ TEST(Bytes, FileAndVectorHoldTheSame) {
   write(memory);
   EXPECT_EQ(memory.finish(), kIoOk);
   EXPECT_EQ(memory.position(), expected.size());
+  const test::ScratchDir dir;
   for (const std::size_t buffer : {1U, 2U, 7U, 8U, 64U, 1U << 20}) {
-    withScratchFile([&](const std::string& name) {
-      platform::File file;
-      ASSERT_EQ(file.open(name, platform::Open::replace), kIoOk);
-      ByteWriter out(file, buffer);
-      write(out);
-      EXPECT_EQ(out.position(), expected.size());
-      ASSERT_EQ(out.finish(), kIoOk);
-      std::vector<std::byte> found;
-      ASSERT_EQ(readWholeFile(name, found), kIoOk);
-      EXPECT_EQ(found, expected) << buffer;
-    });
+    platform::File file;
+    ASSERT_EQ(file.open(dir.path("a"), platform::Open::replace), kIoOk);
+    ByteWriter out(file, buffer);
+    write(out);
+    EXPECT_EQ(out.position(), expected.size());
+    ASSERT_EQ(out.finish(), kIoOk);
+    std::vector<std::byte> found;
+    ASSERT_EQ(readWholeFile(dir.path("a"), found), kIoOk);
+    EXPECT_EQ(found, expected) << buffer;
   }
 }
 
@@ -120,15 +110,11 @@ TEST(Bytes, WriterKeepsItsFirstFault) {
   out.little(int32_t{3});
   EXPECT_EQ(bytes.size(), 4U);
 
-  withScratchFile([](const std::string& name) {
-    platform::File file;
-    ASSERT_EQ(file.open(name, platform::Open::replace), kIoOk);
-    file.close();
-    ASSERT_EQ(file.open(name, platform::Open::read), kIoOk);
-    ByteWriter refused(file, 16);
-    refused.fill(std::byte{1}, 100);
-    EXPECT_NE(refused.finish(), kIoOk);
-  });
+  platform::File readOnly;
+  ASSERT_EQ(readOnly.open(TERRAIN_PROGRAM, platform::Open::read), kIoOk);
+  ByteWriter refused(readOnly, 16);
+  refused.fill(std::byte{1}, 100);
+  EXPECT_NE(refused.finish(), kIoOk);
   std::vector<std::byte> nothing(3);
   EXPECT_NE(readWholeFile("no/such/file", nothing), kIoOk);
   EXPECT_TRUE(nothing.empty());

@@ -10,23 +10,23 @@
 namespace terrain {
 namespace {
 
-/// Every field of a text: words in brackets, "-" a null, "." the end.
+/// Every field of a text: words in brackets, "-" an empty field, "." the end.
 std::string fieldsOf(std::string_view text, FreeFormat format = {}) {
   FreeFormatReader reader(text, format);
   std::string shown;
   for (int i = 0; i < 20; ++i) {
     std::string word;
     switch (reader.next(word)) {
-      case Field::value:
+      case FieldStatus::value:
         shown += '[' + word + ']';
         break;
-      case Field::null:
+      case FieldStatus::empty:
         shown += '-';
         break;
       default:
         return shown + '.';
     }
-    if (shown.ends_with("-----")) return shown;  // behind a slash nulls never end
+    if (shown.ends_with("-----")) return shown;  // after a slash empty fields never end
   }
   return shown;
 }
@@ -59,13 +59,15 @@ TEST(FreeFormat, ReadsNumbersInEveryForm) {
                         {"1e-400", 0},
                         {"0.000e999", 0},
                         {"15 m", 15},
+                        {"'15',2", 15},
                         {"15/2", 15}}) {
     SCOPED_TRACE(c.text);
     double value = -1;
     EXPECT_TRUE(readFree(c.text, value));
     EXPECT_EQ(value, c.value);
   }
-  for (const char* text : {"", "x", "1.5x", "1e", "--1", "1.2.3", "1e400", "e5", "+", "."}) {
+  for (const char* text :
+       {"", "x", "1.5x", "1e", "--1", "1.2.3", "1e400", "e5", "+", ".", "'35'x", "'3", "2*'3"}) {
     SCOPED_TRACE(text);
     double value = -1;
     EXPECT_FALSE(readFree(text, value));
@@ -81,7 +83,7 @@ TEST(FreeFormat, ReadsNumbersInEveryForm) {
   EXPECT_FALSE(readFree("2147483648", whole));
   EXPECT_TRUE(readFree("+2147483647", whole));
   EXPECT_EQ(whole, 2147483647);
-  EXPECT_TRUE(readFree(",5", whole));  // a null leaves it
+  EXPECT_TRUE(readFree(",5", whole));  // an empty field leaves it
   EXPECT_EQ(whole, 2147483647);
 }
 

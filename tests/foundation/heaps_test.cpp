@@ -3,70 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
 #include <vector>
 
 namespace terrain {
 namespace {
 
-struct Pair {
-  int32_t id;
-  float key;
-  bool operator==(const Pair&) const = default;
-};
+/// The ids as they are popped.
+std::string popAll(PriorityHeapR4 heap) {
+  std::string ids;
+  int32_t id = 0;
+  for (float key = 0; heap.Pop(id, key) == 0;) ids += std::to_string(id) + ' ';
+  return ids;
+}
 
-/// The same heap in a plain array, step by step as it is described.
-class PlainHeap {
- public:
-  void insert(Pair pair) {
-    items_.push_back(pair);
-    for (std::size_t i = items_.size(); i > 1 && items_[i / 2 - 1].key <= items_[i - 1].key; i /= 2)
-      std::swap(items_[i / 2 - 1], items_[i - 1]);
-  }
-  Pair pop() {
-    const Pair top = items_.front();
-    replaceWithLast(1);
-    return top;
-  }
-  void removeId(int32_t id) {
-    for (std::size_t i = 1; i <= items_.size(); ++i)
-      if (items_[i - 1].id == id) return replaceWithLast(i);
-  }
-
- private:
-  void replaceWithLast(std::size_t i) {
-    items_[i - 1] = items_.back();
-    items_.pop_back();
-    while (2 * i <= items_.size()) {
-      std::size_t child = 2 * i;
-      if (child < items_.size() && items_[child].key > items_[child - 1].key) ++child;
-      if (items_[i - 1].key > items_[child - 1].key) return;
-      std::swap(items_[i - 1], items_[child - 1]);
-      i = child;
-    }
-  }
-  std::vector<Pair> items_;
-};
-
-TEST(PriorityHeap, DoesWhatThePlainHeapDoes) {
-  std::mt19937 random(3);
+TEST(PriorityHeap, OrderOfEqualKeysFollowsFromItsSteps) {
   PriorityHeapR4 heap;
-  PlainHeap plain;
-  for (int turn = 0; turn < 20000; ++turn) {
-    const auto what = random() % 10;
-    if (what < 6 || heap.Size() == 0) {
-      const Pair pair{static_cast<int32_t>(random() % 500), static_cast<float>(random() % 40)};
-      ASSERT_EQ(heap.Insert(pair.id, pair.key), 0);
-      plain.insert(pair);
-    } else if (what < 9) {
-      Pair top{};
-      ASSERT_EQ(heap.Pop(top.id, top.key), 0);
-      ASSERT_EQ(top, plain.pop()) << "turn " << turn;
-    } else {
-      const auto id = static_cast<int32_t>(random() % 500);
-      heap.RemoveId(id);
-      plain.removeId(id);
-    }
-  }
+  for (int32_t id = 1; id <= 4; ++id) ASSERT_EQ(heap.Insert(id, 5), 0);
+  EXPECT_EQ(popAll(heap), "4 3 1 2 ");  // each rose above its equals, and sinks below them
+  for (int32_t id = 5; id <= 7; ++id) ASSERT_EQ(heap.Insert(id, static_cast<float>(id)), 0);
+  EXPECT_EQ(popAll(heap), "7 6 4 1 5 3 2 ");
+  heap.RemoveId(7);  // the root: the last, id 5, takes its place and moves down
+  heap.RemoveId(1);
+  heap.RemoveId(99);
+  EXPECT_EQ(popAll(heap), "6 4 5 3 2 ");
 }
 
 TEST(PriorityHeap, GrowsInStepsAndGivesEverythingBackInOrder) {

@@ -2,19 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "foundation/file_names.h"
-#include "support/grids.h"
+#include "support/reporting.h"
+#include "support/tools.h"
 
 namespace terrain {
 namespace {
 
-class InputFile : public ::testing::Test {
+class InputFile : public test::Reporting {
  protected:
   std::string write(std::string_view text) {
     const std::string name = dir_.path() + "in put.txt";
-    std::ofstream(name, std::ios::binary) << text;
+    test::writeBytes(name, text);
     return name;
   }
   InputFileType open(std::string_view text, const InputFileOptions& options = {}) {
@@ -31,7 +30,6 @@ class InputFile : public ::testing::Test {
     return shown;
   }
 
-  test::ConsoleCapture console_;
   test::ScratchDir dir_;
 };
 
@@ -69,7 +67,7 @@ TEST_F(InputFile, CutsLongLinesAndArguments) {
   InputFileType file = open("A: " + std::string(5000, 'x') + ", 2\nB: 1");
   LogicalLine line;
   ASSERT_EQ(file.GetLine(line), 0);
-  EXPECT_EQ(line.arguments, std::vector{std::string(256, 'x')});  // the second stood behind the cut
+  EXPECT_EQ(line.arguments, std::vector{std::string(256, 'x')});  // the second was cut off
   EXPECT_EQ(file.lines[0].size(), 4096u);
   std::string many = "K: 0";
   for (int i = 1; i < 2000; ++i) many += "," + std::to_string(i);
@@ -119,16 +117,16 @@ TEST_F(InputFile, WritesWhatItWasGiven) {
   EXPECT_EQ(file.GetLine(*std::make_unique<LogicalLine>()), -1);
   file.fileName = dir_.path() + "none/x.txt";
   EXPECT_EQ(file.Save(), -1);
-  EXPECT_NE(console_.text().find("ERROR InputUnit%Save; unable to open file "), std::string::npos);
+  EXPECT_TRUE(console_.has("ERROR InputUnit%Save; unable to open file "));
 }
 
 TEST_F(InputFile, TellsWhatCannotBeLoaded) {
   EXPECT_EQ(NewInputFile(dir_.path() + "none").status, -1);
-  EXPECT_NE(console_.text().find("  Cannot find " + dir_.path() + "none"), std::string::npos);
+  EXPECT_TRUE(console_.has("  Cannot find " + dir_.path() + "none"));
   EXPECT_EQ(open("").status, -1);
-  EXPECT_NE(console_.text().find("Input file is empty"), std::string::npos);
+  EXPECT_TRUE(console_.has("Input file is empty"));
   EXPECT_EQ(NewInputFile(dir_.path()).status, -1);
-  EXPECT_NE(console_.text().find("ERROR NewInputFile, Cannot open "), std::string::npos);
+  EXPECT_TRUE(console_.has("ERROR NewInputFile, Cannot open "));
   EXPECT_EQ(NewInputFile("/dev/zero").status, -1);
   EXPECT_EQ(linesOf(open("# only\n# comments")), "");
 }
@@ -149,7 +147,7 @@ TEST_F(InputFile, InfersColumnFormats) {
   EXPECT_EQ(formats("a,b\n123456.78,1.25\n1,1.2\n"), "R8:9:2 R4:4:2 ");
   EXPECT_EQ(formats("a,b\n1-2,E5\n"), "C :3:0 C :2:0 ");
   EXPECT_EQ(formats("a,b\n1\n2,3\n"), "I4:1:0 I4:1:0 ");
-  EXPECT_NE(console_.text().find(" WARNING Missing fields, line 2\n"), std::string::npos);
+  EXPECT_TRUE(console_.has(" WARNING Missing fields, line 2\n"));
 }
 
 TEST(Arguments, AreTakenApart) {

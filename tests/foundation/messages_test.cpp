@@ -3,18 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "foundation/units.h"
-#include "support/grids.h"
+#include "support/reporting.h"
+#include "support/tools.h"
 
 namespace terrain {
 namespace {
 
-/// The writer as a fresh process has it, with console and log in the test's hands.
 class Messages : public ::testing::Test {
  protected:
-  Messages() : before_(messages()) { messages() = MessageWriter{}; }
   ~Messages() override {
     if (logUnit_ > 0) units().close(logUnit_);
-    messages() = before_;
   }
   void openLog() {
     logUnit_ = units().freeUnit();
@@ -32,9 +30,6 @@ class Messages : public ::testing::Test {
   test::ConsoleCapture console_;
   test::ScratchDir dir_;
   int32_t logUnit_ = 0;
-
- private:
-  MessageWriter before_;
 };
 
 TEST_F(Messages, GoToTheConsoleUntilThereIsALogAndThenToBoth) {

@@ -5,10 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
-#include <fstream>
 
-#include "support/grids.h"
+#include "support/tools.h"
 
 namespace terrain {
 namespace {
@@ -17,12 +17,9 @@ namespace fs = std::filesystem;
 
 class Replacing : public ::testing::Test {
  protected:
-  std::string at(std::string_view name) const { return dir_.path() + std::string(name); }
-  void store(std::string_view name, std::string_view text) const { std::ofstream(at(name)) << text; }
-  std::string held(std::string_view name) const {
-    std::ifstream in(at(name));
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
+  std::string at(std::string_view name) const { return dir_.path(name); }
+  void store(std::string_view name, std::string_view text) const { test::writeBytes(at(name), text); }
+  std::string held(std::string_view name) const { return test::readBytes(at(name)); }
   std::size_t files() const {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(dir_.path()), {}));
   }
@@ -74,18 +71,24 @@ TEST_F(Replacing, LinksAreFollowed) {
   EXPECT_GT(platform::canReplace(at("loop")), kIoHost);
 }
 
-TEST_F(Replacing, WhatCannotBeReplacedIsToldBefore) {
+TEST_F(Replacing, WhatCannotBeReplacedIsKnownBefore) {
   fs::create_directory(at("d"));
   fs::create_symlink("/dev/null", at("device"));
   EXPECT_EQ(platform::canReplace(at("d")), kIoNotAFile);
   EXPECT_EQ(platform::canReplace(at("device")), kIoNotAFile);
   EXPECT_EQ(platform::canReplace(at("none/a")), kIoNotFound);
   EXPECT_EQ(platform::canReplace(at("a")), kIoOk);
+  const std::string cut = at(std::string("mine\0.flt", 9));  // the host would take it for "mine"
+  store("mine", "");
+  EXPECT_EQ(platform::canReplace(cut), kIoBadName);
+  EXPECT_EQ(platform::removeFile(cut), kIoBadName);
+  EXPECT_FALSE(platform::fileExists(cut) || platform::isDirectory(cut) ||
+               platform::sameFile(cut, at("mine")));
+  EXPECT_TRUE(platform::fileExists(at("mine")));
   Replacement file;
   EXPECT_EQ(file.open(at("d")), kIoNotAFile);
   EXPECT_EQ(file.openRemoval(at("d")), kIoNotAFile);
 
-  store("mine", "");
   ::chmod(at("mine").c_str(), 0666);
   fs::permissions(at(""), fs::perms{01777});
   store("d/locked", "");
@@ -101,6 +104,34 @@ TEST_F(Replacing, WhatCannotBeReplacedIsToldBefore) {
   fs::permissions(at("d"), fs::perms{0555});
   EXPECT_EXIT(asNobody(), ::testing::ExitedWithCode(0), "");
   fs::permissions(at("d"), fs::perms{0755});
+}
+
+TEST_F(Replacing, InterruptionLeavesTheOlderFileAndTheLastWords) {
+  store("a", "older");
+  const auto interrupted = [&](int signal) {
+    platform::handleInterruptions();
+    static platform::File log;  // a hook has no other state than what outlives the handler
+    static_cast<void>(log.open(at("log"), platform::Open::replace));
+    platform::setInterruptionHook({.call = [](void*) {
+      constexpr std::string_view words = "last words";
+      static_cast<void>(log.writeAt(log.size(), std::as_bytes(std::span(words))));
+    }});
+    Replacement file;
+    int32_t unit = 0;
+    std::string lost;
+    OpenBinaryScratchFile({.unit = &unit, .fileName = &lost});
+    platform::removeFile(lost);
+    test::writeBytes(lost, "another's");  // took the name of a scratch file
+    OpenBinaryScratchFile({.unit = &unit});
+    if (file.open(at("a")) == kIoOk) std::raise(signal);
+    std::_Exit(1);
+  };
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    EXPECT_EXIT(interrupted(signal), ::testing::KilledBySignal(signal), "");
+    EXPECT_EQ(held("a") + held("log") + held("Scratch0"), "olderlast wordsanother's");
+    EXPECT_EQ(files(), 3u);
+    platform::removeFile(at("Scratch0"));
+  }
 }
 
 TEST_F(Replacing, FullDiskLeavesTheOlderFiles) {

@@ -16,15 +16,14 @@ using test::Storage;
 class FloatRaster : public test::InBothStorages {
  protected:
   void write(const std::string& name, std::string_view text) {
-    std::ofstream(scratch_.path() + name, std::ios::binary) << text;
+    test::writeBytes(scratch_.path() + name, text);
   }
   template <class T>
   void writeCells(const std::string& name, const std::vector<T>& cells) {
     write(name, {reinterpret_cast<const char*>(cells.data()), cells.size() * sizeof(T)});
   }
   std::string read(const std::string& name) {
-    std::ifstream in(scratch_.path() + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return test::readBytes(scratch_.path() + name);
   }
   std::string at(const std::string& name) { return scratch_.path() + name; }
   bool onDisk() { return GetParam() == Storage::disk; }

@@ -18,14 +18,10 @@ namespace terrain {
 namespace {
 
 namespace fs = std::filesystem;
-using terrain::testing::haveTool;
-using terrain::testing::Outcome;
-using terrain::testing::shell;
-
-std::string readFile(const std::string& name) {
-  std::ifstream in(name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
+using terrain::test::haveTool;
+using terrain::test::Outcome;
+using terrain::test::readBytes;
+using terrain::test::shell;
 
 class Program : public ::testing::Test {
  protected:
@@ -33,7 +29,7 @@ class Program : public ::testing::Test {
 
   std::string at(const std::string& name) { return scratch_.path() + name; }
   void write(const std::string& name, std::string_view text) {
-    std::ofstream(at(name), std::ios::binary) << text;
+    test::writeBytes(at(name), text);
   }
   /// A hillside with a hole, as elev_site.
   void writeDem() {
@@ -48,7 +44,7 @@ class Program : public ::testing::Test {
   std::string logs() {
     std::string all;
     for (const auto& entry : fs::recursive_directory_iterator(scratch_.path()))
-      if (entry.path().filename().string().starts_with("Ostrevanmoor_")) all += readFile(entry.path());
+      if (entry.path().filename().string().starts_with("Ostrevanmoor_")) all += readBytes(entry.path());
     return all;
   }
 
@@ -88,7 +84,7 @@ TEST_F(Program, RunWritesRastersAndLogsAndLeavesNothingElse) {
     EXPECT_TRUE(platform::fileExists(at(std::string(name) + ".log"))) << name;
   }
   EXPECT_TRUE(fs::is_empty(at("s")));
-  const std::string log = readFile(at("out.log"));
+  const std::string log = readBytes(at("out.log"));
   EXPECT_TRUE(log.starts_with(
       "  Ostrevanmoor log file\n    Version 1.0.2\n    Compiled January 8, 2023\n    Started "));
   std::size_t from = 0;
@@ -107,10 +103,10 @@ TEST_F(Program, RunWritesRastersAndLogsAndLeavesNothingElse) {
   EXPECT_TRUE(done.text.starts_with(
       " ===========================================\n Program Ostrevanmoor\n   compile date January 8, 2023\n"
       "   version 1.0.2\n -------------------------------------------\n Started "));
-  EXPECT_NE(readFile(at("out.hdr")).find(" #  Created by: Ostrevanmoor\n"), std::string::npos);
+  EXPECT_NE(readBytes(at("out.hdr")).find(" #  Created by: Ostrevanmoor\n"), std::string::npos);
 
   // The saved rasters are inputs that give the same result; further words on a line do no harm.
-  const std::string first = readFile(at("out.flt"));
+  const std::string first = readBytes(at("out.flt"));
   const Outcome again =
       run("\xEF\xBB\xBF"
           "DEM: FILE = elev_site, more\r\nINPUT GRADIENT RASTER: grad_15_site\r\nINPUT ASPECT RASTER: "
@@ -119,7 +115,7 @@ TEST_F(Program, RunWritesRastersAndLogsAndLeavesNothingElse) {
           "UNKNOWN: 1\r\nSPECIFIC\r\ndem: x\r\nSCRATCH DIRECTORY: s # not t\r\nOUTPUT ACCUMULATION RASTER: "
           "out\r\nOUTPUT ASPECT RASTER:\r\n");
   EXPECT_EQ(again.status, 0) << again.text;
-  EXPECT_EQ(readFile(at("out.flt")), first);
+  EXPECT_EQ(readBytes(at("out.flt")), first);
   DEM_type dem;
   dem.file = at("elev_site");
   dem.len_scale = 15;
@@ -142,8 +138,8 @@ TEST_F(Program, EveryGridOnDiskGivesTheSameBytes) {
       RunState state;
       EXPECT_TRUE(carryOutRun(state, at("in.txt")));
       memoryLimits().largestBlock.reset();
-      results[onDisk ? 1 : 0] = readFile(at("out.flt"));
-      EXPECT_EQ(readFile(at("out.log")).find("accumulateCells: created scratch file") != std::string::npos,
+      results[onDisk ? 1 : 0] = readBytes(at("out.flt"));
+      EXPECT_EQ(readBytes(at("out.log")).find("accumulateCells: created scratch file") != std::string::npos,
                 onDisk);
     }
     EXPECT_EQ(results[0], results[1]);
@@ -157,7 +153,7 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
   R4Grid_type other = test::noiseDem(39, 30, {}, {.xmin = 500000, .ymin = 4000000});
   ASSERT_EQ(other.WritefltR4(at("narrow")), 0);
   write("short.flt", std::string(100, 'x'));
-  write("short.hdr", readFile(at("elev_site.hdr")));
+  write("short.hdr", readBytes(at("elev_site.hdr")));
   write("garbage.flt", std::string(4800, '\xB7'));
   write("garbage.hdr", std::string(3000, '\x01') + std::string(1000, '\xFF'));
   write("plain.flt", std::string(100, 'x'));
@@ -233,7 +229,7 @@ TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
   for (const auto& row : keywords()) EXPECT_NE(help.text.find(row.words), std::string::npos);
   // The manual page has the same table.
   EXPECT_NE(
-      readFile(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor.1").find(".SH KEYWORDS\n" + keywordManual() + ".SH"),
+      readBytes(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor.1").find(".SH KEYWORDS\n" + keywordManual() + ".SH"),
       std::string::npos)
       << keywordManual();
   EXPECT_EQ(shell(program() + " --version").text, "Ostrevanmoor 1.0.2\n");
@@ -262,9 +258,9 @@ TEST_F(Program, TwoRunsShareAScratchDirectory) {
   }
   const Outcome all = shell(command + "wait $p1 && wait $p2 && wait $p3");
   EXPECT_EQ(all.status, 0) << all.text;
-  EXPECT_EQ(readFile(at("out1.flt")), readFile(at("out2.flt")));
+  EXPECT_EQ(readBytes(at("out1.flt")), readBytes(at("out2.flt")));
   for (const char* log : {"out1.log", "out2.log", "out3.log"})
-    EXPECT_NE(readFile(at(log)).find("CPU seconds: "), std::string::npos) << log;
+    EXPECT_NE(readBytes(at(log)).find("CPU seconds: "), std::string::npos) << log;
   EXPECT_TRUE(fs::is_empty(at("s")));
 }
 
@@ -286,7 +282,7 @@ TEST_F(Program, RastersGoToGdalAndComeFromIt) {
             0);
   const Outcome done = run(byTime({"DEM: t/elev_my.flt", "OUTPUT RASTER: t/out"}));
   ASSERT_EQ(done.status, 0) << done.text;
-  EXPECT_EQ(readFile(at("t/out.flt")), readFile(at("out.flt")));
+  EXPECT_EQ(readBytes(at("t/out.flt")), readBytes(at("out.flt")));
   ASSERT_EQ(shell(cd + "gdal_translate -q t/out.flt back.tif").status, 0);
   const auto geoTransform = [&](const std::string& file) {
     const std::string json = shell(cd + "gdalinfo -json " + file).text;

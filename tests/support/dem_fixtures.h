@@ -3,7 +3,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <fstream>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -19,10 +18,6 @@ struct RasterPlan {
   double cellsize = 10;
   std::string nodata = "-9999";
 };
-
-inline void writeText(const std::string& name, std::string_view text) {
-  std::ofstream(name, std::ios::binary) << text;
-}
 
 /// A float raster from its rows, north first; "." is the plan's nodata, "nan" not a number.
 inline void writeRaster(const std::string& stem, std::string_view rows, const RasterPlan& plan = {}) {
@@ -41,10 +36,10 @@ inline void writeRaster(const std::string& stem, std::string_view rows, const Ra
   header << "NCOLS " << cells.size() / nrows << "\nNROWS " << nrows << "\nXLLCORNER " << plan.xmin
          << "\nYLLCORNER " << plan.ymin << "\nCELLSIZE " << plan.cellsize << "\nNODATA_VALUE " << plan.nodata
          << "\n";
-  writeText(stem + ".hdr", header.str());
+  writeBytes(stem + ".hdr", header.str());
   std::string bytes(cells.size() * sizeof(float), '\0');
   std::memcpy(bytes.data(), cells.data(), bytes.size());
-  writeText(stem + ".flt", bytes);
+  writeBytes(stem + ".flt", bytes);
 }
 
 /// The cells as text, a row a line; "." is nodata.

@@ -2,60 +2,20 @@
 // Grids for tests: written as text, or as seeded noise; in memory or on disk.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "foundation/platform.h"
-#include "foundation/scratch.h"
 #include "grid/storage.h"
+#include "support/reporting.h"
+#include "support/tools.h"
 
 namespace terrain::test {
-
-/// Takes what goes to the console while it lives.
-class ConsoleCapture {
- public:
-  ConsoleCapture() : out_(platform::console().out) { platform::console().out = &text_; }
-  ~ConsoleCapture() { platform::console().out = out_; }
-  ConsoleCapture(const ConsoleCapture&) = delete;
-  ConsoleCapture& operator=(const ConsoleCapture&) = delete;
-  [[nodiscard]] std::string text() const { return text_.str(); }
-
- private:
-  std::ostream* out_;
-  std::ostringstream text_;
-};
-
-/// A temporary directory that is the scratch directory while it lives.
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::string name = (std::filesystem::temp_directory_path() / "terrain_XXXXXX").string();
-    if (mkdtemp(name.data()) != nullptr) path_ = name + "/";
-    before_ = scratchSpace();
-    OpenBinaryScratchFile({.scratchPath = path_});
-  }
-  ~ScratchDir() {
-    scratchSpace() = before_;
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-  /// With its separator.
-  [[nodiscard]] const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-  ScratchSpace before_;
-};
 
 enum class Storage { memory, disk };
 

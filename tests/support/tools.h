@@ -1,13 +1,52 @@
 #pragma once
-// Programs run by the tests: ours, and other people's tools where they are installed.
+// Files for tests, and programs that tests run: ours, and other people's tools where they are installed.
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 
-namespace terrain::testing {
+#include "foundation/scratch.h"
+
+namespace terrain::test {
+
+/// A temporary directory that is the scratch directory while it lives.
+class ScratchDir {
+ public:
+  ScratchDir() {
+    std::string name = (std::filesystem::temp_directory_path() / "terrain_XXXXXX").string();
+    if (mkdtemp(name.data()) != nullptr) path_ = name + "/";
+    OpenBinaryScratchFile({.scratchPath = path_});
+  }
+  ~ScratchDir() {
+    scratchSpace() = before_;
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+  }
+  ScratchDir(const ScratchDir&) = delete;
+  ScratchDir& operator=(const ScratchDir&) = delete;
+  /// With its separator.
+  [[nodiscard]] const std::string& path() const { return path_; }
+  [[nodiscard]] std::string path(std::string_view name) const { return path_ + std::string(name); }
+
+ private:
+  std::string path_;
+  ScratchSpace before_ = scratchSpace();
+};
+
+inline std::string readBytes(const std::string& name) {
+  std::ifstream in(name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+inline void writeBytes(const std::string& name, std::string_view bytes) {
+  std::ofstream(name, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
 
 struct Outcome {
   int status = -1;   ///< exit status; 128 and the number for a signal
@@ -28,4 +67,4 @@ inline Outcome shell(const std::string& command) {
 
 inline bool haveTool(const std::string& tool) { return shell("command -v " + tool).status == 0; }
 
-}  // namespace terrain::testing
+}  // namespace terrain::test

@@ -11,8 +11,8 @@
 namespace terrain {
 namespace {
 
-using terrain::testing::attribute;
-using terrain::testing::Messages;
+using terrain::test::attribute;
+using terrain::test::Messages;
 
 /// Three records of every type, in the order I4, I8, R4, R8, text.
 class Table : public ::testing::Test {

@@ -8,7 +8,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 /// Values of records as text, with 6 digits, which reals of both widths hold.
 std::string shown(const DataTableType& table) {

@@ -10,7 +10,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 class Dbf : public ::testing::Test {
  protected:

@@ -15,7 +15,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 /// The cells of a line, each followed by "|".
 std::string cellsOf(std::string line) {

@@ -7,7 +7,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 class LineVectors : public OutlineFiles {
  protected:

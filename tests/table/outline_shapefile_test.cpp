@@ -6,7 +6,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 struct Lines {
   using Table = LineVectorType;

@@ -4,7 +4,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 class PolygonVectors : public OutlineFiles {};
 

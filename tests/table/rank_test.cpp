@@ -7,7 +7,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 using Ranks = std::vector<int32_t>;
 
 class RankOfRecords : public ::testing::Test {

@@ -15,7 +15,7 @@
 #include "table/shapefile.h"
 #include "table_support.h"
 
-namespace terrain::testing {
+namespace terrain::test {
 
 inline std::string asText(const std::vector<std::byte>& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -184,4 +184,4 @@ inline std::vector<int32_t> idsOf(DataTableType& table) {
   return ids;
 }
 
-}  // namespace terrain::testing
+}  // namespace terrain::test

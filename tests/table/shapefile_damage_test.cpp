@@ -9,7 +9,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 struct Kind {
   const char* name;

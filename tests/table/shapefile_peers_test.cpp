@@ -7,7 +7,7 @@
 namespace terrain {
 namespace {
 
-using namespace terrain::testing;
+using namespace terrain::test;
 
 // ---- real files ----
 

@@ -2,76 +2,20 @@
 // Shared by the tests of the tables: captured messages, scratch directories, tables and DBF files
 // made of a few words.
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "foundation/bytes.h"
-#include "foundation/messages.h"
-#include "foundation/platform.h"
+#include "support/reporting.h"
+#include "support/tools.h"
 #include "table/data_table.h"
 
-namespace terrain::testing {
+namespace terrain::test {
 
-/// Everything that is reported while it lives.
-class Messages {
- public:
-  Messages() : keptConsole_(platform::console()), keptWriter_(messages()) {
-    platform::console().out = &text_;
-    messages() = {};
-  }
-  ~Messages() {
-    platform::console() = keptConsole_;
-    messages() = keptWriter_;
-  }
-  Messages(const Messages&) = delete;
-  Messages& operator=(const Messages&) = delete;
-  [[nodiscard]] std::string text() const { return text_.str(); }
-  [[nodiscard]] bool has(std::string_view line) const { return text().find(line) != std::string::npos; }
-  void clear() { text_.str(""); }
-
- private:
-  std::ostringstream text_;
-  platform::Console keptConsole_;
-  MessageWriter keptWriter_;
-};
-
-/// A directory of its own, removed with the object.
-class Scratch {
- public:
-  Scratch() {
-    static int number = 0;
-    directory_ = std::filesystem::temp_directory_path() /
-                 ("table_test_" + std::to_string(::getpid()) + "_" + std::to_string(++number));
-    std::filesystem::create_directories(directory_);
-  }
-  ~Scratch() {
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  [[nodiscard]] std::string path(std::string_view name) const { return (directory_ / name).string(); }
-
- private:
-  std::filesystem::path directory_;
-};
-
-inline std::string readBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-inline void writeBytes(const std::string& path, std::string_view bytes) {
-  std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
+using Messages = ConsoleCapture;
+using Scratch = ScratchDir;
 
 inline AttributeType attribute(std::string_view name, std::string_view type, int32_t length = 12,
                                int32_t decimals = 0) {
@@ -118,4 +62,4 @@ inline std::string rawDbf(const std::vector<RawDbfField>& fields, const std::vec
   return std::string(ByteReader(bytes).text(bytes.size()));
 }
 
-}  // namespace terrain::testing
+}  // namespace terrain::test
