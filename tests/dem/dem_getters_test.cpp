@@ -50,10 +50,8 @@ TEST_P(DemGetters, ReadOnFirstUseAndOnceOnly) {
 
 TEST_P(DemGetters, EachFindsItsOwnRaster) {
   int value = 1;
-  for (const char* name : {"plan_15_site", "prof_15_site", "bcon_15_site", "accum_site", "ang_site"}) {
-    const std::string cell = std::to_string(value++) + " ";
-    writeRaster(at(name), cell + cell + cell + "\n" + cell + cell + cell);
-  }
+  for (const std::string name : {"plan_15_site", "prof_15_site", "bcon_15_site", "accum_site", "ang_site"})
+    writeRaster(at(name), "0 0 0\n0 0 " + std::to_string(value++));
   DEM_type dem = site();
   value = 1;
   for (const auto& [get, grid] : {std::pair{&DEM_type::GetPlan, &dem.plan},
@@ -151,25 +149,19 @@ TEST_P(DemGetters, InputRastersAreCheckedAgainstTheDEM) {
   const DEM_type dem = site();
   R4Grid_type grid;
   constexpr MatchTexts texts{.routine = "here", .message = "differs"};
-  writeRaster(at("input"), "1 -7 nan\n4 5 -9999", {.nodata = "-7"});
-  ASSERT_EQ(readRaster(grid, at("input.flt")), 0);
-  EXPECT_EQ(showCells(grid), "1 . .\n4 5 .");
-  EXPECT_TRUE(matchesDEM(dem, grid, at("input"), texts));
-  EXPECT_FALSE(printed("differs"));
   for (const RasterPlan& plan :
-       {RasterPlan{.xmin = 1010}, RasterPlan{.ymin = 2000.5}, RasterPlan{.cellsize = 10.1}}) {
+       {RasterPlan{}, RasterPlan{.xmin = 1010}, RasterPlan{.ymin = 2000.5}, RasterPlan{.cellsize = 10.1}}) {
     writeRaster(at("input"), "1 2 3\n4 5 6", plan);
-    ASSERT_EQ(readRaster(grid, at("input")), 0);
-    EXPECT_FALSE(matchesDEM(dem, grid, at("input"), texts));
+    ASSERT_EQ(readRaster(grid, at("input.flt")), 0);
+    const bool same = plan.xmin == 1000 && plan.ymin == 2000 && plan.cellsize == 10;
+    EXPECT_EQ(matchesDEM(dem, grid, at("input"), texts), same);
+    EXPECT_EQ(printed("differs"), !same);
   }
   writeRaster(at("input"), "1 2\n4 5\n6 7");
   ASSERT_EQ(readRaster(grid, at("input")), 0);
   EXPECT_FALSE(matchesDEM(dem, grid, at("input"), texts));
   EXPECT_TRUE(printed("ERROR: here\n FILE: " + at("input") + "\n differs\n   Raster " + at("input") +
                       ": 2 columns, 3 rows"));
-  writeText(at("input.flt"), "short");
-  EXPECT_EQ(readRaster(grid, at("input")), -1);
-  EXPECT_FALSE(grid.GridExists());
 }
 
 TEST_P(DemGetters, PinMustMatchTheDEM) {

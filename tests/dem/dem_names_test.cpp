@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "dem/dem.h"
 #include "dem/naming.h"
 #include "support/dem_fixtures.h"
@@ -57,7 +55,6 @@ TEST_F(DemNames, ComeFromDirectoryAndIdentifierOrTheReference) {
   EXPECT_EQ(dem.refPath, "d:\\ref\\");
   EXPECT_EQ(dem.refID, "old");
   EXPECT_EQ(dem.refDataID, "data");
-  EXPECT_TRUE(dem.DEMexists());
   EXPECT_EQ(dem.xmin, 1015);
   EXPECT_EQ(dem.ymax, 2000 + 30 + 15);
   EXPECT_EQ(dem.nodata, kNodata);
@@ -134,13 +131,6 @@ TEST_F(DemNames, DerivedRastersAreBesideTheReference) {
   EXPECT_EQ(dem.resolveName("grad_"), dir_.path() + "grad_site");
   dem.refDataID = "data";
   EXPECT_EQ(dem.resolveName("plan_"), dir_.path() + "plan_data");
-
-  // Without a directory the current one is meant.
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(dir_.path());
-  dem.path = dem.refPath = "";
-  EXPECT_EQ(dem.resolveName("plan_"), "plan_data");
-  std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -38,11 +38,9 @@ TEST_F(ParameterFile, NamesTheDEMAndReadsItsHeader) {
   EXPECT_EQ(dem.dataID, "data");
   EXPECT_EQ(dem.len_scale, -9999.0);
   EXPECT_EQ(dem.nodata, kNodata);
-  for (const std::string& line :
-       {"Path    : " + dir_.path(), std::string("DEM ID  : site"), std::string("Ncols   : 3"),
-        std::string("Nrows   : 2"), std::string("Xmin    : 1000."), std::string("Cellsize: 30."),
-        std::string("DEM units = meters"), std::string("Setting nodata to -9999.")})
-    EXPECT_TRUE(printed(line)) << line;
+  EXPECT_TRUE(printed(" Path    : " + dir_.path() +
+                      "\n DEM ID  : site\n Ncols   : 3\n Nrows   : 2\n Xmin    : 1000."));
+  EXPECT_TRUE(printed("\n DEM units = meters\n Setting nodata to -9999.\n"));
 }
 
 TEST_F(ParameterFile, FormsTheFileFromTheGivenNames) {
