@@ -20,8 +20,12 @@ namespace {
 namespace fs = std::filesystem;
 using terrain::test::haveTool;
 using terrain::test::Outcome;
-using terrain::test::readBytes;
 using terrain::test::shell;
+
+std::string readBytes(const std::string& name) {
+  std::ifstream in(name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
 
 class Program : public ::testing::Test {
  protected:
@@ -29,7 +33,7 @@ class Program : public ::testing::Test {
 
   std::string at(const std::string& name) { return scratch_.path() + name; }
   void write(const std::string& name, std::string_view text) {
-    test::writeBytes(at(name), text);
+    std::ofstream(at(name), std::ios::binary) << text;
   }
   /// A hillside with a hole, as elev_site.
   void writeDem() {
@@ -156,8 +160,6 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
   write("short.hdr", readBytes(at("elev_site.hdr")));
   write("garbage.flt", std::string(4800, '\xB7'));
   write("garbage.hdr", std::string(3000, '\x01') + std::string(1000, '\xFF'));
-  write("plain.flt", std::string(100, 'x'));
-  write("plain.hdr", "NCOLS 40\nNROWS 30\nXLLCORNER 0\nYLLCORNER 0\nCELLSIZE 10\n");
   write("two.flt", std::string(4800, '\0'));
   write("two.hdr", "NCOLS 40\nNROWS 30\nXLLCORNER 0\nYLLCORNER 0\nXCELLSIZE 10\nYCELLSIZE 20\n");
   struct Case {
@@ -170,7 +172,6 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
              {"Error finding DEM", "Error reading LENGTH SCALE\n LINE: 2", "Error reading CONDUCTIVITY",
               "FILE: nob\n Cannot find INPUT BCON RASTER", "Error reading OUTPUT RASTER\n LINE: 6",
               "Error reading input file\n PROGRAM ABORTED"}},
-        {{"DURATION: /"}, {"Error reading DURATION"}},
         {{"DURATION: 2*"}, {"Error reading DURATION"}},
         {{"OUTPUT RASTER: " + std::string(300, 'x')}, {"The value is longer than 256 characters"}},
         {{"DEM: elev_site\nMAX DISTANCE: 5"}, {"Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE"}},
@@ -188,8 +189,6 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
          {"Output raster would replace a raster that is to be saved"}},
         {{"DEM: short"},
          {"short.flt", "The raster file is shorter than its header says", "Error reading DEM"}},
-        {{"DEM: plain"},
-         {"FILE: plain.flt\n Unknown bit depth\n The raster file is shorter than its header says"}},
         {{"DEM: garbage"}, {"garbage.hdr"}},
         {{"DEM: two"}, {"The DEM must have square cells", "Error reading input rasters"}},
         {{"INPUT ASPECT RASTER: narrow"},
@@ -208,12 +207,16 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
 TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
   writeDem();
   const std::string cd = "cd '" + scratch_.path() + "' && ";
-  EXPECT_EQ(shell(cd + program() + " none.txt").status, 1);
-  EXPECT_NE(shell(cd + program() + " none.txt").text.find("Cannot find none.txt"), std::string::npos);
-  EXPECT_EQ(shell(cd + program() + " </dev/null").status, 1);
-  EXPECT_EQ(shell(cd + program() + " s").status, 1);
-  EXPECT_NE(shell(cd + program() + " x").text.find("Cannot find input file"), std::string::npos);
-  EXPECT_NE(shell(cd + program() + " test").text.find("Cannot find test.txt file"), std::string::npos);
+  for (const auto& [arguments, message] : {std::pair{" none.txt", "Cannot find none.txt"},
+                                           {" </dev/null", "Input file (full path): "},
+                                           {" scratch", "Input file: scratch"},
+                                           {" x", "Cannot find input file"},
+                                           {" test", "Cannot find test.txt file"},
+                                           {" a b", "Usage: ostrevanmoor"}}) {
+    const Outcome failed = shell(cd + program() + arguments);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.text.find(message), std::string::npos) << failed.text;
+  }
   write("in put.txt", byTime());
   EXPECT_EQ(shell(cd + program() + " 'in put.txt'").status, 0);
   EXPECT_EQ(shell(cd + "echo \"'in put.txt' more\" | " + program()).status, 0);
@@ -233,7 +236,6 @@ TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
       std::string::npos)
       << keywordManual();
   EXPECT_EQ(shell(program() + " --version").text, "Ostrevanmoor 1.0.2\n");
-  EXPECT_EQ(shell(program() + " a b").status, 1);
 }
 
 TEST_F(Program, FullDiskEndsWithStatusOneAndTheLogStays) {
@@ -249,7 +251,7 @@ TEST_F(Program, FullDiskEndsWithStatusOneAndTheLogStays) {
   EXPECT_EQ(limited.status, 1) << limited.text;
 }
 
-TEST_F(Program, TwoRunsShareAScratchDirectory) {
+TEST_F(Program, RunsAtTheSameTimeShareAScratchDirectory) {
   writeDem();
   std::string command = "cd '" + scratch_.path() + "'; ";
   for (const char* n : {"1", "2", "3"}) {
@@ -258,9 +260,10 @@ TEST_F(Program, TwoRunsShareAScratchDirectory) {
   }
   const Outcome all = shell(command + "wait $p1 && wait $p2 && wait $p3");
   EXPECT_EQ(all.status, 0) << all.text;
-  EXPECT_EQ(readBytes(at("out1.flt")), readBytes(at("out2.flt")));
-  for (const char* log : {"out1.log", "out2.log", "out3.log"})
-    EXPECT_NE(readBytes(at(log)).find("CPU seconds: "), std::string::npos) << log;
+  for (const char* n : {"out1", "out2", "out3"}) {
+    EXPECT_EQ(readBytes(at("out1.flt")), readBytes(at(std::string(n) + ".flt")));
+    EXPECT_NE(readBytes(at(std::string(n) + ".log")).find("CPU seconds: "), std::string::npos) << n;
+  }
   EXPECT_TRUE(fs::is_empty(at("s")));
 }
 
@@ -283,13 +286,6 @@ TEST_F(Program, RastersGoToGdalAndComeFromIt) {
   const Outcome done = run(byTime({"DEM: t/elev_my.flt", "OUTPUT RASTER: t/out"}));
   ASSERT_EQ(done.status, 0) << done.text;
   EXPECT_EQ(readBytes(at("t/out.flt")), readBytes(at("out.flt")));
-  ASSERT_EQ(shell(cd + "gdal_translate -q t/out.flt back.tif").status, 0);
-  const auto geoTransform = [&](const std::string& file) {
-    const std::string json = shell(cd + "gdalinfo -json " + file).text;
-    const std::size_t from = json.find("\"geoTransform\"");
-    return json.substr(from, json.find(']', from) - from);
-  };
-  EXPECT_EQ(geoTransform("back.tif"), geoTransform("my.tif"));
 }
 
 }  // namespace
