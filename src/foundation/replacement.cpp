@@ -31,10 +31,12 @@ IoCode Replacement::openTemporary() {
     temporary_ = stem + freeText(number);
     const IoCode code = file_.open(temporary_, platform::Open::create);
     if (code == kIoAlreadyThere) continue;
-    if (code == kIoOk)
+    if (code == kIoOk) {
       watched_.watch(temporary_);
-    else
+      (void)file_.copyPermissions(target_);  // a file system without permissions must not fail the output
+    } else {
       temporary_.clear();
+    }
     return code;
   }
 }
@@ -46,10 +48,8 @@ TextFile& Replacement::text() {
 
 IoCode Replacement::close() {
   const IoCode flushed = text_ ? text_->flush() : kIoOk;
-  IoCode copied = kIoOk;
-  if (!isRemoval_ && platform::nameExists(target_)) copied = file().copyPermissions(target_);
   const IoCode closed = file().close();
-  return flushed != kIoOk ? flushed : copied != kIoOk ? copied : closed;
+  return flushed != kIoOk ? flushed : closed;
 }
 
 IoCode Replacement::putInPlace(bool keepOlder) {
@@ -72,10 +72,11 @@ IoCode Replacement::putInPlace(bool keepOlder) {
 }
 
 void Replacement::putBack() {
-  if (change_ == Change::exchanged) (void)platform::exchangeFiles(temporary_, target_);
-  if (change_ == Change::removed) (void)platform::renameFile(temporary_, target_);
+  IoCode code = kIoOk;
+  if (change_ == Change::exchanged) code = platform::exchangeFiles(temporary_, target_);
+  if (change_ == Change::removed) code = platform::renameFile(temporary_, target_);
   if (change_ == Change::created) platform::removeFile(target_);
-  change_ = Change::none;
+  if (code != kIoOk) temporary_.clear();  // the older file stays under that name rather than be lost
 }
 
 void Replacement::discard() {

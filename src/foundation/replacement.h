@@ -14,9 +14,10 @@
 namespace terrain {
 
 /// A new file that will replace its target, or the removal of the target. A symbolic link as target stays:
-/// the file that it points to is replaced. The new file has the permission bits of the older one; hard links
-/// to the older one keep the older content. Nothing is synchronised with the disk: faults that the host
-/// reports at writing and closing are found, a power failure is not guarded against.
+/// the file that it points to is replaced. The new file has the permission bits of the older one from its
+/// start, where the file system knows them; hard links to the older one keep the older content. Nothing is
+/// synchronised with the disk: faults that the host reports at writing and closing are found, a power failure
+/// is not guarded against.
 class Replacement {
  public:
   Replacement() = default;
