@@ -20,12 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 using terrain::test::haveTool;
 using terrain::test::Outcome;
+using terrain::test::readBytes;
 using terrain::test::shell;
-
-std::string readBytes(const std::string& name) {
-  std::ifstream in(name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 class Program : public ::testing::Test {
  protected:
