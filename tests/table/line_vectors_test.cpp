@@ -217,8 +217,6 @@ TEST_F(SegmentsInMemory, OutputsHoldWhatALineHas) {
   EXPECT_EQ(alt, y);
   ASSERT_EQ(table.Vertices(2, outX, outY), 0);
   EXPECT_TRUE(outX.empty());
-  EXPECT_EQ(table.Vertices(3, outX, outY, {.xAlt = &alt}), -1);
-  EXPECT_TRUE(alt.empty());
   double atY = 0;
   int32_t col = 7;
   table.VertexInfo(1, 2, {.col = &col, .y = &atY});
@@ -227,13 +225,9 @@ TEST_F(SegmentsInMemory, OutputsHoldWhatALineHas) {
   EXPECT_EQ(table.SetSegmentLinkA(1, 5, 3), 0);
   EXPECT_EQ(table.SetSegmentLinkA(1, 4), 0);
   EXPECT_EQ(table.segment[0].linksA, (std::vector<int64_t>{4, -9999, 5}));
-  EXPECT_EQ(table.PartStart(1, 1), -9999) << "one part without a list";
   EXPECT_EQ(table.setColRow(1, 3, 7, 8), 0);
   EXPECT_EQ(table.SegmentEnds(1).lastCol, 7);
   EXPECT_EQ(table.SegmentEnds(1).firstRow, -9999);
-  EXPECT_EQ(table.initializeSegment(2, 2), 0);
-  EXPECT_EQ(table.setColRow(2, 2, 1, 1), 0);
-  EXPECT_EQ(table.segment[1].col, (Starts{-9999, 1}));
   table.DestroySegments();
   EXPECT_EQ(table.NumFields(), 0);
 }

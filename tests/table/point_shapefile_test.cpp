@@ -62,9 +62,6 @@ TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
   ids[0] = 10;
   EXPECT_EQ(idsOf(table), ids);
   EXPECT_EQ(table.point.at(500).x, 599.0);
-  // As many points as records, but not one each.
-  ASSERT_EQ(ReadPointShapefile(table, put(Shape::multiPoint, {many(2, 5), many(0, 0)})), 0);
-  EXPECT_EQ(idsOf(table), (std::vector<int32_t>{10, 10}));
 }
 
 TEST_F(PointShapefile, FeetAreComparedBeforeTheyAreConverted) {
@@ -177,7 +174,6 @@ TEST_F(PointShapefile, RefusedTablesLeaveOlderFilesWhole) {
 TEST_F(PointShapefile, LinksAndValuesBelongToRecords) {
   PointVectorType table;
   make(table, 3);
-  EXPECT_EQ(table.LinkValue(1), -9999);
   EXPECT_EQ(table.AddLinkA(1, 2), -1) << "no points yet";
   EXPECT_EQ(table.SetLinkValue(2, 7), 0);
   EXPECT_EQ(table.LinkValue(1), 0);
@@ -187,8 +183,6 @@ TEST_F(PointShapefile, LinksAndValuesBelongToRecords) {
   EXPECT_EQ(table.AddLinkA(1, 4), -1);
   EXPECT_EQ(table.status, -1);
   EXPECT_EQ(table.NumLinksA(1), 2);
-  EXPECT_EQ(table.NumLinksA(0), -1);
-  EXPECT_EQ(table.LinkA(1), 2);
   EXPECT_EQ(table.LinkA(1, 2), 3);
   for (const int32_t index : {0, 3}) EXPECT_EQ(table.LinkA(1, index), -1);
   EXPECT_EQ(table.LinkB(1), 3);

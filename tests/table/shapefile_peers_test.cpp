@@ -27,18 +27,8 @@ std::string recordsOf(const std::string& main) {
 
 /// The type as which a table of another is written.
 Shape writtenType(Shape type) {
-  switch (type) {
-    case Shape::pointZ:
-    case Shape::pointM:
-    case Shape::multiPoint:
-      return Shape::point;
-    case Shape::polylineM:
-      return Shape::polyline;
-    case Shape::polygonM:
-      return Shape::polygonZ;
-    default:
-      return type;
-  }
+  if (isPoint(type)) return Shape::point;
+  return type == Shape::polylineM ? Shape::polyline : type == Shape::polygonM ? Shape::polygonZ : type;
 }
 
 TEST(RealShapefile, ReadWriteReadKeepsTheBytes) {
