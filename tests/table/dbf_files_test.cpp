@@ -64,19 +64,5 @@ TEST_F(DbfPeers, OgrReadsWhatIsWritten) {
   for (const char* word : {"Warning", "ERROR"}) EXPECT_EQ(listing.find(word), std::string::npos) << listing;
 }
 
-TEST_F(DbfPeers, WhatOgrWritesIsRead) {
-  writeBytes(scratch.path("in.csv"),
-             "i,r,d,t,w\n12,1.5,2001/02/03,one,a\n,,,,\n-7,2500000.25,1999/12/31,two words,z\n");
-  writeBytes(scratch.path("in.csvt"),
-             "\"Integer(5)\",\"Real(15.4)\",\"Date\",\"String(20)\",\"String(254)\"\n");
-  shell("ogr2ogr -f 'ESRI Shapefile' " + scratch.path("theirs.dbf") + " " + scratch.path("in.csv"));
-  ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("theirs.dbf")}), 0) << seen.text();
-  EXPECT_EQ(shown(table),
-            "i I4 12 -9999 -7; r R8 1.5 -9999 2.5e+06; d C 20010203 00000000 19991231; t C one  two words; w "
-            "C a  z; ");
-  EXPECT_EQ(table.FieldLength("w"), 254);
-  EXPECT_EQ(seen.text(), "");
-}
-
 }  // namespace
 }  // namespace terrain
