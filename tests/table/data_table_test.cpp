@@ -11,19 +11,16 @@
 namespace terrain {
 namespace {
 
-using terrain::test::attribute;
-using terrain::test::Messages;
+using namespace terrain::test;
 
 /// Three records of every type, in the order I4, I8, R4, R8, text.
-class Table : public ::testing::Test {
+class Table : public TableTest {
  protected:
   Table() {
-    const AttributeType list[] = {attribute("i", "I4"), attribute("l", "I8"), attribute("f", "R4"),
-                                  attribute("d", "R8"), attribute("c", "C ")};
-    EXPECT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 3}), 0);
+    make({attribute("i", "I4"), attribute("l", "I8"), attribute("f", "R4"), attribute("d", "R8"),
+          attribute("c", "C ")},
+         3);
   }
-  Messages seen;
-  DataTableType table;
 };
 
 TEST_F(Table, RealsReadAsIntegersOnlyWhenWholeOrNegative) {
@@ -250,15 +247,14 @@ TEST_F(Table, ShapesGoWithTheirRecords) {
   EXPECT_EQ(points.point[1].x, 1);
 }
 
-TEST(TextColumn, MemoryFollowsTheTextThroughManyChanges) {
+TEST(TextColumn, KeepsItsTextsThroughManyChanges) {
   TextColumn column;
   ASSERT_TRUE(column.assign(100));
-  for (std::size_t round = 0; round < 2000; ++round)
-    ASSERT_TRUE(column.set(round % 100, std::string(round % 250, static_cast<char>('a' + round % 26)) + "|"));
-  for (std::size_t record = 0; record < 100; ++record) {
-    const std::size_t round = 1900 + record;
-    EXPECT_EQ(column[record], std::string(round % 250, static_cast<char>('a' + round % 26)) + "|");
-  }
+  const auto text = [](std::size_t round) {
+    return std::string(round % 250, static_cast<char>('a' + round % 26)) + "|";
+  };
+  for (std::size_t round = 0; round < 2000; ++round) ASSERT_TRUE(column.set(round % 100, text(round)));
+  for (std::size_t record = 0; record < 100; ++record) EXPECT_EQ(column[record], text(1900 + record));
 }
 
 }  // namespace

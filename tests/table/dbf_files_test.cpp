@@ -10,8 +10,8 @@ namespace {
 
 using namespace terrain::test;
 
-/// Values of records as text, with 6 digits, which reals of both widths hold.
-std::string shown(const DataTableType& table) {
+/// The values, with 6 digits, which reals of both widths hold.
+std::string valuesOf(const DataTableType& table) {
   std::ostringstream out;
   for (const auto& field : table.field)
     visitColumn(*field, [&out](const auto& column) {
@@ -35,25 +35,21 @@ TEST(DbfFiles, RealTablesKeepTheirRecords) {
     ASSERT_EQ(table.writeDBFfile(scratch.path("out")), 0) << seen.text();
     ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0) << seen.text();
     EXPECT_EQ(back.numRecords, table.numRecords);
-    EXPECT_TRUE(shown(back) == shown(table));
+    EXPECT_TRUE(valuesOf(back) == valuesOf(table));
   }
   EXPECT_GT(found, 0);
 }
 
-class DbfPeers : public ::testing::Test {
- protected:
+class DbfPeers : public TableTest {
   void SetUp() override {
     if (!haveTool("ogr2ogr")) GTEST_SKIP() << "gdal-bin is not installed";
   }
-  Messages seen;
-  Scratch scratch;
 };
 
 TEST_F(DbfPeers, OgrReadsWhatIsWritten) {
-  DataTableType table;
-  const AttributeType list[] = {attribute("whole", "I4", 9), attribute("long", "I8", 18),
-                                attribute("real", "R8", 20, 6), attribute("text", "C ", 254)};
-  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 2}), 0);
+  make({attribute("whole", "I4", 9), attribute("long", "I8", 18), attribute("real", "R8", 20, 6),
+        attribute("text", "C ", 254)},
+       2);
   table.WriteI4Field(std::vector<int32_t>{7, -12345678}, 1);
   table.WriteI8Field(std::vector<int64_t>{123456789012345678, -5}, 2);
   table.WriteR8Field(std::vector<double>{1234567.015625, -0.5}, 3);
@@ -66,19 +62,6 @@ TEST_F(DbfPeers, OgrReadsWhatIsWritten) {
         "real (Real) = 1234567.015625", "text (String) = b c"})
     EXPECT_NE(listing.find(line), std::string::npos) << line << "\n" << listing;
   for (const char* word : {"Warning", "ERROR"}) EXPECT_EQ(listing.find(word), std::string::npos) << listing;
-}
-
-TEST_F(DbfPeers, WhatOgrWritesIsRead) {
-  writeBytes(scratch.path("in.csv"),
-             "i,r,d,t,w\n12,1.5,2001/02/03,one,a\n,,,,\n-7,2500000.25,1999/12/31,two words,z\n");
-  writeBytes(scratch.path("in.csvt"),
-             "\"Integer(5)\",\"Real(15.4)\",\"Date\",\"String(20)\",\"String(254)\"\n");
-  shell("ogr2ogr -f 'ESRI Shapefile' " + scratch.path("theirs.dbf") + " " + scratch.path("in.csv"));
-  DataTableType table;
-  ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("theirs.dbf")}), 0) << seen.text();
-  EXPECT_EQ(shown(table), "12|-9999|-7|1.5|-9999|2.5e+06|20010203|00000000|19991231|one||two words|a||z|");
-  EXPECT_EQ(table.FieldLength("w"), 254);
-  EXPECT_EQ(seen.text(), "");
 }
 
 }  // namespace

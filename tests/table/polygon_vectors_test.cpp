@@ -6,7 +6,11 @@ namespace {
 
 using namespace terrain::test;
 
-class PolygonVectors : public OutlineFiles {};
+class PolygonVectors : public OutlineFiles {
+ protected:
+  PolyVectorType table;
+  PolyVectorType back;
+};
 
 /// A square with a hole.
 const Outline kHoled{.starts = {0, 5},
@@ -20,13 +24,11 @@ TEST_F(PolygonVectors, MeasuresAreWrittenWhereAnyRecordHasThem) {
   without.m.clear();
   Outline missing = kHoled;
   missing.m.assign(9, -1e40);
-  PolyVectorType table;
   const std::string main = scratch.path("out.shp");
   ASSERT_EQ(ReadPolygonShapefile(table, put(Shape::polygonZ, {without, kHoled, missing})), 0) << seen.text();
   ASSERT_EQ(table.WritePolygonZShapefile(scratch.path("out")), 0);
   EXPECT_EQ(readBytes(main).size(), 100u + 84 * 3 + 4 * 6 + 32 * 27);
   EXPECT_EQ(numbersAt(main, 68, 4), (Numbers{1, 9, 0, 8})) << "missing measures do not widen the range";
-  PolyVectorType back;
   ASSERT_EQ(ReadPolygonShapefile(back, scratch.path("out")), 0) << seen.text();
   EXPECT_EQ(back.polygon[0].m, Numbers(9, -1e39));
   EXPECT_EQ(back.polygon[1].m, kHoled.m);
@@ -41,7 +43,6 @@ TEST_F(PolygonVectors, MeasuresAreWrittenWhereAnyRecordHasThem) {
 TEST_F(PolygonVectors, MaximaOfTheHeaderAreAtLeastZero) {
   Outline negative{.starts = kHoled.starts, .x = kHoled.x, .y = kHoled.y};
   for (double& x : negative.x) x -= 10;
-  PolyVectorType table;
   ASSERT_EQ(ReadPolygonShapefile(table, put(Shape::polygon, {negative})), 0);
   EXPECT_EQ(table.polygon[0].xmax, -6) << "from the vertices";
   EXPECT_EQ(table.xmin, -1e6) << "from the header";
@@ -49,7 +50,6 @@ TEST_F(PolygonVectors, MaximaOfTheHeaderAreAtLeastZero) {
   ASSERT_EQ(table.WritePolygonShapefile(scratch.path("out")), 0);
   EXPECT_EQ(numbersAt(scratch.path("out.shp"), 36, 4), (Numbers{-10, 0, 0, 4}));
   EXPECT_EQ(numbersAt(scratch.path("out.shp"), 112, 4), (Numbers{-10, 0, -6, 4})) << "of the record";
-  PolyVectorType back;
   ASSERT_EQ(ReadPolygonShapefile(back, scratch.path("out")), 0);
   EXPECT_EQ(idsOf(back), (std::vector<int32_t>{10})) << "polygons have no filter but outFlag";
 }
@@ -57,7 +57,6 @@ TEST_F(PolygonVectors, MaximaOfTheHeaderAreAtLeastZero) {
 TEST_F(PolygonVectors, CoordinatesAreConvertedShiftedAndRounded) {
   R4Grid_type grid = test::emptyGrid<R4Grid_type>(3, 2, {.xmin = 5, .ymin = 6, .cellsize = 7});
   grid.units = 'f';
-  PolyVectorType table;
   ASSERT_EQ(ReadPolygonShapefile(table, put(Shape::polygonZ, {kHoled}),
                                  {.grid = &grid, .xOffset = 100, .xyDecimals = 1, .zDecimals = 1}),
             0)
@@ -69,7 +68,6 @@ TEST_F(PolygonVectors, CoordinatesAreConvertedShiftedAndRounded) {
   EXPECT_EQ(table.ncols, 3);
   EXPECT_EQ(table.xmin, 105);
   ASSERT_EQ(table.WritePolygonZShapefile(scratch.path("out")), 0);
-  PolyVectorType back;
   ASSERT_EQ(ReadPolygonShapefile(back, scratch.path("out"), {.IDfieldName = "  ", .yOffset = 1000}), 0);
   EXPECT_EQ(back.polygon[0].x[2], 101.2 * 3.2808399200439453);
   EXPECT_EQ(back.xmax, 101.2 * 3.2808399200439453);
@@ -90,7 +88,6 @@ class PolygonsInMemory : public PolygonVectors {
     table.PolygonBounds(irec, sides[0], sides[1], sides[2], sides[3]);
     return sides;
   }
-  PolyVectorType table;
 };
 
 TEST_F(PolygonsInMemory, VerticesAreReplacedWithWhatBelongsToThem) {

@@ -10,12 +10,12 @@ namespace {
 using namespace terrain::test;
 using Ranks = std::vector<int32_t>;
 
-class RankOfRecords : public ::testing::Test {
+class RankOfRecords : public TableTest {
  protected:
   RankOfRecords() {
-    const AttributeType list[] = {attribute("whole", "I4"), attribute("wide", "I8"), attribute("real", "R4"),
-                                  attribute("double", "R8"), attribute("text", "C ")};
-    EXPECT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 6}), 0);
+    make({attribute("whole", "I4"), attribute("wide", "I8"), attribute("real", "R4"),
+          attribute("double", "R8"), attribute("text", "C ")},
+         6);
     table.WriteI4Field(Ranks{30, 10, -9999, 20, 10, 40}, 1);
     table.WriteI8Field(std::vector<int64_t>{3, 1, -9999, 2, 1, int64_t{1} << 40}, 2);
     table.WriteR4Field(std::vector<float>{3, 1, NAN, 2, 1, 4}, 3);
@@ -28,8 +28,6 @@ class RankOfRecords : public ::testing::Test {
     EXPECT_EQ(table.status, 0);
     return ranks;
   }
-  Messages seen;
-  DataTableType table;
 };
 
 TEST_F(RankOfRecords, EveryTypeRanksItsValuesEqualOnesByRecord) {

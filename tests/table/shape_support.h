@@ -129,28 +129,19 @@ inline int writeShapes(PolyVectorType& table, const std::string& stem, bool z = 
   return z ? table.WritePolygonZShapefile(stem) : table.WritePolygonShapefile(stem);
 }
 
+inline bool isPoint(Shape type) {
+  return type == Shape::point || type == Shape::pointZ || type == Shape::pointM || type == Shape::multiPoint;
+}
+inline bool isLine(Shape type) {
+  return type == Shape::polyline || type == Shape::polylineZ || type == Shape::polylineM;
+}
 /// Calls f with a table for the shape type.
 template <class F>
 auto withTableOf(Shape type, F&& f) {
-  switch (type) {
-    case Shape::point:
-    case Shape::pointZ:
-    case Shape::pointM:
-    case Shape::multiPoint: {
-      PointVectorType table;
-      return f(table);
-    }
-    case Shape::polyline:
-    case Shape::polylineZ:
-    case Shape::polylineM: {
-      LineVectorType table;
-      return f(table);
-    }
-    default: {
-      PolyVectorType table;
-      return f(table);
-    }
-  }
+  PointVectorType points;
+  LineVectorType lines;
+  PolyVectorType polygons;
+  return isPoint(type) ? f(points) : isLine(type) ? f(lines) : f(polygons);
 }
 
 /// Tests that make files of lines or polygons from their outlines; one without vertices is a null shape.

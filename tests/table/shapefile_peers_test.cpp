@@ -27,18 +27,8 @@ std::string recordsOf(const std::string& main) {
 
 /// The type as which a table of another is written.
 Shape writtenType(Shape type) {
-  switch (type) {
-    case Shape::pointZ:
-    case Shape::pointM:
-    case Shape::multiPoint:
-      return Shape::point;
-    case Shape::polylineM:
-      return Shape::polyline;
-    case Shape::polygonM:
-      return Shape::polygonZ;
-    default:
-      return type;
-  }
+  if (isPoint(type)) return Shape::point;
+  return type == Shape::polylineM ? Shape::polyline : type == Shape::polygonM ? Shape::polygonZ : type;
 }
 
 TEST(RealShapefile, ReadWriteReadKeepsTheBytes) {
@@ -126,15 +116,17 @@ TEST_F(Peers, PointsKeepNumbersAndFieldTypes) {
                                    std::string("WKT") + kFields +
                                        "\"POINT (1.25 2.5)\",7,2.125,2020/01/02,one\n"
                                        ",8,-3.5,2021/03/04,without a place\n"
-                                       "\"POINT (1e6 123456.78901234567)\",-9,0.001,1999/12/31,three\n",
+                                       "\"POINT (1e6 123456.78901234567)\",-9,0.001,1999/12/31,three\n"
+                                       "\"POINT (3 4)\",,,,\n",
                                    "-nlt POINT");
   PointVectorType table;
   ASSERT_EQ(ReadPointShapefile(table, stem), 0) << seen.text();
   EXPECT_EQ(table.point.at(1).y, 123456.78901234567);
-  EXPECT_EQ(table.Minimum({.fieldName = "R"}), 0.001);
+  EXPECT_EQ(shown(table),
+            "N I4 7 -9 -9999; R R8 2.125 0.001 -9999; D C 20200102 19991231 00000000; T C one three ; ");
   ASSERT_EQ(table.WritePointShapefile(scratch.path("out")), 0) << seen.text();
   const std::string list = listing(scratch.path("out"));
-  for (const char* part : {"Feature Count: 2", " 123456.789012346)", "three", "19991231"})
+  for (const char* part : {"Feature Count: 3", " 123456.789012346)", "three", "19991231"})
     EXPECT_NE(list.find(part), std::string::npos) << list;
   // Names, types and widths are those of the file that was read; a date is written as text.
   std::istringstream before(listing(stem));

@@ -28,6 +28,31 @@ inline AttributeType attribute(std::string_view name, std::string_view type, int
   return made;
 }
 
+/// Names, types and values of all fields, as "NAME type v v v; ".
+inline std::string shown(const DataTableType& table) {
+  std::ostringstream out;
+  for (const auto& content : table.field) {
+    out << content->name.trimmed() << " " << content->dataType.trimmed();
+    visitColumn(*content, [&out](const auto& column) {
+      for (std::size_t r = 0; r < column.size(); ++r) out << " " << column[r];
+    });
+    out << "; ";
+  }
+  return out.str();
+}
+
+/// A test of tables: one table, what is reported and a directory.
+class TableTest : public ::testing::Test {
+ protected:
+  /// Makes the table of empty columns.
+  void make(const std::vector<AttributeType>& list, int64_t numRecords) {
+    ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = numRecords}), 0) << seen.text();
+  }
+  Messages seen;
+  Scratch scratch;
+  DataTableType table;
+};
+
 /// One field of a DBF file made by hand.
 struct RawDbfField {
   std::string name;
