@@ -71,16 +71,10 @@ int setRow(GridOf<T>& grid, int32_t row, std::span<const T> array, const SetRowT
 
 // ---- windows ----
 
-std::size_t windowCells(const Window& window) {
-  if (window.col2 < window.col1 || window.row2 < window.row1) return 0;
-  return static_cast<std::size_t>(int64_t{window.col2} - window.col1 + 1) *
-         static_cast<std::size_t>(int64_t{window.row2} - window.row1 + 1);
-}
-
 /// Cells outside the grid give nodata, and so do NaNs, in both places of storage.
 template <Cell T>
 void extractWindow(const GridOf<T>& grid, std::span<T> array, const Window& window, std::string_view tag) {
-  if (array.size() < windowCells(window)) {
+  if (array.size() < window.cells()) {
     std::ranges::fill(array, grid.nodataValue());
     return;
   }
@@ -103,7 +97,7 @@ template <Cell T, class Combine>
 int setWindow(GridOf<T>& grid, const Window& window, std::span<const T> array, std::string_view tag,
               std::string_view readTag, const AccessTexts& setCellTexts, Combine combine) {
   Attempt attempt{grid.status};
-  if (array.size() < windowCells(window)) return fail(tag, "Input array does not match window");
+  if (array.size() < window.cells()) return fail(tag, "Input array does not match window");
   if (grid.onDisk && !grid.cellAccess && grid.SetCellAccess() != kSuccess)
     return fail(tag, "setCellAccess failed");
   // One report for all the cells of the window that lie outside.
@@ -249,8 +243,11 @@ int R4Grid_type::multiplyCellR4(int32_t col, int32_t row, float factor) {
   return changeCell(col, row, changing("multiplyCellR4 in Grid_Module"), kReadR4,
                     [=](float v) { return v * factor; });
 }
-void R4Grid_type::SetR4List(std::span<const ColRow> list, float newValue) {
-  for (const ColRow& cell : list) setCell(cell.col, cell.row, newValue, {.routine = kSetR4.routine});
+int R4Grid_type::SetR4List(std::span<const ColRow> list, float newValue) {
+  Attempt attempt{status};
+  for (const ColRow& cell : list)
+    if (contains(cell) && SetR4CellColRow(cell.col, cell.row, newValue) != kSuccess) return kFailure;
+  return attempt.succeed();
 }
 void R4Grid_type::ExtractR4row(std::span<float> array, int32_t row) const {
   extractRow(*this, array, row, "ExtractR4row in Grid_Module");

@@ -8,6 +8,8 @@
 // ymax) that of the north-east cell, not the outer edge: the area covered runs to xmax + xcellsize
 // and ymax + ycellsize.
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -30,6 +32,23 @@ struct Point {
 /// A rectangle of cells, both ends included.
 struct Window {
   int32_t col1 = 1, col2 = 0, row1 = 1, row2 = 0;
+
+  [[nodiscard]] bool empty() const { return col2 < col1 || row2 < row1; }
+  [[nodiscard]] std::size_t width() const { return static_cast<std::size_t>(std::int64_t{col2} - col1 + 1); }
+  /// 0 for a window without cells.
+  [[nodiscard]] std::size_t cells() const {
+    return empty() ? 0 : width() * static_cast<std::size_t>(std::int64_t{row2} - row1 + 1);
+  }
+  /// Where an array of the window's rows holds a cell of the window.
+  [[nodiscard]] std::size_t offsetOf(int32_t col, int32_t row) const {
+    return static_cast<std::size_t>(std::int64_t{row} - row1) * width() +
+           static_cast<std::size_t>(std::int64_t{col} - col1);
+  }
+};
+
+/// A window of which any side may be left out: it then lies at the end of the grid.
+struct WindowArgs {
+  std::optional<int32_t> col1{}, col2{}, row1{}, row2{};
 };
 
 /// Which fields of the extent `GetExtent` copies out; null for those not wanted.
@@ -74,6 +93,13 @@ struct GridGeometry {
     return col >= 1 && row >= 1 && col <= cols() && row <= rows();
   }
   [[nodiscard]] bool contains(ColRow cell) const { return contains(cell.col, cell.row); }
+  /// The part of a window that lies within the grid; an empty one where there is none.
+  [[nodiscard]] Window clipped(const WindowArgs& window) const {
+    return {.col1 = std::max(window.col1.value_or(1), 1),
+            .col2 = std::min(window.col2.value_or(cols()), cols()),
+            .row1 = std::max(window.row1.value_or(1), 1),
+            .row2 = std::min(window.row2.value_or(rows()), rows())};
+  }
 
   // ---- coordinates and cells ----
   /// The lattice cell at or below-left of a point. There is no column or row 0: cells west of the

@@ -57,6 +57,18 @@ struct EvansArgs {
   float* curvPrincipal = nullptr;
 };
 
+/// What `MinR4` and `MinR4At` count.
+struct MinOptions {
+  WindowArgs window{};                    ///< absent sides: the whole grid; cut to the grid
+  std::optional<bool> greaterThanZero{};  ///< only cells above `lowerBound`; absent: as `lowerBound` is given
+  bool includeNodata = false;
+  std::optional<float> lowerBound{};  ///< exclusive; 0 where only `greaterThanZero` is given
+};
+struct MaxOptions {
+  WindowArgs window{};
+  bool includeNodata = false;
+};
+
 class R4Grid_type : public GridOf<float> {
  public:
   [[nodiscard]] float GetNodataR4() const { return nodataValue(); }
@@ -74,8 +86,8 @@ class R4Grid_type : public GridOf<float> {
   int AddR4(int32_t col, int32_t row, float amount);
   int SubtractR4(int32_t col, int32_t row, float amount);
   int multiplyCellR4(int32_t col, int32_t row, float factor);
-  /// Sets each listed cell; cells outside the grid are passed over.
-  void SetR4List(std::span<const ColRow> list, float newValue);
+  /// Sets each listed cell; cells outside the grid are passed over. 0, or -1 with a report.
+  int SetR4List(std::span<const ColRow> list, float newValue);
 
   // ---- rows and windows (grid/access.cpp) ----
   /// A row outside the grid gives -9999.0 whatever the nodata value is.
@@ -85,9 +97,48 @@ class R4Grid_type : public GridOf<float> {
   void ExtractR4Neighbours(std::array<float, 9>& array, int32_t col, int32_t row) const;
   int setWindowR4(const Window& window, std::span<const float> array);
 
-  // ---- arithmetic (grid/arithmetic.cpp) ----
-  /// Multiplies every cell that is not nodata, in float32. Status 0, or -1 with a report.
+  // ---- arithmetic in place (grid/arithmetic.cpp): in float32, nodata and NaN stay; 0, or -1 with a report
+  // ----
   int scalarMultiplyR4(float by);
+  /// A division by 0 is refused.
+  int scalarDivideR4(float by);
+  int scalarAddR4(float amount);
+  /// value - cell; with `positiveOnly` for the cells above 0.0 alone.
+  int ValueMinusR4Grid(float value, bool positiveOnly = false);
+  /// cell * other's cell; nodata where the other cell is missing. Refused where the counts differ.
+  int MultiplyR4(const R4Grid_type& other);
+  int AddR4Grid(const R4Grid_type& other);
+  int SubtractR4Grid(const R4Grid_type& other);
+  /// min(cell, value); a nodata value of 0 or less takes part like any other, one above 0 stays.
+  int SetToMinR4(float value);
+  /// max(cell, value).
+  int SetToMaxR4(float value);
+  /// Every cell takes the value, those that are missing too.
+  int SetAllR4(float value);
+
+  // ---- sign (grid/signs.cpp): a window is cut to the grid; a NaN stays; 0, or -1 with a report ----
+  /// -|cell|, nodata not excepted: a cell of a nodata value above 0 no longer reads as nodata.
+  int SetNegativeR4(const WindowArgs& window = {});
+  /// |cell|; nodata stays.
+  int SetPositiveR4(const WindowArgs& window = {});
+
+  // ---- copies (grid/clones.cpp) ----
+  /// Makes `result` a copy of this grid, on disk or in memory as asked for, else as `result` is flagged. The
+  /// status of `result` is set. 0, or -1 with a report.
+  int cloneR4(R4Grid_type& result, std::optional<bool> disk = std::nullopt) const;
+  /// Takes the cells of a grid of the same geometry; its nodata becomes that of this grid. 0, or -1 with a
+  /// report.
+  int R4GridCopy(const R4Grid_type& source);
+
+  // ---- smallest and largest value (grid/extremes.cpp) ----
+  /// The smallest of the cells above nodata, where nodata is above 0 of all that are not nodata;
+  /// 3.4028235e38 if there is none. Status -1, with a report, if the rows cannot be read, or if
+  /// `includeNodata` and `greaterThanZero` meet a nodata value of 0 or less.
+  [[nodiscard]] float MinR4(const MinOptions& options = {});
+  /// The same, and the first cell in row order that holds it; (0, 0) if there is none.
+  [[nodiscard]] float MinR4At(ColRow& at, const MinOptions& options = {});
+  /// The largest of the same cells; -3.4028235e38 if there is none.
+  [[nodiscard]] float MaxR4(const MaxOptions& options = {});
 
   // ---- surface metrics (grid/surface_metrics.cpp, grid/curvature.cpp) ----
   /// Gradient, aspect and curvature on a circle of radius `length`. Status -1, with the float outputs
@@ -120,8 +171,15 @@ class R8Grid_type : public GridOf<double> {
   int setWindowR8(const Window& window, std::span<const double> array);
   /// cell * array element.
   int multiplyWindowR8(const Window& window, std::span<const double> array);
-  /// Multiplies every cell that is not nodata, in float64. Status 0, or -1 with a report.
+  // As with float32, in float64.
   int scalarMultiplyR8(double by);
+  /// value - cell.
+  int ValueMinusR8Grid(double value);
+  /// cell - value.
+  int R8GridMinusValue(double value);
+  int cloneR8(R8Grid_type& result, std::optional<bool> disk = std::nullopt) const;
+  /// 1.7976931348623157e308 if no cell counts.
+  [[nodiscard]] double MinR8(const WindowArgs& window = {});
   int WritefltR8(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
@@ -145,6 +203,26 @@ class I4Grid_type : public GridOf<std::int32_t> {
   int setWindowI4(const Window& window, std::span<const int32_t> array);
   /// max(cell, array element).
   int setWindowMaxI4(const Window& window, std::span<const int32_t> array);
+
+  // ---- whole grids and windows: as with float32 (grid/arithmetic.cpp, signs.cpp, clones.cpp, extremes.cpp,
+  // integers.cpp); of the lowest integer the absolute value is the largest ----
+  /// Every cell that is not nodata takes the value.
+  int SetValidI4(int32_t value);
+  int SetNegativeI4(const WindowArgs& window = {});
+  int SetPositiveI4(const WindowArgs& window = {});
+  int AbsValI4();
+  int cloneI4(I4Grid_type& result, std::optional<bool> disk = std::nullopt) const;
+  int I4GridCopy(const I4Grid_type& source);
+  /// 2147483647 if no cell counts.
+  [[nodiscard]] int32_t MinI4(const WindowArgs& window = {});
+  /// -2147483648 if no cell counts.
+  [[nodiscard]] int32_t maxI4(const WindowArgs& window = {});
+  /// Cells other than 0 and nodata; -1 with status -1 and a report if a row cannot be read.
+  [[nodiscard]] std::int64_t CountNonZeroI4();
+  /// Where the array is above 0 and the cell is 0 or larger, the cell takes the element. Cells outside the
+  /// grid are passed over. 0, or -1 with a report.
+  int MergeWindowI4(const Window& window, std::span<const int32_t> array);
+
   int WritefltI4(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
@@ -166,6 +244,12 @@ class I8Grid_type : public GridOf<std::int64_t> {
   void ExtractI8Window(std::span<int64_t> array, const Window& window) const;
   void ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const;
   int setWindowI8(const Window& window, std::span<const int64_t> array);
+  // As with int32.
+  int SetPositiveI8(const WindowArgs& window = {});
+  int AbsValI8();
+  int cloneI8(I8Grid_type& result, std::optional<bool> disk = std::nullopt) const;
+  /// The lowest int64 if no cell counts.
+  [[nodiscard]] int64_t maxI8(const WindowArgs& window = {});
   int WritefltI8(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 
@@ -189,6 +273,10 @@ class I1Grid_type : public GridOf<std::int8_t> {
   void ExtractI1Row(std::span<int8_t> array, int32_t row) const;
   int SetI1Row(int32_t row, std::span<const int8_t> array);
   int setWindowI1(const Window& window, std::span<const int8_t> array);
+  /// Every cell takes the value. 0, or -1 with a report.
+  int SetAllI1(int8_t value);
+  /// The largest value above 0; -128 if there is none.
+  [[nodiscard]] int8_t MaxI1(const WindowArgs& window = {});
   int WritefltI1(std::string_view stem, const VersionStamp* stamp = nullptr);
 };
 

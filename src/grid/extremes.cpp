@@ -1,0 +1,148 @@
+// The smallest and the largest value of a grid or of a window, and where they lie.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "grid/grid.h"
+#include "grid/rows.h"
+
+namespace terrain {
+
+namespace {
+
+/// Which cells count: those from `least` on, but for one value. A NaN never counts.
+template <Cell T>
+struct Counted {
+  T least;
+  T excluded;
+  [[nodiscard]] bool operator()(T cell) const { return (cell >= least) & (cell != excluded); }
+};
+
+template <Cell T>
+constexpr T kLowest = std::numeric_limits<T>::has_infinity ? -std::numeric_limits<T>::infinity()
+                                                           : std::numeric_limits<T>::lowest();
+
+/// The cells above nodata; where that is above 0 the cells that are not nodata.
+template <Cell T>
+Counted<T> aboveNodata(const GridOf<T>& grid) {
+  const T nodata = grid.nodataValue();
+  return {.least = nodata > 0 ? kLowest<T> : nodata, .excluded = nodata};
+}
+
+template <Cell T>
+struct Extreme {
+  T value;
+  ColRow at{};  ///< the first in row order; (0, 0) if no cell is better than the start
+};
+
+/// The best value of a row, or `start`. Several lanes run side by side, which the order of the cells does
+/// not matter for; `better` is < or >.
+template <Cell T, class Better>
+T bestOfRow(std::span<const T> row, T start, Counted<T> counted, Better better) {
+  constexpr std::size_t lanes = 64 / sizeof(T);
+  std::array<T, lanes> best;
+  best.fill(start);
+  std::size_t i = 0;
+  for (; i + lanes <= row.size(); i += lanes)
+    for (std::size_t k = 0; k < lanes; ++k) {
+      const T cell = counted(row[i + k]) ? row[i + k] : start;
+      best[k] = better(cell, best[k]) ? cell : best[k];
+    }
+  T result = start;
+  for (const T cell : best) result = better(cell, result) ? cell : result;
+  for (const T cell : row.subspan(i)) result = counted(cell) && better(cell, result) ? cell : result;
+  return result;
+}
+
+/// The best value of a window from `start` on; sets the grid's status. After a failure, with a report, the
+/// start.
+template <Cell T, class Better>
+Extreme<T> extreme(GridOf<T>& grid, const PassTexts& texts, const WindowArgs& window, T start,
+                   Counted<T> counted, Better better) {
+  Attempt attempt{grid.status};
+  Extreme<T> found{.value = start};
+  if (grid.SetRowAccess() != kSuccess) {
+    fail(texts.routine, texts.modeFailed);
+    return found;
+  }
+  const Window inside = grid.clipped(window);
+  const auto body = [&](int32_t row, std::span<const T> cells) {
+    const T best = bestOfRow(cells, found.value, counted, better);
+    if (!better(best, found.value)) return;
+    const auto first = std::ranges::find_if(cells, [&](T cell) { return cell == best && counted(cell); });
+    found = {.value = *first, .at = {inside.col1 + static_cast<int32_t>(first - cells.begin()), row}};
+  };
+  const GridOf<T>& source = grid;
+  if (attempt.end(RowPass(reading(source, texts.rowName)).runWithin(inside, texts.routine, body)) != kSuccess)
+    return {.value = start};
+  return found;
+}
+
+constexpr PassTexts textsOf(std::string_view routine) { return {.routine = routine, .rowName = "rowarray"}; }
+
+template <Cell T>
+Extreme<T> smallest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window, Counted<T> counted) {
+  return extreme(grid, textsOf(routine), window, std::numeric_limits<T>::max(), counted, std::less<T>{});
+}
+
+template <Cell T>
+Extreme<T> largest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window, Counted<T> counted) {
+  return extreme(grid, textsOf(routine), window, std::numeric_limits<T>::lowest(), counted,
+                 std::greater<T>{});
+}
+
+/// Nothing is excluded: no cell equals a NaN.
+constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+
+Extreme<float> smallestR4(R4Grid_type& grid, const MinOptions& options) {
+  constexpr std::string_view routine = "MinR4 in GridModule";
+  const float nodata = grid.nodataValue();
+  const bool bounded = options.greaterThanZero.value_or(options.lowerBound.has_value());
+  if (bounded && options.includeNodata && nodata <= 0.0F) {
+    grid.status = kFailure;
+    fail(routine, "Cannot specify greaterThanZero and IncludeNodata if nodata > 0.");
+    return {.value = std::numeric_limits<float>::max()};
+  }
+  Counted<float> counted = aboveNodata(grid);
+  if (options.includeNodata) counted = {.least = kLowest<float>, .excluded = kNone};
+  if (bounded)
+    counted.least = std::nextafter(options.lowerBound.value_or(0.0F), std::numeric_limits<float>::infinity());
+  return smallest(grid, routine, options.window, counted);
+}
+
+}  // namespace
+
+// ---- faces ----
+
+float R4Grid_type::MinR4(const MinOptions& options) { return smallestR4(*this, options).value; }
+float R4Grid_type::MinR4At(ColRow& at, const MinOptions& options) {
+  const Extreme<float> found = smallestR4(*this, options);
+  at = found.at;
+  return found.value;
+}
+float R4Grid_type::MaxR4(const MaxOptions& options) {
+  const Counted<float> all{.least = kLowest<float>, .excluded = kNone};
+  return largest(*this, "MaxR4 in GridModule", options.window,
+                 options.includeNodata ? all : aboveNodata(*this))
+      .value;
+}
+double R8Grid_type::MinR8(const WindowArgs& window) {
+  return smallest(*this, "MinR8 in GridModule", window, aboveNodata(*this)).value;
+}
+int32_t I4Grid_type::MinI4(const WindowArgs& window) {
+  return smallest(*this, "MinI4 in GridModule", window, aboveNodata(*this)).value;
+}
+int32_t I4Grid_type::maxI4(const WindowArgs& window) {
+  return largest(*this, "maxI4 in GridModule", window, aboveNodata(*this)).value;
+}
+int64_t I8Grid_type::maxI8(const WindowArgs& window) {
+  return largest(*this, "maxI8 in GridModule", window, aboveNodata(*this)).value;
+}
+int8_t I1Grid_type::MaxI1(const WindowArgs& window) {
+  return largest(*this, "MaxI1 in GridModule", window, aboveNodata(*this)).value;
+}
+
+}  // namespace terrain
