@@ -50,10 +50,10 @@ constexpr std::array<ParameterText, 3> kParameterTexts{{
 /// Reads one of the three parameters from a line of text; what follows the number is a comment.
 bool readParameter(std::size_t which, std::string_view line, Parameters& parameters) {
   FreeFormatReader reader(line);
-  const Field field = which == 0   ? reader.next(parameters.radius)
+  const FieldStatus field = which == 0   ? reader.next(parameters.radius)
                       : which == 1 ? reader.next(parameters.alphaFit)
                                    : reader.next(parameters.alphaMean);
-  return field == Field::value;
+  return field == FieldStatus::value;
 }
 
 int readParameterFile(Parameters& parameters) {
