@@ -23,14 +23,18 @@ int cloneInto(GridOf<T>& result, const GridOf<T>& source, std::optional<bool> on
   Attempt attempt{result.status};
   // Making the clone would destroy the source.
   if (&result == &source) return fail(texts.routine, "A grid cannot be its own clone");
-  if (CreateGrid(result, {.like = &source, .onDisk = onDisk}) != kSuccess)
+  if (CreateGrid(result, {.like = &source, .setCells = false, .onDisk = onDisk}) != kSuccess)
     return fail(texts.routine, "CreateGrid failed for clone");
-  if (source.useRowAccess() != kSuccess || result.SetRowAccess() != kSuccess)
+  if (source.useRowAccess() != kSuccess || result.SetRowAccess() != kSuccess) {
+    DestroyGrid(result);
     return fail(texts.routine, "setRowAccess failed");
+  }
   RowPass pass(reading(source, texts.rowName, texts.readFailed),
                filling(result, texts.rowName, texts.writeFailed));
-  return attempt.end(
-      pass.run(texts.routine, [](int32_t, auto from, auto to) { std::ranges::copy(from, to.begin()); }));
+  const auto copy = [](int32_t, auto from, auto to) { std::ranges::copy(from, to.begin()); };
+  if (pass.run(texts.routine, copy) == kSuccess) return attempt.succeed();
+  DestroyGrid(result);
+  return kFailure;
 }
 
 /// Cells that hold the source's nodata value take that of `grid`.

@@ -18,7 +18,12 @@ template <Cell T>
 struct Counted {
   T least;
   T excluded;
-  [[nodiscard]] bool operator()(T cell) const { return (cell >= least) & (cell != excluded); }
+  [[nodiscard]] bool holds(T cell) const { return cell >= least && cell != excluded; }
+  /// The cell, or `otherwise` if it does not count: one choice after the other, without a branch.
+  [[nodiscard]] T orElse(T cell, T otherwise) const {
+    const T high = cell >= least ? cell : otherwise;
+    return cell != excluded ? high : otherwise;
+  }
 };
 
 template <Cell T>
@@ -45,15 +50,13 @@ T bestOfRow(std::span<const T> row, T start, Counted<T> counted, Better better) 
   constexpr std::size_t lanes = 64 / sizeof(T);
   std::array<T, lanes> best;
   best.fill(start);
+  const auto choose = [&](T cell, T& held) { held = better(cell, held) ? cell : held; };
   std::size_t i = 0;
   for (; i + lanes <= row.size(); i += lanes)
-    for (std::size_t k = 0; k < lanes; ++k) {
-      const T cell = counted(row[i + k]) ? row[i + k] : start;
-      best[k] = better(cell, best[k]) ? cell : best[k];
-    }
+    for (std::size_t k = 0; k < lanes; ++k) choose(counted.orElse(row[i + k], start), best[k]);
   T result = start;
-  for (const T cell : best) result = better(cell, result) ? cell : result;
-  for (const T cell : row.subspan(i)) result = counted(cell) && better(cell, result) ? cell : result;
+  for (const T cell : best) choose(cell, result);
+  for (const T cell : row.subspan(i)) choose(counted.orElse(cell, start), result);
   return result;
 }
 
@@ -72,7 +75,8 @@ Extreme<T> extreme(GridOf<T>& grid, const PassTexts& texts, const WindowArgs& wi
   const auto body = [&](int32_t row, std::span<const T> cells) {
     const T best = bestOfRow(cells, found.value, counted, better);
     if (!better(best, found.value)) return;
-    const auto first = std::ranges::find_if(cells, [&](T cell) { return cell == best && counted(cell); });
+    const auto first =
+        std::ranges::find_if(cells, [&](T cell) { return cell == best && counted.holds(cell); });
     found = {.value = *first, .at = {inside.col1 + static_cast<int32_t>(first - cells.begin()), row}};
   };
   const GridOf<T>& source = grid;

@@ -315,8 +315,8 @@ double CellCoverage(int32_t i, int32_t j, double r) {
   const double d = distanceOf(i, j);
   if (r - d >= halfDiagonal) return 1.0;
   if (!(r > 0) || d - r >= halfDiagonal) return 0.0;
-  const double x = i;
-  const double y = j;
+  const double x = std::abs(static_cast<double>(i));  // the same in all four quadrants, to the last bit
+  const double y = std::abs(static_cast<double>(j));
   const std::array<Point, 4> corners{
       {{x - 0.5, y - 0.5}, {x + 0.5, y - 0.5}, {x + 0.5, y + 0.5}, {x - 0.5, y + 0.5}}};
   double area = 0;

@@ -124,7 +124,7 @@ class R4Grid_type : public GridOf<float> {
 
   // ---- copies (grid/clones.cpp) ----
   /// Makes `result` a copy of this grid, on disk or in memory as asked for, else as `result` is flagged. The
-  /// status of `result` is set. 0, or -1 with a report.
+  /// status of `result` is set. 0, or -1 with a report and no cells in `result`.
   int cloneR4(R4Grid_type& result, std::optional<bool> disk = std::nullopt) const;
   /// Takes the cells of a grid of the same geometry; its nodata becomes that of this grid. 0, or -1 with a
   /// report.

@@ -12,23 +12,22 @@ namespace terrain {
 namespace {
 
 /// |v|; of the lowest integer the largest one.
-template <Cell T>
-T magnitude(T v) {
+constexpr auto kMagnitude = []<Cell T>(T v) -> T {
   if constexpr (std::is_floating_point_v<T>)
     return std::abs(v);
   else if (v == std::numeric_limits<T>::lowest())
     return std::numeric_limits<T>::max();
   else
-    return v < 0 ? static_cast<T>(-v) : v;
-}
+    return v < 0 ? -v : v;
+};
 
-template <Cell T>
-T negativeMagnitude(T v) {
+/// -|v|; the lowest integer stays.
+constexpr auto kNegativeMagnitude = []<Cell T>(T v) -> T {
   if constexpr (std::is_floating_point_v<T>)
     return -std::abs(v);
   else
-    return v > 0 ? static_cast<T>(-v) : v;  // the lowest integer stays
-}
+    return v > 0 ? -v : v;
+};
 
 constexpr PassTexts textsOf(std::string_view routine) {
   return {.routine = routine, .rowName = "rowArray", .modeFailed = "setRowAccess failed"};
@@ -42,15 +41,15 @@ constexpr PassTexts kAbsoluteValue{.routine = "AbsValI8 in Grid_Module", .rowNam
 // clang-format off
 // ---- faces ----
 
-int R4Grid_type::SetNegativeR4(const WindowArgs& window) { return onEvery(*this, textsOf("SetNegativeR4 in Grid_Module"), negativeMagnitude<float>, window); }
-int I4Grid_type::SetNegativeI4(const WindowArgs& window) { return onEvery(*this, textsOf("SetNegativeI4 in Grid_Module"), negativeMagnitude<int32_t>, window); }
+int R4Grid_type::SetNegativeR4(const WindowArgs& window) { return onEvery(*this, textsOf("SetNegativeR4 in Grid_Module"), kNegativeMagnitude, window); }
+int I4Grid_type::SetNegativeI4(const WindowArgs& window) { return onEvery(*this, textsOf("SetNegativeI4 in Grid_Module"), kNegativeMagnitude, window); }
 
-int R4Grid_type::SetPositiveR4(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveR4 in Grid_Module"), magnitude<float>, window); }
-int I4Grid_type::SetPositiveI4(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveI4 in Grid_Module"), magnitude<int32_t>, window); }
-int I8Grid_type::SetPositiveI8(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveI8 in Grid_Module"), magnitude<int64_t>, window); }
+int R4Grid_type::SetPositiveR4(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveR4 in Grid_Module"), kMagnitude, window); }
+int I4Grid_type::SetPositiveI4(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveI4 in Grid_Module"), kMagnitude, window); }
+int I8Grid_type::SetPositiveI8(const WindowArgs& window) { return onValid(*this, textsOf("SetPositiveI8 in Grid_Module"), kMagnitude, window); }
 
-int I4Grid_type::AbsValI4() { return onValid(*this, kAbsoluteValue, magnitude<int32_t>); }
-int I8Grid_type::AbsValI8() { return onValid(*this, kAbsoluteValue, magnitude<int64_t>); }
+int I4Grid_type::AbsValI4() { return onValid(*this, kAbsoluteValue, kMagnitude); }
+int I8Grid_type::AbsValI8() { return onValid(*this, kAbsoluteValue, kMagnitude); }
 
 // clang-format on
 

@@ -103,9 +103,10 @@ void fillCells(GridOf<T>& grid, T fill) {
     std::ranges::fill(grid.cells.paddedRow(row), fill);
 }
 
-/// Makes the scratch file with its full length and every cell set, so that a full disk shows here.
+/// Makes the scratch file with its full length and every cell set, so that a full disk shows here; without a
+/// value to set only the room is claimed.
 template <Cell T>
-int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
+int createOnDisk(GridOf<T>& grid, int32_t pad, std::optional<T> fill) {
   if (pad > 0) return fail(kCreateTag, "On-disk storage cannot pad grid edges");
   if (openRowScratch(grid, sizeof(T)) != kSuccess) return fail(kCreateTag, kFactsOf<T>.scratchFailed);
   putMessage("CreateGrid: created scratch file " + grid.scratchFile);
@@ -119,12 +120,14 @@ int createOnDisk(GridOf<T>& grid, int32_t pad, T fill) {
       byteCount(static_cast<std::uint64_t>(grid.cols()) * sizeof(T), static_cast<std::uint64_t>(grid.rows()));
   IoCode code = bytes ? units().records(grid.scratchUnit)->file().reserve(*bytes) : kIoPastEnd;
   std::vector<T> row;
-  if (code == kIoOk && !tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
-    grid.releaseStorage();
-    return cannotAllocate(kCreateTag, kFactsOf<T>.createRow);
+  if (code == kIoOk && fill) {
+    if (!tryAllocate(row, static_cast<std::size_t>(grid.cols()))) {
+      grid.releaseStorage();
+      return cannotAllocate(kCreateTag, kFactsOf<T>.createRow);
+    }
+    std::ranges::fill(row, *fill);
+    for (int32_t r = 1; r <= grid.rows() && code == kIoOk; ++r) code = grid.writeRow(r, row);
   }
-  std::ranges::fill(row, fill);
-  for (int32_t r = 1; r <= grid.rows() && code == kIoOk; ++r) code = grid.writeRow(r, row);
   if (code == kIoOk) code = units().records(grid.scratchUnit)->flush();
   if (code != kIoOk) {
     reportScratchWrite(kCreateTag, grid, code);
@@ -138,10 +141,11 @@ template <Cell T>
 int createTyped(GridOf<T>& grid, const CreateGridArgs& args, int32_t pad) {
   if constexpr (std::same_as<T, std::int8_t>) grid.nodata = 0;  // the one value that an int8 grid has
   if (!grid.onDisk) allocateCells(grid, pad);
-  const T fill = args.fillValue ? truncateOrKeep<T>(*args.fillValue) : grid.nodataValue();
+  std::optional<T> fill;
+  if (args.setCells) fill = args.fillValue ? truncateOrKeep<T>(*args.fillValue) : grid.nodataValue();
   if (!grid.onDisk) {
     grid.rowAccess = grid.cellAccess = false;
-    fillCells(grid, fill);
+    if (fill) fillCells(grid, *fill);
     return kSuccess;
   }
   if (createOnDisk(grid, pad, fill) != kSuccess) return kFailure;

@@ -20,6 +20,7 @@ struct CreateGridArgs {
   std::optional<double> padDistance{};  ///< the same as a distance, on the cell sizes the grid holds before
   std::optional<float> nodata{};        ///< absent: that of `like`, else -9999.0
   std::optional<float> fillValue{};     ///< absent: the type's nodata; truncated in integer types
+  bool setCells = true;                 ///< false: the caller sets every cell; until then they are undefined
   std::optional<bool> onDisk{};         ///< absent: as the grid is flagged
   std::optional<char> units{};
   const VersionStamp* version = nullptr;

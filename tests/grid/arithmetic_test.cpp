@@ -302,16 +302,21 @@ TEST_P(GridArithmetic, CountingAndMergingLabels) {
 TEST(Arithmetic, AScratchFileThatFailsIsReported) {
   test::ConsoleCapture console;
   test::ScratchDir scratch;
-  auto grid = test::gridOf<R4Grid_type>("1 2\n 3 4", {.storage = Storage::disk});
-  auto other = test::gridOf<R4Grid_type>("1 2\n 3 4");
+  // Larger than the pages that are held, so that rows must come from the file.
+  auto grid = test::emptyGrid<R4Grid_type>(4000, 4000, {.storage = Storage::disk});
+  auto other = test::emptyGrid<R4Grid_type>(4000, 4000);
   std::filesystem::resize_file(grid.scratchFile, 0);
-  units().close(grid.scratchUnit, Closing::keep);  // gone behind the grid's back
+  R4Grid_type clone;
+  EXPECT_EQ(grid.cloneR4(clone), -1);
+  EXPECT_THAT(console.text(), HasSubstr("ERROR: cloneR4 in Grid_Modul\n FILE: " + grid.scratchFile +
+                                        "\n Error reading r4array\n"));
   EXPECT_EQ(grid.scalarMultiplyR4(2), -1);
   EXPECT_EQ(other.MultiplyR4(grid), -1);
   EXPECT_EQ(MultiplyR4Grids(other, grid).status, -1);
-  R4Grid_type clone;
-  EXPECT_EQ(grid.cloneR4(clone), -1);
-  EXPECT_THAT(console.text(), HasSubstr("Error reading r4array"));
+  units().close(grid.scratchUnit, Closing::keep);
+  EXPECT_EQ(grid.SetAllR4(1), -1);
+  EXPECT_EQ(MultiplyR4Grids(other, grid).status, -1);
+  EXPECT_THAT(console.text(), HasSubstr("CellAccess not set for on-disk grid (2nd argument)"));
 }
 
 }  // namespace

@@ -46,14 +46,14 @@ TEST(CellCoverage, IsTheAreaThatTheCellAndTheCircleShare) {
         EXPECT_EQ(share, CellCoverage(-i, j, r));
         EXPECT_NEAR(share, CellCoverage(j, i, r), 1e-13);
         sum += share;
-        // Chords of the circle within the cell, along 2000 lines of it.
-        double area = 0;
-        for (int32_t k = 0; k < (r < 4 ? 2000 : 0); ++k) {
+        if (r > 4) continue;
+        double area = 0;  // chords of the circle within the cell, along 2000 lines of it
+        for (int32_t k = 0; k < 2000; ++k) {
           const double y = j - 0.5 + (k + 0.5) / 2000;
           const double chord = std::sqrt(std::max(r * r - y * y, 0.0));
           area += std::max(std::min(chord, i + 0.5) - std::max(-chord, i - 0.5), 0.0) / 2000;
         }
-        if (r < 4) EXPECT_NEAR(share, area, 2e-5) << i << ' ' << j << ' ' << r;
+        EXPECT_NEAR(share, area, 2e-5) << i << ' ' << j << ' ' << r;
       }
     EXPECT_NEAR(sum, std::numbers::pi * r * r, 1e-11) << r;
   }
@@ -64,7 +64,7 @@ TEST(CellCoverage, IsTheAreaThatTheCellAndTheCircleShare) {
 
 TEST_P(Filters, APlaneStaysAPlaneAtTheEdgeAndBesideHolesToo) {
   auto dem = test::noiseDem(30, 24, {.holes = 0.1, .lakes = 2}, {.storage = GetParam()});
-  const auto plane = [](int32_t col, int32_t row) { return 500 + 3.0 * col - 7.0 * row; };
+  const auto plane = [](int32_t col, int32_t row) { return static_cast<float>(500 + 3 * col - 7 * row); };
   test::fillWith(dem, [&](int32_t col, int32_t row) {
     return dem.ExtractR4ValueColRow(col, row) == dem.nodata ? dem.nodata : plane(col, row);
   });
