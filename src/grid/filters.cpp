@@ -51,8 +51,8 @@ constexpr std::array<ParameterText, 3> kParameterTexts{{
 bool readParameter(std::size_t which, std::string_view line, Parameters& parameters) {
   FreeFormatReader reader(line);
   const FieldStatus field = which == 0   ? reader.next(parameters.radius)
-                      : which == 1 ? reader.next(parameters.alphaFit)
-                                   : reader.next(parameters.alphaMean);
+                            : which == 1 ? reader.next(parameters.alphaFit)
+                                         : reader.next(parameters.alphaMean);
   return field == FieldStatus::value;
 }
 

@@ -100,7 +100,7 @@ TEST_F(ParameterFile, OtherLayoutNamesTheFile) {
   DEM_type dem;
   ErrorList errors;
   writeBytes(at("input.txt"),
-            "DEM FILE: " + at("elev_site") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
+             "DEM FILE: " + at("elev_site") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
   ASSERT_EQ(GetInput(dem, errors, at("input.txt")), 0);
   EXPECT_EQ(dem.file, at("elev_site"));
   EXPECT_EQ(dem.refFile, "/ref/elev_old");
