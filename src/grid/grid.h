@@ -224,6 +224,8 @@ class I4Grid_type : public GridOf<std::int32_t> {
   int MergeWindowI4(const Window& window, std::span<const int32_t> array);
 
   int WritefltI4(std::string_view stem, const VersionStamp* stamp = nullptr);
+  /// Writes the cells at their own width as `<stem>.int`; see grid/integer_raster.h.
+  int WriteIntI4(std::string_view stem);
 };
 
 class I8Grid_type : public GridOf<std::int64_t> {
@@ -251,6 +253,8 @@ class I8Grid_type : public GridOf<std::int64_t> {
   /// The lowest int64 if no cell counts.
   [[nodiscard]] int64_t maxI8(const WindowArgs& window = {});
   int WritefltI8(std::string_view stem, const VersionStamp* stamp = nullptr);
+  /// Writes the cells at their own width as `<stem>.int`; see grid/integer_raster.h.
+  int WriteIntI8(std::string_view stem);
 };
 
 class I2Grid_type : public GridOf<std::int16_t> {
@@ -259,6 +263,8 @@ class I2Grid_type : public GridOf<std::int16_t> {
   void ExtractI2Row(std::span<int16_t> array, int32_t row) const;
   int SetI2row(int32_t row, std::span<const int16_t> array);
   int WritefltI2(std::string_view stem, const VersionStamp* stamp = nullptr);
+  /// Writes D8 flow directions as `<stem>.rst` and `.rdc`; see grid/rst_raster.h.
+  int WriterstI2(std::string_view stem);
 };
 
 class I1Grid_type : public GridOf<std::int8_t> {
@@ -278,6 +284,8 @@ class I1Grid_type : public GridOf<std::int8_t> {
   /// The largest value above 0; -128 if there is none.
   [[nodiscard]] int8_t MaxI1(const WindowArgs& window = {});
   int WritefltI1(std::string_view stem, const VersionStamp* stamp = nullptr);
+  /// Writes the cells as `<stem>.bil`; see grid/bil_raster.h.
+  int writeBIL(std::string_view stem);
 };
 
 }  // namespace terrain
