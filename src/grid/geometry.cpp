@@ -19,6 +19,10 @@ int32_t plus(int32_t a, int64_t b) {
 }
 }  // namespace
 
+std::int64_t wholeCellsBelow(double cells) {
+  return wholeCells(std::floor(cells + 1e-8 + 1e-9 * std::abs(cells)));
+}
+
 void GridGeometry::updateFarCorner() {
   xmax = xmin + (static_cast<double>(cols()) - 1) * xcellsize;
   ymax = ymin + (static_cast<double>(rows()) - 1) * ycellsize;

@@ -29,6 +29,10 @@ struct Point {
   double y = 0;
 };
 
+/// Whole cells in a quotient of lengths, rounded down, with a slack for quotients that rounding has left
+/// below a whole number; kept within the range of an int32.
+[[nodiscard]] std::int64_t wholeCellsBelow(double cells);
+
 /// A rectangle of cells, both ends included.
 struct Window {
   int32_t col1 = 1, col2 = 0, row1 = 1, row2 = 0;

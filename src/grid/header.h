@@ -14,6 +14,8 @@
 
 namespace terrain {
 
+struct LineClipRecord;
+
 inline constexpr float kNodata = -9999.0F;  ///< nodata where nothing else is said
 
 /// Who made a raster; written into its header file.
@@ -66,6 +68,11 @@ class Grid_Header : public GridGeometry {
   /// The same for the header of a band-interleaved raster; see grid/bil_raster.h.
   int ReadBILHeader(std::string_view file);
   int writeBILheader(std::string_view stem, std::optional<int32_t> nbits = {});
+
+  /// Cuts a line (grid/clip_line.h) to the rectangle xmin..xmax, ymin..ymax, bounds included: the part
+  /// within it in the line's own sense, and the cells of its ends. A line that misses it keeps its
+  /// coordinates and has -9999 for the cells. Status 0; -1 with a report for coordinates without a number.
+  int clipLine(LineClipRecord& line) const;
 
   /// Shifts the georeference; cells and sizes stay.
   int Offset(const OffsetArgs& shift);

@@ -135,8 +135,8 @@ int readShortHeader(Grid_Header& header, const std::string& stem) {
     const auto* const found = std::ranges::find(kShortKeywords, word, &ShortKeyword::word);
     if (found == kShortKeywords.end()) continue;
     const FieldStatus field = found->count != nullptr  ? reader.next(*(header.*found->count))
-                        : found->size != nullptr ? reader.next(header.*found->size)
-                                                 : reader.next(header.nodata);
+                              : found->size != nullptr ? reader.next(header.*found->size)
+                                                       : reader.next(header.nodata);
     if (field != FieldStatus::value && field != FieldStatus::empty)
       return fail(kOpenTag, "Error reading " + word + " in " + name);
     hasXmin = hasXmin || found->size == &GridGeometry::xmin;

@@ -23,9 +23,7 @@ class FloatRaster : public test::InBothStorages {
   void writeCells(const std::string& name, const std::vector<T>& cells) {
     write(name, {reinterpret_cast<const char*>(cells.data()), cells.size() * sizeof(T)});
   }
-  std::string read(const std::string& name) {
-    return test::readBytes(scratch_.path() + name);
-  }
+  std::string read(const std::string& name) { return test::readBytes(scratch_.path() + name); }
   std::string at(const std::string& name) { return scratch_.path() + name; }
   bool onDisk() { return GetParam() == Storage::disk; }
   bool said(std::string_view text) { return console_.text().find(text) != std::string::npos; }
