@@ -8,12 +8,16 @@
 
 namespace terrain {
 
+namespace {
+std::string codeAndWords(IoCode code) { return freeText(code) + ", " + describe(code); }
+}  // namespace
+
 void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode code) {
   putMessage(tag);
   putMessage("  Error reading scratch file");
   putMessage("  File: " + grid.scratchFile);
   putMessage("  Unit: ", grid.scratchUnit);
-  putMessage("  Error: ", code);
+  putMessage("  Error: " + codeAndWords(code));
   platform::endProcess(1);
 }
 
@@ -27,7 +31,7 @@ int reportScratchWrite(std::string_view tag, const Grid_Header& grid, IoCode cod
                      .message1 = "Error writing to scratch file",
                      .message2 = "  File: " + grid.scratchFile,
                      .message3 = "  Unit: " + freeText(grid.scratchUnit),
-                     .text = "  Error: " + freeText(code)});
+                     .text = "  Error: " + codeAndWords(code)});
   return kFailure;
 }
 
@@ -43,7 +47,9 @@ void extractRow(const GridOf<T>& grid, std::span<T> array, int32_t row, std::str
     std::ranges::fill(array, std::same_as<T, std::int8_t> ? T{0} : truncateOrKeep<T>(kNodata));
     return;
   }
-  if (grid.readRow(row, array.first(width)) != kIoOk) reportScratchRead(tag, grid);
+  if (grid.readRow(row, array.first(width)) == kIoOk) return;
+  grid.status = reportScratchRead(tag, grid);
+  std::ranges::fill(array, grid.nodataValue());
 }
 
 struct SetRowTexts {
@@ -149,20 +155,20 @@ T valueXY(const GridOf<T>& grid, double x, double y, const PointOptions& options
 
   //   c d
   //   a b   the point lies right of and above the reference point of a
-  double a = static_cast<double>(grid.value(col, row, tag));
-  double b = static_cast<double>(grid.value(col + 1, row, tag));
-  double c = static_cast<double>(grid.value(col, row - 1, tag));
-  double d = static_cast<double>(grid.value(col + 1, row - 1, tag));
-  if (options.absolute)
-    for (double* corner : {&a, &b, &c, &d}) *corner = std::abs(*corner);
-
+  const auto corner = [&](int32_t c, int32_t r) { return static_cast<double>(grid.value(c, r, tag)); };
+  std::array z{corner(col, row), corner(col + 1, row), corner(col, row - 1), corner(col + 1, row - 1)};
   const auto limit = static_cast<double>(nodata);
-  if (!(std::min({a, b, c, d}) > limit)) {
-    if (!options.ignoreNodata) return a > limit ? static_cast<T>(a) : nodata;
-    if (std::max({a, b, c, d}) <= limit) return nodata;
-    for (double* corner : {&a, &b, &c, &d})
-      if (*corner == limit) *corner = 0.0;
+  // Data lies above nodata; only where nodata is above 0, or signs do not count, is it one value of many.
+  const bool oneOfMany = options.absolute || !(limit <= 0);
+  const auto missing = [&](double v) { return oneOfMany ? v == limit : !(v > limit); };
+  if (const auto gone = std::ranges::count_if(z, missing); gone > 0) {
+    if (!options.ignoreNodata) return missing(z[0]) ? nodata : itself();
+    if (gone == 4) return nodata;
+    std::ranges::replace(z, limit, 0.0);
   }
+  if (options.absolute)
+    for (double& v : z) v = std::abs(v);
+  const auto [a, b, c, d] = z;
   const double u = dx / grid.xcellsize;
   const double v = dy / grid.ycellsize;
   const auto result = static_cast<T>(a * (1 - u) * (1 - v) + b * u * (1 - v) + c * (1 - u) * v + d * u * v);
@@ -372,7 +378,7 @@ int I8Grid_type::SetI8Negative(int32_t col, int32_t row) {
       return status = reportError({.routine = tag,
                                    .message1 = "Error reading from scratch file",
                                    .message2 = "  File: " + scratchFile,
-                                   .message3 = "  Error: " + freeText(code)});
+                                   .message3 = "  Error: " + codeAndWords(code)});
   }
   return changeCell(col, row, changing(tag), kReadI8, negativeOf<int64_t>);
 }

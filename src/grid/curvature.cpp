@@ -78,6 +78,10 @@ float R4Grid_type::PlanXY(float length, double x, double y) {
     reportError({.message1 = "PlanXY requires square cellsize"});
     return 0.0F;
   }
+  if (const auto why = obstacle(*this); !why.empty()) {
+    reportError({.message1 = why});
+    return kNodata;
+  }
   if (!usableRadius(length)) {
     reportError({.message1 = "PlanXY needs a finite length above 0"});
     return kNodata;
@@ -104,6 +108,10 @@ void R4Grid_type::Evans3x3(int32_t col, int32_t row, const EvansArgs& args) {
     putMessage("Evans3x3 requires square cells");
     return;
   }
+  if (const auto why = obstacle(*this); !why.empty()) {
+    fail("Evans3x3 in Grid_Module", why);
+    return;
+  }
   std::array<float, 9> cell{};
   ExtractR4Neighbours(cell, col, row);
   Samples z{};
@@ -126,6 +134,10 @@ void R4Grid_type::Evans3x3(int32_t col, int32_t row, const EvansArgs& args) {
 }
 
 int32_t R4Grid_type::SteepestNeighbour(int32_t col, int32_t row) {
+  if (const auto why = obstacle(*this); !why.empty()) {
+    fail("SteepestNeighbour in Grid_Module", why);
+    return 0;
+  }
   const float missing = std::abs(nodataValue());
   const float z0 = std::abs(ExtractR4ValueColRow(col, row));
   if (z0 == missing) return 0;

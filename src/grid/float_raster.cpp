@@ -3,8 +3,8 @@
 #include "grid/float_raster.h"
 
 #include "foundation/messages.h"
-#include "foundation/platform.h"
-#include "grid/raster_rows.h"
+#include "grid/raster_header.h"
+#include "grid/raster_output.h"
 
 namespace terrain {
 
@@ -12,29 +12,14 @@ namespace {
 
 template <Cell T>
 int writeFloats(GridOf<T>& grid, std::string_view stem, const VersionStamp* stamp) {
-  const std::string_view tag = kFactsOf<T>.writeTag;
-  Attempt attempt{grid.status};
-  const std::string base(stripped(stem));
-  const std::string name = base + ".flt";
-  if (!grid.GridExists() || !grid.holdsItsCells()) return fail(tag, "Grid does not exist");
-  platform::File file;
-  const IoCode opened = file.open(name, platform::Open::replace);
-  if (opened != kIoOk) {
-    reportError({.routine = tag, .code = kCannotOpenToWrite, .file = name});
-    putMessage("Error code: ", opened);
-    return kFailure;
-  }
-  platform::removeFile(base + ".hdr");
-  const auto write = [&] {
-    if (grid.SetRowAccess() != kSuccess) return fail(tag, "setRowAccess failed");
-    if (writeRows<float>(grid, file, name, {tag, kFactsOf<T>.writeRow}) != kSuccess) return kFailure;
-    if (const IoCode closed = file.close(); closed != kIoOk)
-      return reportError({.routine = tag, .code = kWriteError, .file = name, .message1 = describe(closed)});
-    return grid.WriteGridHeader(base, stamp) == kSuccess ? kSuccess : fail(tag, "writeHeader failed");
-  };
-  if (write() == kSuccess) return attempt.succeed();
-  platform::removeFile(name);
-  return kFailure;
+  const RasterFormat format{.routine = kFactsOf<T>.writeTag,
+                            .rowObject = kFactsOf<T>.writeRow,
+                            .cellsEnding = ".flt",
+                            .headerFailed = "writeHeader failed",
+                            .codeLabel = "Error code: "};
+  if (grid.GridExists() && !hasOneCellSize(grid))
+    return grid.status = fail(format.routine, format.headerFailed);
+  return writeRaster<float>(grid, stem, format, [&](TextFile& text) { writeHeaderLines(text, grid, stamp); });
 }
 
 }  // namespace

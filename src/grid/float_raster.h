@@ -3,8 +3,8 @@
 // with the text header `<stem>.hdr` and optional projection text `<stem>.prj`. Written cells are
 // always float32, whatever the grid's type. `<stem>.int`, integer cells, is read in the same way.
 //
-// A header is written last and an old one removed first, so a raster that was cut short by a full
-// disk or a broken run has no header and cannot be taken for a finished one.
+// The files are written under temporary names and take their places together, the header last: a full
+// disk or a broken run leaves an older raster as it was.
 
 #include <optional>
 #include <string_view>
@@ -23,23 +23,27 @@ struct ReadGridArgs {
 
 /// Makes a float32, float64, int32 or int64 grid from a raster file; name with or without extension.
 /// Unless `replaceNodata` says otherwise values are moved as they stand, nodata and NaN included, and the
-/// grid keeps the nodata value it has. Status 0 or -1.
+/// grid keeps the nodata value it has. With a clip grid whose lengths were converted from feet the new
+/// grid's are, and it says so. Status 0, or -1 with a report and a grid without cells.
 int ReadGrid(Grid_Header& grid, std::string_view fileName, const ReadGridArgs& args = {});
 
-/// Reads a raster with `replaceNodata`, whatever `args` says. With a clip grid whose lengths were
-/// converted from feet the grid's header says so too. 0, or -1 with a report and a grid without cells.
+/// Reads a raster with `replaceNodata`, whatever `args` says.
 int readRaster(R4Grid_type& grid, std::string_view name, const ReadGridArgs& args = {});
 
-/// Writes any grid as `<stem>.flt` and `.hdr`.
+/// Writes any grid as `<stem>.flt` and `.hdr`, and `.prj` where it has a projection; an older `.prj` goes.
+/// Cells must be square, as the header has one cell size. Status 0; -1 with a report, with older files as
+/// they were.
 int WriteGridflt(Grid_Header& grid, std::string_view stem, const VersionStamp* stamp = nullptr);
 
-/// How a file is resampled onto the lattice of `matchGrid`.
+/// How a file is resampled onto the lattice of `matchGrid`. The new grid then has the nodata value of the
+/// file; without `matchGrid` it has its own, as with `ReadGrid`.
 struct MatchArgs {
   const Grid_Header* matchGrid = nullptr;  ///< null: the file's own lattice
   std::optional<bool> onDisk{};
   bool halfCell = false;       ///< shift the georeference by half a cell at the end
   bool ignoreNodata = false;   ///< float types: missing corners count as 0
   bool noInterpolate = false;  ///< float32 only
+  bool replaceNodata = false;  ///< the file's nodata and NaN become -9999, the grid's nodata
 };
 int ReadR4GridFile(R4Grid_type& grid, std::string_view fileName, const MatchArgs& args = {});
 int ReadR8GridFile(R8Grid_type& grid, std::string_view fileName, const MatchArgs& args = {});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "foundation/numbers.h"
 
@@ -18,9 +19,20 @@ int32_t plus(int32_t a, int64_t b) {
 }
 }  // namespace
 
+std::int64_t wholeCellsBelow(double cells) {
+  return wholeCells(std::floor(cells + 1e-8 + 1e-9 * std::abs(cells)));
+}
+
 void GridGeometry::updateFarCorner() {
-  xmax = xmin + static_cast<double>(cols() - 1) * xcellsize;
-  ymax = ymin + static_cast<double>(rows() - 1) * ycellsize;
+  xmax = xmin + (static_cast<double>(cols()) - 1) * xcellsize;
+  ymax = ymin + (static_cast<double>(rows()) - 1) * ycellsize;
+}
+
+bool GridGeometry::resolvesCells() const {
+  const auto resolved = [](double size, double low, double high) {
+    return size > 4 * std::numeric_limits<double>::epsilon() * std::max(std::abs(low), std::abs(high));
+  };
+  return resolved(xcellsize, xmin, xmax) && resolved(ycellsize, ymin, ymax);
 }
 
 void GridGeometry::move(double dx, double dy) {

@@ -29,6 +29,10 @@ struct Point {
   double y = 0;
 };
 
+/// Whole cells in a quotient of lengths, rounded down, with a slack for quotients that rounding has left
+/// below a whole number; kept within the range of an int32.
+[[nodiscard]] std::int64_t wholeCellsBelow(double cells);
+
 /// A rectangle of cells, both ends included.
 struct Window {
   int32_t col1 = 1, col2 = 0, row1 = 1, row2 = 0;
@@ -128,7 +132,18 @@ struct GridGeometry {
     return index >= 1 ? std::int64_t{index} : std::int64_t{index} + 1;
   }
 
+  /// The cell whose area holds a point, the strips beyond xmax and ymax included; none outside.
+  [[nodiscard]] std::optional<ColRow> cellHolding(double x, double y) const {
+    ColRow cell = XYtoColRow(x, y);
+    if (cell.row == -1) cell.row = 1;  // above ymax
+    return contains(cell) ? std::optional(cell) : std::nullopt;
+  }
+
   // ---- sizes ----
+  /// True where the coordinates of neighbouring cells differ by more than their rounding.
+  [[nodiscard]] bool resolvesCells() const;
+  /// The cell size, or the mean of width and height where they differ.
+  [[nodiscard]] double meanCellSize() const { return (xcellsize + ycellsize) / 2; }
   /// xcellsize * ycellsize, multiplied in float64 and rounded.
   [[nodiscard]] float CellArea() const { return static_cast<float>(xcellsize * ycellsize); }
   /// Sets xmax and ymax from the other fields.

@@ -14,6 +14,8 @@
 
 namespace terrain {
 
+struct LineClipRecord;
+
 inline constexpr float kNodata = -9999.0F;  ///< nodata where nothing else is said
 
 /// Who made a raster; written into its header file.
@@ -41,7 +43,7 @@ class Grid_Header : public GridGeometry {
   Grid_Header& operator=(Grid_Header&&) = default;
 
   int32_t reserved = 0;
-  int32_t status = 0;          ///< result of the last operation, 0 or -1
+  mutable int32_t status = 0;  ///< result of the last operation, 0 or -1; reading may fail too
   int32_t scratchUnit = 0;     ///< unit of the scratch file; 0 or less: none is open
   int32_t bitDepth = 0;        ///< bits per cell named by a file header, 0 when unknown
   float nodata = kNodata;      ///< one value for every cell type; each type has its own form of it
@@ -60,9 +62,17 @@ class Grid_Header : public GridGeometry {
 
   /// Reads `<stem>.hdr`; see grid/raster_header.h for the keywords.
   int ReadHeader(std::string_view file);
-  /// Writes `<stem>.hdr`, and `<stem>.prj` where there are projection lines. `stamp` serves where
-  /// `version` is blank.
+  /// Writes `<stem>.hdr`, and `<stem>.prj` where there are projection lines; an older projection goes.
+  /// `stamp` serves where `version` is blank. Cells must be square.
   int WriteGridHeader(std::string_view stem, const VersionStamp* stamp = nullptr);
+  /// The same for the header of a band-interleaved raster; see grid/bil_raster.h.
+  int ReadBILHeader(std::string_view file);
+  int writeBILheader(std::string_view stem, std::optional<int32_t> nbits = {});
+
+  /// Cuts a line (grid/clip_line.h) to the rectangle xmin..xmax, ymin..ymax, bounds included: the part
+  /// within it in the line's own sense, and the cells of its ends. A line that misses it keeps its
+  /// coordinates and has -9999 for the cells. Status 0; -1 with a report for coordinates without a number.
+  int clipLine(LineClipRecord& line) const;
 
   /// Shifts the georeference; cells and sizes stay.
   int Offset(const OffsetArgs& shift);

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <optional>
-#include <tuple>
 
 #include "foundation/files.h"
 #include "foundation/free_format.h"
@@ -13,6 +12,7 @@
 #include "foundation/platform.h"
 #include "foundation/units.h"
 #include "grid/grid_core.h"
+#include "grid/raster_output.h"
 
 namespace terrain {
 
@@ -110,13 +110,13 @@ constexpr std::array kHeaderKeywords{
     HeaderKeyword{"BITDEPTH",
                   {"# BITDEPTH", "# BIT DEPTH", "# bitdepth", "#_BIT_DEPTH"},
                   storeNumber<&Grid_Header::bitDepth>},
-    HeaderKeyword{"ULXMAP", {"ULXMAP"}, storeCentre<&C::ulx>},
-    HeaderKeyword{"ULYMAP", {"ULYMAP"}, storeCentre<&C::uly>},
-    HeaderKeyword{"XDIM", {"XDIM"}, storeCentre<&C::xdim>},
-    HeaderKeyword{"YDIM", {"YDIM"}, storeCentre<&C::ydim>},
-    HeaderKeyword{"BYTEORDER", {"BYTEORDER"}, storeLayout<&RasterLayout::byteOrder>},
-    HeaderKeyword{"PIXELTYPE", {"PIXELTYPE"}, storeLayout<&RasterLayout::pixelType>},
-    HeaderKeyword{"NBANDS", {"NBANDS"}, storeLayout<&RasterLayout::bands>},
+    HeaderKeyword{"ULXMAP", {"ULXMAP", "ulxmap"}, storeCentre<&C::ulx>},
+    HeaderKeyword{"ULYMAP", {"ULYMAP", "ulymap"}, storeCentre<&C::uly>},
+    HeaderKeyword{"XDIM", {"XDIM", "xdim"}, storeCentre<&C::xdim>},
+    HeaderKeyword{"XDIM", {"YDIM", "ydim"}, storeCentre<&C::ydim>},
+    HeaderKeyword{"BYTEORDER", {"BYTEORDER", "byteorder"}, storeLayout<&RasterLayout::byteOrder>},
+    HeaderKeyword{"PIXELTYPE", {"PIXELTYPE", "pixeltype"}, storeLayout<&RasterLayout::pixelType>},
+    HeaderKeyword{"NBANDS", {"NBANDS", "nbands"}, storeLayout<&RasterLayout::bands>},
 };
 
 int readPairs(HeaderContent& content, TextFile& text, const std::string& file) {
@@ -131,33 +131,44 @@ int readPairs(HeaderContent& content, TextFile& text, const std::string& file) {
   return kSuccess;
 }
 
-/// Corner and cell size from the placement of a band-interleaved raster, where the header has no others.
+/// The placement of a band-interleaved raster serves where the header has no corner or cell size of its
+/// own, and gives width and height where they differ.
 void placeByCentre(HeaderContent& content) {
   Grid_Header& header = content.header;
-  const auto& [ulx, uly, xdim, ydim] = std::tie(content.ulx, content.uly, content.xdim, content.ydim);
-  if (!content.hasSize && xdim && ydim) {
-    header.xcellsize = *xdim;
-    header.ycellsize = *ydim;
-    if (*xdim == *ydim) header.cellsize = *xdim;
+  const std::optional<double> width = content.xdim;
+  const std::optional<double> height = content.ydim && *content.ydim >= 0 ? content.ydim : width;
+  if (width && height && (!content.hasSize || *width != *height)) {
+    header.xcellsize = *width;
+    header.ycellsize = *height;
+    if (!content.hasSize || !(header.cellsize > 0)) header.cellsize = header.meanCellSize();
   }
-  if (!content.hasXmin && ulx && xdim) header.xmin = *ulx - *xdim / 2;
-  if (!content.hasYmin && uly && ydim)
-    header.ymin = *uly - (static_cast<double>(header.rows()) - 0.5) * *ydim;
+  if (!content.hasXmin && content.ulx && width) {
+    header.xmin = *content.ulx - *width / 2;
+    content.hasXmin = true;
+  }
+  if (!content.hasYmin && content.uly && height) {
+    header.ymin = *content.uly - (static_cast<double>(header.rows()) - 0.5) * *height;
+    content.hasYmin = true;
+  }
 }
 
-}  // namespace
-
-std::string rasterStem(std::string_view name) {
-  std::string_view stem = stripped(name.substr(0, name.find(".hdr")));
-  for (const std::string_view ending : {".flt", ".FLT", ".int", ".INT", ".HDR"})
-    if (stem.ends_with(ending)) {
-      stem.remove_suffix(ending.size());
-      break;
-    }
-  return std::string(stem);
+/// What an earlier file left in the header goes.
+void startAfresh(Grid_Header& header) {
+  constexpr double missing = -9999.0;
+  header.xmin = header.ymin = header.xmax = header.ymax = missing;
+  header.cellsize = header.xcellsize = header.ycellsize = missing;
+  header.nodata = kNodata;
+  header.ncols = -9999;
+  header.nrows = -9999;
+  header.fileType = {};
+  header.bitDepth = 0;
+  header.feetConverted = false;
+  header.projection.Clear();
 }
 
-int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* layout) {
+enum class Placed { byCorner, byCentre };
+
+int readHeader(Grid_Header& header, std::string_view file, RasterLayout& layout, Placed placed) {
   Attempt attempt{header.status};
   const std::string stem = rasterStem(file);
   const std::string name = stem + ".hdr";
@@ -166,19 +177,15 @@ int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* l
   const IoCode code = units().openText(unit, name, platform::Open::read);
   if (code != kIoOk) return reportError({.routine = kReadTag, .code = kCannotOpenToRead, .file = name});
 
-  constexpr double missing = -9999.0;
-  header.xmin = header.ymin = header.xmax = header.ymax = missing;
-  header.cellsize = header.xcellsize = header.ycellsize = missing;
-  header.nodata = kNodata;
-  header.ncols = -9999;
-  header.nrows = -9999;
-  RasterLayout unused;
-  HeaderContent content{.header = header, .layout = layout == nullptr ? unused : *layout};
+  startAfresh(header);
+  HeaderContent content{.header = header, .layout = layout};
   if (readPairs(content, *units().text(unit), name) != kSuccess) return kFailure;
-  placeByCentre(content);
-
+  if (placed == Placed::byCentre) content.hasXmin = content.hasYmin = content.hasSize = false;
   if (header.cellsize > 0) header.xcellsize = header.ycellsize = header.cellsize;
+  placeByCentre(content);
+  header.unifyCellSize();
   header.updateFarCorner();
+  layout.hasCorner = content.hasXmin && content.hasYmin;
   if (platform::fileExists(stem + ".prj")) {
     // The lines go back to a file unchanged, so none is cut.
     InputFileType projection = NewInputFile(stem + ".prj", {.lineLength = std::string::npos});
@@ -187,7 +194,40 @@ int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout* l
   return attempt.succeed();
 }
 
-int Grid_Header::ReadHeader(std::string_view file) { return readRasterHeader(*this, file, nullptr); }
+}  // namespace
+
+std::string rasterStem(std::string_view name) {
+  std::string_view stem = stripped(name);
+  const auto cutEnding = [&](std::initializer_list<std::string_view> endings) {
+    for (const std::string_view ending : endings)
+      if (stem.ends_with(ending)) {
+        stem.remove_suffix(ending.size());
+        return true;
+      }
+    return false;
+  };
+  while (cutEnding({".hdr", ".HDR"})) continue;
+  cutEnding({".flt", ".FLT", ".int", ".INT", ".bil", ".BIL", ".rst", ".RST"});
+  return std::string(stem);
+}
+
+int readRasterHeader(Grid_Header& header, std::string_view file, RasterLayout& layout) {
+  return readHeader(header, file, layout, Placed::byCorner);
+}
+
+int Grid_Header::ReadHeader(std::string_view file) {
+  RasterLayout layout;
+  return readHeader(*this, file, layout, Placed::byCorner);
+}
+
+int Grid_Header::ReadBILHeader(std::string_view file) {
+  RasterLayout layout;
+  return readHeader(*this, file, layout, Placed::byCentre);
+}
+
+int refuseHeader(std::string_view stem, std::string_view tag, std::string_view why) {
+  return reportError({.routine = tag, .file = std::string(stem) + ".hdr", .message1 = why});
+}
 
 bool usableHeader(const Grid_Header& header, std::string_view stem, std::string_view tag) {
   const auto positive = [](double size) { return std::isfinite(size) && size > 0; };
@@ -202,9 +242,9 @@ bool usableHeader(const Grid_Header& header, std::string_view stem, std::string_
     fault = "XLLCORNER is not a number";
   else if (!std::isfinite(header.ymax) || !std::isfinite(header.ymin))
     fault = "YLLCORNER is not a number";
-  if (fault.empty()) return true;
-  reportError({.routine = tag, .file = std::string(stem) + ".hdr", .message1 = fault});
-  return false;
+  else if (!header.resolvesCells())
+    fault = "CELLSIZE is too small beside the coordinates: neighbouring cells would coincide";
+  return fault.empty() || refuseHeader(stem, tag, fault) == kSuccess;
 }
 
 // ---- writing ----
@@ -250,40 +290,45 @@ void writeStamp(TextFile& text, const VersionStamp& stamp) {
 
 }  // namespace
 
-int Grid_Header::WriteGridHeader(std::string_view stem, const VersionStamp* stamp) {
-  Attempt attempt{status};
-  const std::string base(trimmed(stem));
-  const std::string name = base + ".hdr";
-  const int32_t unit = freeUnit();
-  if (terrain::units().openText(unit, name, platform::Open::replace) != kIoOk)
-    return reportError({.routine = kWriteTag, .code = kCannotOpenToWrite, .file = name});
-  TextFile& text = *terrain::units().text(unit);
-  const double factor = feetConverted ? kFeetPerMeter : 1.0;
+GridGeometry geometryInFile(const Grid_Header& header) {
+  GridGeometry geometry = header;
+  if (header.feetConverted) geometry.scaleLengths(kFeetPerMeter);
+  return geometry;
+}
 
-  text.writeLine(" NCOLS " + rightJustified(freeText(cols()), 8));
-  text.writeLine(" NROWS " + rightJustified(freeText(rows()), 8));
-  text.writeLine(" XLLCORNER " + coordinate(xmin * factor));
-  text.writeLine(" YLLCORNER " + coordinate(ymin * factor));
-  text.writeLine(" CELLSIZE " + rightJustified(coordinate(cellsize * factor), 20));
-  text.writeLine(" NODATA_VALUE " + nodataText(*this));
+bool hasOneCellSize(const Grid_Header& header) {
+  if (sameR8(header.xcellsize, header.ycellsize)) return true;
+  fail(kWriteTag, "A header has one cell size, the cells are " + freeText(header.xcellsize) + " wide and " +
+                      freeText(header.ycellsize) + " high");
+  return false;
+}
+
+void writeHeaderLines(TextFile& text, const Grid_Header& header, const VersionStamp* stamp) {
+  const GridGeometry at = geometryInFile(header);
+  text.writeLine(" NCOLS " + rightJustified(freeText(at.cols()), 8));
+  text.writeLine(" NROWS " + rightJustified(freeText(at.rows()), 8));
+  text.writeLine(" XLLCORNER " + coordinate(at.xmin));
+  text.writeLine(" YLLCORNER " + coordinate(at.ymin));
+  text.writeLine(" CELLSIZE " + rightJustified(coordinate(at.meanCellSize()), 20));
+  text.writeLine(" NODATA_VALUE " + nodataText(header));
   text.writeLine(" BYTEORDER     LSBFIRST");
   text.writeLine(" ");
   text.writeLine(" #_FILE_TYPE R4");
   text.writeLine(" #_BIT_DEPTH 32");
   text.writeLine(" ");
-  if (!version.createdBy.blank())
-    writeStamp(text, version);
+  if (!header.version.createdBy.blank())
+    writeStamp(text, header.version);
   else if (stamp != nullptr)
     writeStamp(text, *stamp);
+}
 
-  const IoCode code = terrain::units().close(unit);
-  if (code != kIoOk) {
-    platform::removeFile(name);  // half a header is worse than none
-    return reportError({.routine = kWriteTag, .code = kWriteError, .file = name, .message1 = describe(code)});
-  }
-  if (projection.LineCount() > 0 && projection.writeAscii(base + ".prj") != kSuccess)
-    reportError({.routine = kWriteTag, .message1 = "Error writing projection file for " + base});
-  return attempt.succeed();
+int Grid_Header::WriteGridHeader(std::string_view stem, const VersionStamp* stamp) {
+  Attempt attempt{status};
+  RasterOutput out(kWriteTag, stem);
+  if (!hasOneCellSize(*this) || out.openHeader() != kSuccess) return kFailure;
+  writeHeaderLines(out.header(), *this, stamp);
+  out.writeProjection(projection);
+  return attempt.end(out.commit());
 }
 
 }  // namespace terrain

@@ -22,6 +22,13 @@ struct ResampleTexts {
   std::string_view exists{};  ///< an existing grid is refused with this; blank: it is destroyed
 };
 
+/// Value of the cell of an integer file whose area holds a point.
+template <class Grid>
+typename Grid::CellValue cellOf(const Grid& file, Point at) {
+  const auto cell = file.cellHolding(at.x, at.y);
+  return cell ? file.value(cell->col, cell->row, "ReadGrid in Grid_Module") : file.nodataValue();
+}
+
 /// Fills `grid`, on the lattice of `match`, with what `valueAt` finds at each of its points.
 template <class Grid, class ValueAt>
 int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const ResampleTexts& texts,
@@ -29,9 +36,12 @@ int resample(Grid& grid, std::string_view fileName, const MatchArgs& args, const
   using T = typename Grid::CellValue;
   const auto fail = [&](std::string_view why) { return terrain::fail(texts.routine, why); };
   Grid file;
-  if (ReadGrid(file, fileName) != kSuccess) return fail("ReadGrid failed for tempGrid");
+  Grid_Header header;
+  if (ReadGrid(file, fileName, {.replaceNodata = args.replaceNodata, .fileHeader = &header}) != kSuccess)
+    return fail("ReadGrid failed for tempGrid");
+  if (!args.replaceNodata) file.nodata = header.nodata;
   if (args.matchGrid->feetConverted) FeetToMeters(file);
-  if (CreateGrid(grid, {.like = args.matchGrid, .onDisk = args.onDisk}) != kSuccess)
+  if (CreateGrid(grid, {.like = args.matchGrid, .nodata = file.nodata, .onDisk = args.onDisk}) != kSuccess)
     return fail("ReadGrid failed for tempGrid");
   std::vector<T> row;
   if (!tryAllocate(row, static_cast<std::size_t>(grid.cols()))) return cannotAllocate(texts.routine, "row");
@@ -55,9 +65,10 @@ int readGridFile(Grid& grid, std::string_view fileName, const MatchArgs& args, c
     DestroyGrid(grid);
   }
   if (args.matchGrid == nullptr) {
-    if (ReadGrid(grid, fileName, {.onDisk = args.onDisk}) != kSuccess)
+    if (ReadGrid(grid, fileName, {.onDisk = args.onDisk, .replaceNodata = args.replaceNodata}) != kSuccess)
       return fail(texts.routine, "ReadGrid failed for outGrid");
   } else if (resample(grid, fileName, args, texts, valueAt) != kSuccess) {
+    grid.releaseStorage();  // half a raster is no raster
     return kFailure;
   }
   if (args.halfCell) {
@@ -100,7 +111,8 @@ constexpr std::array kShortKeywords{
 };
 
 /// The shorter keyword list: a token of 13 characters and its value on one line.
-int readShortHeader(Grid_Header& header, const std::string& name) {
+int readShortHeader(Grid_Header& header, const std::string& stem) {
+  const std::string name = stem + ".hdr";
   const int32_t unit = freeUnit();
   const UnitGuard guard(unit);
   if (units().openText(unit, name, platform::Open::read) != kIoOk)
@@ -108,6 +120,8 @@ int readShortHeader(Grid_Header& header, const std::string& name) {
   header.ncols = header.nrows = -9999;
   header.xmin = header.ymin = header.cellsize = -9999.0;
   header.nodata = kNodata;
+  bool hasXmin = false;
+  bool hasYmin = false;
 
   for (std::string line; units().text(unit)->readLine(line, 4096);) {
     FreeFormatReader reader(line, {.slashEnds = false});
@@ -125,7 +139,10 @@ int readShortHeader(Grid_Header& header, const std::string& name) {
                                                        : reader.next(header.nodata);
     if (field != FieldStatus::value && field != FieldStatus::empty)
       return fail(kOpenTag, "Error reading " + word + " in " + name);
+    hasXmin = hasXmin || found->size == &GridGeometry::xmin;
+    hasYmin = hasYmin || found->size == &GridGeometry::ymin;
   }
+  if (!hasXmin || !hasYmin) return refuseHeader(stem, kOpenTag, kCornerMissing);
   header.xcellsize = header.ycellsize = header.cellsize;
   header.updateFarCorner();
   return kSuccess;
@@ -164,8 +181,7 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
   Attempt attempt{grid.status};
   const std::string stem = rasterStem(fileName);
   Grid_Header file;
-  if (readShortHeader(file, stem + ".hdr") != kSuccess || !usableHeader(file, stem, kOpenTag))
-    return kFailure;
+  if (readShortHeader(file, stem) != kSuccess || !usableHeader(file, stem, kOpenTag)) return kFailure;
   const std::string name = stem + ".flt";
   platform::File cells;
   if (cells.open(name, platform::Open::read) != kIoOk) return fail(kOpenTag, "Unable to open " + name);
@@ -179,17 +195,21 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
   Shift shift;
   if (args.clipGrid != nullptr && args.clipGrid->feetConverted) FeetToMeters(file);
   made.geometry() = file.geometry();
+  made.feetConverted = file.feetConverted;
   if (args.clipGrid != nullptr && clipHeader(made, file, *args.clipGrid, shift) != kSuccess) return kFailure;
   const Grid_Header geometry = made;
+  std::vector<float> in;
+  std::vector<float> out;
+  if (!tryAllocate(in, fileCols)) return cannotAllocate(kOpenTag, "inArray");
+  if (!tryAllocate(out, static_cast<std::size_t>(made.cols()))) return cannotAllocate(kOpenTag, "outArray");
   if (CreateGrid(grid,
                  {.like = &geometry, .nodata = args.nodata.value_or(file.nodata), .onDisk = args.onDisk}) !=
       kSuccess)
     return fail(kOpenTag, "OpenBinaryScratchFile failed for outGrid");
-
-  std::vector<float> in;
-  std::vector<float> out;
-  if (!tryAllocate(in, fileCols)) return cannotAllocate(kOpenTag, "inArray");
-  if (!tryAllocate(out, static_cast<std::size_t>(grid.cols()))) return cannotAllocate(kOpenTag, "outArray");
+  const auto giveUp = [&](int reported) {
+    grid.releaseStorage();  // half a raster is no raster
+    return reported;
+  };
   const int64_t firstCol = std::max<int64_t>(1, 1 - shift.cols);
   const int64_t lastCol = std::min<int64_t>(grid.cols(), int64_t{file.cols()} - shift.cols);
   for (int32_t row = 1; row <= grid.rows(); ++row) {
@@ -198,12 +218,12 @@ int OpenR4Grid(R4Grid_type& grid, std::string_view fileName, const OpenR4Args& a
     if (fileRow >= 1 && fileRow <= file.rows()) {
       const std::uint64_t offset = static_cast<std::uint64_t>(fileRow - 1) * fileCols * sizeof(float);
       if (cells.readAt(offset, std::as_writable_bytes(std::span(in))) != kIoOk)
-        return reportError({.routine = kOpenTag, .code = kReadError, .file = name});
+        return giveUp(reportError({.routine = kOpenTag, .code = kReadError, .file = name}));
       for (int64_t col = firstCol; col <= lastCol; ++col)
         out[static_cast<std::size_t>(col - 1)] = in[static_cast<std::size_t>(col + shift.cols - 1)];
     }
     const IoCode code = grid.writeRow(row, out);
-    if (code != kIoOk) return reportScratchWrite(kOpenTag, grid, code);
+    if (code != kIoOk) return giveUp(reportScratchWrite(kOpenTag, grid, code));
   }
   return attempt.succeed();
 }
@@ -225,12 +245,12 @@ int ReadR8GridFile(R8Grid_type& grid, std::string_view fileName, const MatchArgs
 int ReadI4GridFile(I4Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
   return readGridFile(grid, fileName, args,
                       {.routine = "ReadI4GridFile in Grid_Module", .exists = "Grid already exists"},
-                      [](I4Grid_type& file, Point at) { return file.ExtractI4ValueXY(at.x, at.y); });
+                      cellOf<I4Grid_type>);
 }
 int ReadI8GridFile(I8Grid_type& grid, std::string_view fileName, const MatchArgs& args) {
   return readGridFile(grid, fileName, args,
                       {.routine = "ReadI8GridFile in Grid_Module", .exists = "Grid already exists"},
-                      [](I8Grid_type& file, Point at) { return file.ExtractI8ValueXY(at.x, at.y); });
+                      cellOf<I8Grid_type>);
 }
 
 }  // namespace terrain

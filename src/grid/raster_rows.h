@@ -78,7 +78,7 @@ Converter<To> converterFor(CellType fileType) {
     case CellType::I2:
       return convertCells<To, std::int16_t>;
     case CellType::I1:
-      return std::is_floating_point_v<To> ? convertCells<To, std::int8_t> : nullptr;
+      return convertCells<To, std::int8_t>;
     case CellType::none:
       break;
   }

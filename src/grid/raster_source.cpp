@@ -26,9 +26,7 @@ int findFile(RasterSource& source, CellType wanted, std::string_view tag) {
 
 /// Layouts that would read as well-formed nonsense are refused.
 int checkLayout(const RasterSource& source, const RasterLayout& layout, std::string_view tag) {
-  const auto refuse = [&](const std::string& why) {
-    return reportError({.routine = tag, .file = source.stem + ".hdr", .message1 = why});
-  };
+  const auto refuse = [&](const std::string& why) { return refuseHeader(source.stem, tag, why); };
   if (layout.byteOrder == "M" || layout.byteOrder == "MSBFIRST")
     return refuse("BYTEORDER " + layout.byteOrder + ": only little-endian rasters can be read");
   if (!layout.bands.empty() && layout.bands != "1")
@@ -44,12 +42,7 @@ int findBitDepth(RasterSource& source, int64_t fileBytes, std::string_view tag) 
   Grid_Header& header = source.header;
   if (header.bitDepth != 0) return kSuccess;
   const int64_t bytes = fileBytes / header.cols() / header.rows();
-  if (bytes != 4 && bytes != 8)
-    return reportError({.routine = tag,
-                        .file = source.fileName(),
-                        .message1 = "Unknown bit depth",
-                        .message2 = bytes < 4 ? "The raster file is shorter than its header says"
-                                              : "The size of the raster file does not fit its header"});
+  if (bytes != 4 && bytes != 8) return fail(tag, "Unknown bit depth");
   header.bitDepth = bytes == 4 ? 32 : 64;
   return kSuccess;
 }
@@ -105,9 +98,10 @@ int findRaster(RasterSource& source, std::string_view name, CellType wanted, std
   source.stem = rasterStem(source.name);
   if (findFile(source, wanted, tag) != kSuccess) return kFailure;
   RasterLayout layout;
-  if (readRasterHeader(source.header, source.stem, &layout) != kSuccess ||
+  if (readRasterHeader(source.header, source.stem, layout) != kSuccess ||
       checkLayout(source, layout, tag) != kSuccess || !usableHeader(source.header, source.stem, tag))
     return kFailure;
+  if (!layout.hasCorner) return refuseHeader(source.stem, tag, kCornerMissing);
   const int64_t fileBytes = fsize(source.fileName());
   if (fileBytes < 1) return fail(tag, "Cannot find raster file " + source.name);
   if (findBitDepth(source, fileBytes, tag) != kSuccess || findCellType(source, tag) != kSuccess)

@@ -20,6 +20,7 @@ int clipTo(Grid_Header& grid, Grid_Header file, const Grid_Header& clip, Placeme
   if (!clip.HeaderExists()) return fail(kTag, "Clipgrid not assigned");
   if (clip.feetConverted && !file.feetConverted) FeetToMeters(file);
   grid.geometry() = file.geometry();
+  grid.feetConverted = file.feetConverted;
   if (clip.ncols == file.ncols && clip.nrows == file.nrows && sameR8(clip.xmin, file.xmin) &&
       sameR8(clip.ymin, file.ymin) && sameR8(clip.xcellsize, file.xcellsize) &&
       sameR8(clip.ycellsize, file.ycellsize))
@@ -83,6 +84,7 @@ int readTyped(GridOf<T>& grid, const RasterSource& source, const ReadGridArgs& a
     if (grid.ncols) DestroyGrid(grid);
     grid.onDisk = args.onDisk.value_or(false);
     grid.geometry() = source.header.geometry();
+    grid.feetConverted = false;
     Placement place{.col2 = source.header.cols(), .row2 = source.header.rows()};
     const auto read = [&] {
       if (args.clipGrid != nullptr && clipTo(grid, source.header, *args.clipGrid, place) != kSuccess)
@@ -119,13 +121,10 @@ int ReadGrid(Grid_Header& grid, std::string_view fileName, const ReadGridArgs& a
 int readRaster(R4Grid_type& grid, std::string_view name, const ReadGridArgs& args) {
   ReadGridArgs replacing = args;
   replacing.replaceNodata = true;
-  grid.feetConverted = false;
   if (ReadGrid(grid, name, replacing) != kSuccess) {
     if (grid.ncols) DestroyGrid(grid);
     return grid.status = kFailure;
   }
-  grid.unifyCellSize();
-  grid.feetConverted = args.clipGrid != nullptr && args.clipGrid->feetConverted;
   return kSuccess;
 }
 

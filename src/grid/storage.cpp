@@ -34,7 +34,7 @@ int switchAccess(const Grid_Header& grid, Access access) {
 /// True where the access mode is as wanted already, or means nothing.
 bool hasAccess(const Grid_Header& grid, Access access) {
   const bool wanted = access == Access::rows ? grid.rowAccess : grid.cellAccess;
-  return !grid.onDisk || (wanted && grid.scratchUnit > 0);
+  return !grid.onDisk || (wanted && units().records(grid.scratchUnit) != nullptr);
 }
 
 int useAccess(const Grid_Header& grid, Access access) {
@@ -45,7 +45,8 @@ int setAccess(Grid_Header& grid, Access access) {
   if (hasAccess(grid, access)) return grid.status = kSuccess;
   Attempt attempt{grid.status};
   const CellFacts* facts = factsOf(grid.cellType());
-  if (grid.scratchUnit < 1 && facts != nullptr) {
+  // A grid that was never written has no file yet; one that lost its file must not start an empty one.
+  if (grid.scratchUnit < 1 && grid.scratchFile.empty() && facts != nullptr) {
     const bool rows = access == Access::rows;
     if (openRowScratch(grid, facts->bytes) != kSuccess)
       return fail(rows ? "SetRowAccess in Grid_Module" : "SetCellAccess in Grid_Module",
@@ -205,9 +206,15 @@ int CreateGrid(Grid_Header& grid, const CreateGridArgs& args) {
     grid.nrows.reset();
     return fail(kCreateTag, "A grid needs at least one column and one row: " + counts);
   }
-  return attempt.end(visitGrid(
+  const int made = visitGrid(
       grid, [&](auto& typed) { return createTyped(typed, own, pad); },
-      [] { return fail(kCreateTag, "Grid type not defined"); }));
+      [] { return fail(kCreateTag, "Grid type not defined"); });
+  if (made != kSuccess) {
+    visitGrid(grid, [](auto& typed) { typed.releaseStorage(); });
+    grid.ncols.reset();
+    grid.nrows.reset();
+  }
+  return attempt.end(made);
 }
 
 void DestroyGrid(Grid_Header& grid) {
@@ -222,8 +229,8 @@ void DestroyGrid(Grid_Header& grid) {
       }
     }
     grid.scratchUnit = 0;
-    grid.scratchFile.clear();
   }
+  grid.scratchFile.clear();
   visitGrid(grid, [](auto& typed) { typed.cells.release(); });
   grid.geometry() = {};
   grid.reserved = 0;

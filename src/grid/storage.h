@@ -30,7 +30,8 @@ struct CreateGridArgs {
 };
 
 /// Makes a grid of any of the six types with every cell set. An existing grid is destroyed first. A
-/// grid on disk ends in row access unless cell access is asked for. Status 0, or -1 with a report.
+/// grid on disk ends in row access unless cell access is asked for. Status 0; -1 with a report, and without
+/// a grid unless the arguments themselves were refused.
 int CreateGrid(Grid_Header& grid, const CreateGridArgs& args);
 
 /// Frees a grid of any type and deletes its scratch file; safe on a grid that was never made. The

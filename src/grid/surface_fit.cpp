@@ -6,6 +6,14 @@
 
 namespace terrain::surface {
 
+std::string_view obstacle(const R4Grid_type& grid) {
+  const float nodata = grid.nodataValue();
+  if (!std::isfinite(nodata) || nodata > 0)
+    return "The nodata value of a surface must be a number not above 0";
+  if (!grid.resolvesCells()) return "The cell size of a surface is too small beside its coordinates";
+  return {};
+}
+
 double radiusStep(const GridGeometry& grid) {
   return sameR8(grid.cellsize, grid.xcellsize) ? grid.cellsize : grid.xcellsize;
 }
@@ -46,9 +54,7 @@ void fillMissing(Samples& z, double nodata) {
 }
 
 double sampleAt(const R4Grid_type& grid, const Point& at, const Point& offset, bool absolute) {
-  const double z =
-      static_cast<double>(grid.ExtractR4ValueXY(at.x + offset.x, at.y + offset.y, {.absolute = absolute}));
-  return absolute ? std::abs(z) : z;
+  return static_cast<double>(grid.ExtractR4ValueXY(at.x + offset.x, at.y + offset.y, {.absolute = absolute}));
 }
 
 Circle sampleCircle(const R4Grid_type& grid, const Point& at, double length, bool absolute) {

@@ -33,6 +33,12 @@ inline constexpr Pattern kCircle{.dx = {0, -kDiagonal, 0, kDiagonal, -1, 0, 1, -
 inline constexpr Pattern kSquare{.dx = {0, -1, 0, 1, -1, 0, 1, -1, 0, 1},
                                  .dy = {0, 1, 1, 1, 0, 0, 0, -1, -1, -1}};
 
+// ---- what can be measured ----
+
+/// Why nothing can be measured on a grid, whose missing cells are those at or below nodata; blank where
+/// it can.
+std::string_view obstacle(const R4Grid_type& grid);
+
 // ---- radii ----
 
 inline bool usableRadius(float radius) { return radius > 0 && std::isfinite(radius); }

@@ -191,6 +191,7 @@ int surface::measure(const R4Grid_type& grid, const SurfaceMetricsArgs& args) {
   if (grid.useCellAccess() != kSuccess) return fail(kTag, "SetCellAccess failed");
   if (grid.xcellsize != grid.ycellsize)
     return fail(kTag, "surfaceMetrics cannot use unequal cell dimensions");
+  if (const auto why = obstacle(grid); !why.empty()) return fail(kTag, why);
   // A circle without a radius would give NaN, an infinite one has no centre.
   if (!usableRadius(args.length)) return fail(kTag, "surfaceMetrics needs a finite length above 0");
 

@@ -350,6 +350,7 @@ int surfaceRasters(const R4Grid_type& elev, float length, const std::vector<Surf
       return fail(kTag, "Gradient and aspect must be grids of their own with the size of the elevations");
   if (elev.xcellsize != elev.ycellsize)
     return fail(cellTag, "surfaceMetrics cannot use unequal cell dimensions");
+  if (const auto why = obstacle(elev); !why.empty()) return fail(cellTag, why);
   if (!usableRadius(length)) return fail(cellTag, "surfaceMetrics needs a finite length above 0");
   if (outputs.empty()) return kSuccess;
   if (elev.useRowAccess() != kSuccess) return fail(kTag, "SetRowAccess failed");

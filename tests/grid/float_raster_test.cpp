@@ -1,6 +1,7 @@
 #include "grid/float_raster.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <fstream>
 
@@ -63,19 +64,25 @@ TEST_P(FloatRaster, HeaderKeywordsComeInManyForms) {
     double xmin, ymin, cellsize, xcellsize, ycellsize;
     float nodata;
   };
-  for (const Case& c : {Case{"ncols 3\r\nnrows,2\r\nXMIN 5\nyllcorner 6d0\ncellsize 10\nNoData -1\n", 3, 5, 6,
-                             10, 10, 10, -1},
-                        {"NCOLS\n3\nNROWS 2 extra words\n\n# NCOLS 9\n'X CELLSIZE' 10\n\"Y CELLSIZE\" 20\n",
-                         3, -9999, -9999, -9999, 10, 20, -9999},
-                        {"NCOLS 4\nNCOLS 3\nNROWS 2\nX CELLSIZE 30\ncellsize 30\nXCELLSIZE 5\n", 3, -9999,
-                         -9999, 30, 30, 30, -9999},
-                        {"NROWS 2\nNCOLS 3\nULXMAP 115\nULYMAP 245\nXDIM 30\nYDIM 30\nNODATA -32768\n", 3,
-                         100, 200, 30, 30, 30, -32768},
-                        {"NROWS 2\nNCOLS 3\nXDIM 10\nYDIM 20\nULXMAP 5\nULYMAP 30\nYLLCORNER 7\n", 3, 0, 7,
-                         -9999, 10, 20, -9999}}) {
+  for (const Case& c :
+       {Case{"ncols 3\r\nnrows,2\r\nXMIN 5\nyllcorner 6d0\ncellsize 10\nNoData -1\n", 3, 5, 6, 10, 10, 10,
+             -1},
+        {"NCOLS\n3\nNROWS 2 extra words\n\n# NCOLS 9\n'X CELLSIZE' 10\n\"Y CELLSIZE\" 20\n", 3, -9999, -9999,
+         -9999, 10, 20, -9999},
+        {"NCOLS 4\nNCOLS 3\nNROWS 2\nX CELLSIZE 30\ncellsize 30\nXCELLSIZE 5\n", 3, -9999, -9999, 30, 30, 30,
+         -9999},
+        {"NROWS 2\nNCOLS 3\nULXMAP 115\nULYMAP 245\nXDIM 30\nYDIM 30\nNODATA -32768\n", 3, 100, 200, 30, 30,
+         30, -32768},
+        {"NROWS 2\nNCOLS 3\nXDIM 10\nYDIM 20\nULXMAP 5\nULYMAP 30\nYLLCORNER 7\n", 3, 0, 7, 15, 10, 20,
+         -9999},
+        {"NROWS 2\nNCOLS 3\nXCELLSIZE 10\nYCELLSIZE 10\n", 3, -9999, -9999, 10, 10, 10, -9999}}) {
     SCOPED_TRACE(c.text);
-    write("h.hdr", c.text);
+    write("h.hdr", "#_FILE_TYPE R8\n#_BIT_DEPTH 64\nCELLSIZE 7\n");
+    write("h.prj", "of an earlier raster");
     Grid_Header h;
+    ASSERT_EQ(h.ReadHeader(at("h")), 0);
+    std::filesystem::remove(at("h.prj"));
+    write("h.hdr", c.text);
     ASSERT_EQ(h.ReadHeader(at("h")), 0);
     EXPECT_EQ(h.cols(), c.ncols);
     EXPECT_EQ(h.rows(), 2);
@@ -85,6 +92,7 @@ TEST_P(FloatRaster, HeaderKeywordsComeInManyForms) {
     EXPECT_EQ(h.xcellsize, c.xcellsize);
     EXPECT_EQ(h.ycellsize, c.ycellsize);
     EXPECT_EQ(h.nodata, c.nodata);
+    EXPECT_TRUE(h.fileType.blank() && h.bitDepth == 0 && h.projection.LineCount() == 0);
   }
   write("h.hdr", "NCOLS 2.5\n");
   Grid_Header h;
@@ -185,6 +193,8 @@ TEST_P(FloatRaster, WhatDoesNotFitIsRefusedInWords) {
         {"NCOLS 3\nNROWS 2\nCELLSIZE nan\n", "CELLSIZE is missing or not above 0"},
         {"NCOLS 3\nNROWS 2\nCELLSIZE 0\nXCELLSIZE -1\nYCELLSIZE 1\n", "CELLSIZE is missing or not above 0"},
         {"NCOLS 3\nNROWS 2\nXLLCORNER inf\n", "XLLCORNER is not a number"},
+        {"NCOLS -2147483648\nNROWS 2\n", "NCOLS is missing or below 1"},
+        {"NCOLS 3\nNROWS 2\nXLLCORNER 500000\nCELLSIZE 1e-30\n", "CELLSIZE is too small"},
         {"NCOLS 3\nNROWS 2\nBYTEORDER M\n", "BYTEORDER M: only little-endian rasters can be read"},
         {"NCOLS 3\nNROWS 2\nNBANDS 3\n", "NBANDS 3: only rasters of one band can be read"},
         {"NCOLS 3\nNROWS 2\nPIXELTYPE SIGNEDINT\n",
@@ -199,19 +209,71 @@ TEST_P(FloatRaster, WhatDoesNotFitIsRefusedInWords) {
   }
 }
 
-TEST_P(FloatRaster, FailedWriteLeavesNothingThatLooksFinished) {
+TEST_P(FloatRaster, FilesOfARasterChangeTogetherOrNotAtAll) {
   auto grid = test::emptyGrid<R4Grid_type>(300, 300, {.storage = GetParam()});
+  const auto all = [&] { return read("w.flt") + read("w.hdr") + read("w.prj"); };
+  grid.projection.lines = {"of the older raster"};
   ASSERT_EQ(grid.WritefltR4(at("w")), 0);
-  EXPECT_EQ(grid.WritefltR4(at("none/w")), -1);
-  EXPECT_TRUE(said("Error code: 29"));
-  std::filesystem::remove(at("w.flt"));
-  std::filesystem::create_symlink("/dev/full", at("w.flt"));
+  const std::string older = all();
+  grid.projection.Clear();
+  grid.nodata = -1;
+  rlimit limit{};
+  ::getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit full{1000, limit.rlim_max};
+  platform::prepareProcess();
+  ::setrlimit(RLIMIT_FSIZE, &full);
   EXPECT_EQ(grid.WritefltR4(at("w")), -1);
+  ::setrlimit(RLIMIT_FSIZE, &limit);
   EXPECT_TRUE(said("Error in writing to file"));
-  EXPECT_FALSE(rasterExists(at("w")) || platform::fileExists(at("w.hdr")));
+  EXPECT_TRUE(all() == older);
+  EXPECT_EQ(grid.WritefltR4(at("none/w")), -1);
+  EXPECT_TRUE(said("Error code: 29, no such file"));
   R4Grid_type none;
-  EXPECT_EQ(none.WritefltR4(at("n")), -1);
-  EXPECT_EQ(WriteGridflt(none, at("n")), -1);
+  EXPECT_EQ(none.WritefltR4(at("w")), -1);
+  EXPECT_EQ(WriteGridflt(none, at("w")), -1);
+  grid.ycellsize = 20;
+  EXPECT_EQ(grid.WritefltR4(at("w")), -1);
+  EXPECT_TRUE(said("the cells are 10.0000000000000 wide and 20.0000000000000 high"));
+  EXPECT_TRUE(all() == older);
+  grid.ycellsize = 10;
+  EXPECT_EQ(grid.WritefltR4(at("w")), 0);
+  EXPECT_FALSE(platform::fileExists(at("w.prj")));  // it told of the older raster
+  std::filesystem::create_directory(at("d.hdr"));
+  EXPECT_EQ(grid.WritefltR4(at("d")), -1);
+  EXPECT_TRUE(said("writeHeader failed"));
+  EXPECT_FALSE(platform::fileExists(at("d.flt")));
+}
+
+TEST_P(FloatRaster, PlaceUnitsAndNodataOfTheFileAreKnown) {
+  write("n.hdr", "NCOLS 3\nNROWS 3\nXLLCORNER 1000\nYLLCORNER 2000\nCELLSIZE 10\nNODATA 3.4e38\n");
+  const float none = 3.4e38F;
+  writeCells("n.flt", std::vector<float>{1, 1, 1, 1, 5, none, 1, 1, std::nanf("")});
+  Grid_Header finer;
+  finer.InitializeHeader(2, 2, 1010, 2010, {.cellsize = 5});
+  R4Grid_type grid;
+  ASSERT_EQ(ReadR4GridFile(grid, at("n"), {.matchGrid = &finer, .onDisk = onDisk()}), 0);
+  EXPECT_EQ(test::cellsOf(grid), (std::vector{5.0F, 5.0F, 5.0F, 5.0F}));
+  EXPECT_EQ(grid.nodata, none);
+  const MatchArgs replacing{.onDisk = onDisk(), .replaceNodata = true};
+  ASSERT_EQ(ReadR4GridFile(grid, at("n"), replacing), 0);
+  EXPECT_EQ(test::show(grid), "1 1 1\n1 5 .\n1 1 .\n");
+  ASSERT_EQ(OpenR4Grid(grid, at("n.flt")), 0);
+  EXPECT_EQ(grid.nodata, none);
+
+  Grid_Header clip;
+  clip.InitializeHeader(2, 2, 1000 * 0.3048, 2000 * 0.3048, {.cellsize = 10 * 0.3048});
+  clip.feetConverted = true;
+  ASSERT_EQ(ReadGrid(grid, at("n.hdr"), {.clipGrid = &clip, .onDisk = onDisk()}), 0);
+  EXPECT_TRUE(grid.feetConverted);
+  ASSERT_EQ(OpenR4Grid(grid, at("n.flt"), {.clipGrid = &clip}), 0);
+  EXPECT_TRUE(grid.feetConverted);
+  ASSERT_EQ(ReadGrid(grid, at("n")), 0);
+  EXPECT_FALSE(grid.feetConverted);
+
+  write("n.hdr", "NCOLS 3\nNROWS 3\nXLLCORNER 1000\nCELLSIZE 10\n");
+  EXPECT_EQ(ReadGrid(grid, at("n")), -1);
+  EXPECT_EQ(OpenR4Grid(grid, at("n")), -1);
+  EXPECT_TRUE(said("XLLCORNER or YLLCORNER is missing"));
 }
 
 }  // namespace

@@ -147,6 +147,7 @@ TEST_F(GridStorage, RefusesWhatItCannotMake) {
   EXPECT_FALSE(grid.HeaderExists());
   EXPECT_EQ(CreateGrid(grid, {.ncols = 2, .nrows = 2, .onDisk = true, .cellAccess = true, .rowAccess = true}),
             -1);
+  EXPECT_FALSE(grid.GridExists() || grid.HeaderExists());
   // Cells beyond any memory and any disk: a failure in words, and nothing is left behind.
   grid.onDisk = false;
   EXPECT_EQ(CreateGrid(grid, {.ncols = 2147483647, .nrows = 2147483647}), -1);
@@ -196,6 +197,29 @@ TEST_F(GridStorage, UnreadableScratchEndsTheRunWithItsLines) {
   EXPECT_EXIT(readCut(), ::testing::ExitedWithCode(1),
               "ERROR: ExtractR4ValueColRow in Grid_module\n   Error reading scratch file\n   File: "
               ".*Scratch0\n   Unit: 11\n   Error: 36");
+}
+
+TEST_F(GridStorage, LostScratchFileFailsEveryAccessAndCanComeBack) {
+  auto grid = test::emptyGrid<R4Grid_type>(3, 2, {.nodata = -5.0F, .storage = Storage::disk});
+  const int32_t unit = grid.scratchUnit;
+  std::vector row(3, 7.0F);
+  for (const int32_t left : {unit, 0}) {
+    units().close(unit);
+    grid.scratchUnit = left;
+    EXPECT_EQ(grid.SetRowAccess(), -1);
+    EXPECT_EQ(grid.SetCellAccess(), -1);
+    EXPECT_EQ(grid.SetR4CellColRow(1, 1, 9.0F), -1);
+    EXPECT_EQ(grid.SetR4row(1, row), -1);
+    grid.status = 0;
+    std::ranges::fill(row, 7.0F);
+    grid.ExtractR4row(row, 1);
+    EXPECT_EQ(row, std::vector(3, -5.0F));
+    EXPECT_EQ(grid.status, -1);
+    grid.scratchUnit = unit;
+    ASSERT_EQ(units().openRecords(unit, grid.scratchFile, platform::Open::update, 12), kIoOk);
+    EXPECT_EQ(grid.SetCellAccess(), 0);
+    EXPECT_EQ(grid.SetR4CellColRow(2, 1, 9.0F), 0);
+  }
 }
 
 // ---- access ----

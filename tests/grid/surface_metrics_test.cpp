@@ -118,10 +118,50 @@ TEST_P(ValueXY, HasTheToldValuesAtTheEdges) {
   EXPECT_EQ(grid.ExtractR4ValueXY(15, 15, {.interpolate = true, .noInterpolate = true}), kNodata);
 }
 
+TEST_P(ValueXY, NodataAboveTheDataIsNoData) {
+  const auto grid = gridOf<R4Grid_type>("1 1 1 1\n 1 5 . 1\n 1 5 5 1\n 1 1 1 1",
+                                        {.xmin = 0, .ymin = 0, .nodata = 3.4e38F, .storage = GetParam()});
+  EXPECT_EQ(grid.ExtractR4ValueXY(15, 15), 5.0F);
+  EXPECT_EQ(grid.ExtractR4ValueXY(15, 15, {.ignoreNodata = true}), 3.75F);
+}
+
 // ---- metrics at a point ----
 
 class Surface : public InBothStorages {};
 INSTANTIATE_TEST_SUITE_P(Storages, Surface, ::testing::Values(Storage::memory, Storage::disk), storageName);
+
+TEST_P(Surface, MissingGroundIsKnownOrTheGridRefused) {
+  float gradient = 0;
+  const SurfaceMetricsArgs args{.length = 10, .col = 3, .row = 3, .gradient = &gradient};
+  const auto flat = [&](float height, float nodata) {
+    auto grid = emptyGrid<R4Grid_type>(5, 5, {.nodata = nodata, .storage = GetParam()});
+    fillWith(grid,
+             [&](int32_t col, int32_t row) { return col == 4 && row > 1 && row < 5 ? nodata : height; });
+    return grid;
+  };
+  for (const float nodata : {3.4e38F, 1.0F, std::numeric_limits<float>::infinity(), std::nanf("")}) {
+    auto grid = flat(100, nodata);
+    EXPECT_EQ(grid.surfaceMetrics(args), -1);
+    EXPECT_EQ(gradient, kNodata);
+    auto out = emptyGrid<R4Grid_type>(5, 5, {.storage = GetParam()});
+    EXPECT_EQ(surfaceRasters(grid, 10, {{.grid = &out, .metric = SurfaceMetric::gradient}}), -1);
+    EXPECT_EQ(grid.PlanXY(10, 1020, 2020), kNodata);
+    EXPECT_EQ(grid.SteepestNeighbour(3, 3), 0);
+    EXPECT_THAT(console_.text(), ::testing::HasSubstr("The nodata value of a surface must be a number"));
+  }
+  for (const float nodata : {kNodata, 0.0F}) {
+    auto grid = flat(-100, nodata);
+    SurfaceMetricsArgs absolute = args;
+    absolute.absolute = true;
+    EXPECT_EQ(grid.surfaceMetrics(absolute), 0);
+    EXPECT_EQ(gradient, 0.0F);
+  }
+  auto tiny = flat(100, kNodata);
+  tiny.cellsize = tiny.xcellsize = tiny.ycellsize = 1e-30;
+  tiny.updateFarCorner();
+  EXPECT_EQ(tiny.surfaceMetrics(args), -1);
+  EXPECT_THAT(console_.text(), ::testing::HasSubstr("too small beside its coordinates"));
+}
 
 TEST_P(Surface, MatchesThePlainFormForEveryOutputAndOption) {
   struct Case {

@@ -37,8 +37,7 @@ struct Nine {
 };
 
 double readSample(const PlainGrid& g, double x, double y, bool absolute) {
-  const double z = static_cast<double>(plainValueXY(g, x, y, {.absolute = absolute}));
-  return absolute ? std::fabs(z) : z;
+  return static_cast<double>(plainValueXY(g, x, y, {.absolute = absolute}));
 }
 
 /// The circle's samples, not normalised, and the final radius. False without a centre.
@@ -229,17 +228,18 @@ float plainValueXY(const PlainGrid& g, double x, double y, const PointOptions& o
                       static_cast<double>(plainValue(g, col, row - 1)),
                       static_cast<double>(plainValue(g, col + 1, row - 1))};
   const double nodata = static_cast<double>(g.nodata);
+  const auto isMissing = [&](double c) { return o.absolute || nodata > 0 ? c == nodata : c <= nodata; };
   int missing = 0;
-  for (double& c : corner) {
-    if (o.absolute) c = std::fabs(c);
-    if (c <= nodata) ++missing;
-  }
+  for (const double c : corner)
+    if (isMissing(c)) ++missing;
   if (missing > 0) {
-    if (!o.ignoreNodata) return corner[0] > nodata ? finish(static_cast<float>(corner[0])) : finish(g.nodata);
-    if (missing == 4) return finish(g.nodata);
+    if (!o.ignoreNodata) return isMissing(corner[0]) ? g.nodata : finish(itself);
+    if (missing == 4) return g.nodata;
     for (double& c : corner)
       if (c == nodata) c = 0;
   }
+  if (o.absolute)
+    for (double& c : corner) c = std::fabs(c);
   const double u = dx / g.xcellsize;
   const double v = dy / g.ycellsize;
   const float result = static_cast<float>(corner[0] * (1 - u) * (1 - v) + corner[1] * u * (1 - v) +
