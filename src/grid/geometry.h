@@ -128,7 +128,16 @@ struct GridGeometry {
     return index >= 1 ? std::int64_t{index} : std::int64_t{index} + 1;
   }
 
+  /// The cell whose area holds a point, the strips beyond xmax and ymax included; none outside.
+  [[nodiscard]] std::optional<ColRow> cellHolding(double x, double y) const {
+    ColRow cell = XYtoColRow(x, y);
+    if (cell.row == -1) cell.row = 1;  // above ymax
+    return contains(cell) ? std::optional(cell) : std::nullopt;
+  }
+
   // ---- sizes ----
+  /// The cell size, or the mean of width and height where they differ.
+  [[nodiscard]] double meanCellSize() const { return (xcellsize + ycellsize) / 2; }
   /// xcellsize * ycellsize, multiplied in float64 and rounded.
   [[nodiscard]] float CellArea() const { return static_cast<float>(xcellsize * ycellsize); }
   /// Sets xmax and ymax from the other fields.
