@@ -112,7 +112,9 @@ R4Grid_type I4Grid_type::distanceTo(double maxDistance) {
   const bool square = hasSquareCells(*this);
   if (!square) putMessage("distanceTo requires square cells");
   return newGridFrom<R4Grid_type>(*this, square, {.like = this}, [&](R4Grid_type& out) {
-    const int64_t farthest = wholeCells(maxDistance / xcellsize, std::max(cols(), rows()));
+    const int64_t across = int64_t{cols()} + rows();  // no two cells are farther apart
+    const auto most = static_cast<int32_t>(std::min<int64_t>(across, std::numeric_limits<int32_t>::max()));
+    const int64_t farthest = wholeCells(maxDistance / xcellsize, most);
     const int counted = countRowsAbove(*this, out, farthest);
     return counted == kSuccess ? distancesFromCounts(out, farthest, xcellsize) : kFailure;
   });

@@ -17,10 +17,15 @@
 
 namespace terrain::test {
 
-enum class Storage { memory, disk };
+enum class Storage { memory, disk, diskByCell };  // on disk in row access, unless said
 
 inline std::string storageName(const ::testing::TestParamInfo<Storage>& info) {
-  return info.param == Storage::memory ? "Memory" : "Disk";
+  return info.param == Storage::memory ? "Memory" : info.param == Storage::disk ? "Disk" : "DiskByCell";
+}
+
+/// For operations that must give the same bytes whatever the storage and the access mode.
+inline auto everyStorage() {
+  return ::testing::Values(Storage::memory, Storage::disk, Storage::diskByCell);
 }
 
 /// Tests that run with grids in memory and on disk: the parameter says which.
@@ -47,7 +52,8 @@ G emptyGrid(int32_t ncols, int32_t nrows, const GridPlan& plan = {}) {
                               .ymin = plan.ymin,
                               .size = {.cellsize = plan.cellsize},
                               .nodata = plan.nodata,
-                              .onDisk = plan.storage == Storage::disk}),
+                              .onDisk = plan.storage != Storage::memory,
+                              .cellAccess = plan.storage == Storage::diskByCell}),
             0);
   return grid;
 }
@@ -74,6 +80,7 @@ G gridOf(std::string_view text, const GridPlan& plan = {}) {
       if (word != ".") grid.setCell(col, row, static_cast<typename G::CellValue>(std::stod(word)), {});
     }
   }
+  if (plan.storage == Storage::disk) grid.SetRowAccess();
   return grid;
 }
 
