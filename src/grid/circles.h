@@ -2,11 +2,12 @@
 // Circles of cells around a centre, for windows, buffers and distances. A circle is held as the half
 // width of each of its rows, so that work per centre is that of its rows and not of a square template.
 
-#include <cmath>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "foundation/numbers.h"
 #include "grid/geometry.h"
 
 namespace terrain {
@@ -21,6 +22,14 @@ namespace terrain {
   };
 }
 
+[[nodiscard]] inline bool hasSquareCells(const GridGeometry& grid) {
+  return sameR8(grid.xcellsize, grid.ycellsize);
+}
+/// `cells`, a length in cells, truncated with the slack of the circles; never below 0 or above `most`.
+[[nodiscard]] inline int32_t wholeCells(double cells, int32_t most) {
+  return std::clamp(truncateTo<int32_t>(cells * (1 + 1e-9)), 0, most);
+}
+
 class CellCircle {
  public:
   /// Rows -reach to reach. `inside(dCol, dRow)` decides which cells belong to the circle; it must be
@@ -28,11 +37,19 @@ class CellCircle {
   template <class Inside>
   CellCircle(int32_t reach, Inside inside) : reach_(reach) {
     halfWidths_.reserve(2 * static_cast<std::size_t>(reach) + 1);
+    int32_t half = -1;  // from the row before on: neighbouring rows are of similar width
     for (int32_t dRow = -reach; dRow <= reach; ++dRow) {
-      int32_t half = -1;
       while (half < reach && inside(half + 1, dRow)) ++half;
+      while (half >= 0 && !inside(half, dRow)) --half;
       halfWidths_.push_back(half);
     }
+  }
+
+  /// The cells of a grid within `distance`, in map units, of a centre: the centre alone for a distance
+  /// below a cell, and no rows beyond what the grid has.
+  [[nodiscard]] static CellCircle within(const GridGeometry& grid, double distance) {
+    const double radius = distance > 0 ? distance / grid.meanCellSize() : 0.0;
+    return CellCircle(wholeCells(radius, std::max(grid.cols(), grid.rows())), withinRadius(radius));
   }
 
   [[nodiscard]] int32_t reach() const { return reach_; }

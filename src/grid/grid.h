@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "grid/grid_core.h"
+#include "grid/region_args.h"
 
 namespace terrain {
 
@@ -78,6 +79,8 @@ struct MaxOptions {
   WindowArgs window{};
   bool includeNodata = false;
 };
+
+class I4Grid_type;
 
 class R4Grid_type : public GridOf<float> {
  public:
@@ -179,6 +182,66 @@ class R4Grid_type : public GridOf<float> {
   int resetNodataValueR4(float newValue, std::optional<float> oldValue = {}, bool setHeader = true);
   /// Cells between -0.0001 and 0.0001 become nodata.
   int ZeroToNodata();
+
+  // ---- floods and blobs (grid/flood_fill.cpp, grid/blobs.cpp) ----
+  /// Sets the cell (col, row), whatever it holds, and the zeros that are connected to it by sides to `value`,
+  /// which must not be 0. A seed outside is reported and changes nothing.
+  int Flood_R4queue(int32_t col, int32_t row, float value);
+  /// The same with the grid's nodata; nothing to do where that is 0.
+  int FloodZeroToNodata(int32_t col, int32_t row);
+  /// Every cell at or below 0 becomes nodata.
+  int SetNonPositiveToNodata();
+  /// Delineates blobs, groups of cells at or above `threshold` connected by sides and corners, in `output`,
+  /// made here: 1 in blobs, -1 elsewhere; with a buffer 1 in and around blobs, -1 without data, else 0.
+  int FlagThreshold(I4Grid_type& output, float threshold, const BlobArgs& args = {});
+  /// Cells below `threshold` (above 0) become nodata. With minArea, in squared map units, patches of up to
+  /// so many cells become nodata too, and the cells of the others 0. With bufferDistance, from half a cell
+  /// on, what remains becomes 1 and cells of nodata within that distance 2. Nodata must not be 0.
+  int greaterThanR4(float threshold, double minArea, double bufferDistance);
+  /// Zeros within `distance`, in map units, of a cell above 0 take `value`; there must be one. Other cells,
+  /// nodata unless it is 0 included, stay as they are (grid/buffers.cpp).
+  int bufferR4(double distance, float value);
+  /// Fills holes, regions connected by sides and corners that hold no data or data up to `minVal`, with the
+  /// lowest value on their rim, unless they touch the grid's edge or are too large (grid/holes.cpp).
+  int FillHoles(const FillHolesArgs& args = {});
+
+  // ---- surroundings (grid/window_operations.cpp, grid/relief.cpp) ----
+  /// Means of the cells with data in a circle, radius in map units, around every cell that holds data;
+  /// `output` is made here. Sums in float64, rounded once. Cells must be square.
+  int meanWindowR4(double radius, R4Grid_type& output);
+  /// Largest values in such circles.
+  [[nodiscard]] R4Grid_type maxWindowR4(double radius);
+  /// Smooths the cells whose 3 by 3 block holds data throughout, `passes` times; a row sees the one above
+  /// as already smoothed.
+  int SmoothR4(int32_t passes);
+  /// Weighted mean of the cells with data in the 3 by 3 block; -9999.0 where there are none.
+  [[nodiscard]] float Mean3x3R4(int32_t col, int32_t row, const BlockOptions& options = {}) const;
+  /// Smallest value of the eight neighbours that hold data, or that are above 0; -9999.0 where none does.
+  [[nodiscard]] float Min3x3R4(int32_t col, int32_t row, bool positiveOnly = false) const;
+  /// Standard score of the cell at a point among the cells in a circle, radius in map units: 0 on flat
+  /// ground, -9999.0 without data there or with two cells or fewer. Cells must be square, else status -1.
+  [[nodiscard]] float LocalRelief(double radius, double x, double y);
+  /// Mean in a circle at a cell or point, weighted by distance. Cells must be square.
+  int distanceWeightedMean(const WeightedMeanArgs& args);
+
+  // ---- statistics (grid/quantiles.cpp) ----
+  /// Quantiles, fractions from 0 to 1, of the cells with data, into `values` in the same order: exact, by
+  /// linear interpolation between sorted values, or from a histogram. The grid's nodata where no cell counts.
+  int quantileR4(std::span<const float> quantiles, std::span<float> values, const QuantileArgs& args = {});
+  /// Mean, and variance (over the count) and deviation if wanted, of the cells with data, summed in float64;
+  /// -9999.0 where there are none.
+  int meanR4(float& mean, const MeanOutputs& outputs = {});
+  /// How many cells hold data; -9999 if they cannot be read.
+  [[nodiscard]] int64_t CountValid();
+
+  // ---- new grids (grid/transforms.cpp, grid/subsets.cpp); status -1 and no cells where one cannot be made
+  // ----
+  /// Natural logarithms in float32 of the data above 0, -9999.0, the nodata of the result, elsewhere.
+  [[nodiscard]] R4Grid_type LogR4();
+  /// Every factor-th cell, without averaging; what is left over is shared between both sides.
+  [[nodiscard]] R4Grid_type SubsampleR4(int32_t factor);
+  /// A rectangle of the grid; nodata where it lies outside, a report where all of it does.
+  [[nodiscard]] R4Grid_type SubsetR4(const SubsetArgs& args);
 
   // ---- surface metrics (grid/surface_metrics.cpp, grid/curvature.cpp): nodata must be a number not above 0,
   // with data above it, and the cells square; otherwise a report and status -1 ----
@@ -312,6 +375,24 @@ class I4Grid_type : public GridOf<std::int32_t> {
   /// As `R4Mask`.
   int I4Mask(const Grid_Header& maskGrid, std::optional<double> bufferDistance = {});
 
+  /// As `Flood_R4queue`, both under their name (grid/flood_fill.cpp).
+  int Flood_I4queue(int32_t col, int32_t row, int32_t value);
+  int FloodI4(int32_t col, int32_t row, int32_t value);
+  /// As `bufferR4` (grid/buffers.cpp).
+  int buffer(double distance, int32_t value);
+  /// Cells of 0 with at least `minNeighbours` cells above 0 in their 3 by 3 block take `value`; the blocks
+  /// are those of before, the outer rows and columns stay (grid/grow_thin.cpp).
+  int GrowI4(const GrowArgs& args = {});
+  /// Cells above 0 become 0 where their block has at most `maxNeighbours` cells above 0, themselves included,
+  /// or four of which three fill one of its sides.
+  int ThinI4(const ThinArgs& args = {});
+  /// Distances, in map units, from each reference point to the nearest of a cell above 0, in a new grid;
+  /// 1.0e30 beyond a radius of maxDistance / cellsize, truncated to whole cells. Cells must be square
+  /// (grid/distances.cpp).
+  [[nodiscard]] R4Grid_type distanceTo(double maxDistance);
+  /// As `SubsetR4` (grid/subsets.cpp).
+  [[nodiscard]] I4Grid_type SubsetI4(const SubsetArgs& args);
+
   // ---- raster files ----
   /// Writes the cells as float32, which keeps integers to 16777216, as `<stem>.flt`; see `WriteGridflt`.
   int WritefltI4(std::string_view stem, const VersionStamp* stamp = nullptr);
@@ -367,6 +448,14 @@ class I8Grid_type : public GridOf<std::int64_t> {
   int I8MaskWithBuffer(const Grid_Header& maskGrid, double bufferDistance);
   /// As `R4Mask`.
   int I8Mask(const Grid_Header& maskGrid, std::optional<double> bufferDistance = {});
+
+  /// As `Flood_R4queue` and `bufferR4` (grid/flood_fill.cpp, grid/buffers.cpp).
+  int Flood_I8queue(int32_t col, int32_t row, int64_t value);
+  int buffer(double distance, int64_t value);
+  /// The cell above 0 nearest the cell at (x, y), in a square around that, the first in row order of several;
+  /// col and row are -9999 where there is none (grid/distances.cpp).
+  void NearestValidI8(double x, double y, int32_t& col, int32_t& row,
+                      const NearestValidArgs& args = {}) const;
 
   // ---- raster files ----
   /// Writes the cells as float32, which keeps integers to 16777216, as `<stem>.flt`; see `WriteGridflt`.

@@ -71,7 +71,9 @@ class RowCursor {
       return fault_.empty() ? reportScratchWrite(routine, *grid_, code) : reportFault(routine, code);
     }
   }
-  /// The cells of the current row in columns col1 to col2, of those of the grid.
+  /// The cells of the current row.
+  [[nodiscard]] Row cells() const { return cells_; }
+  /// The same in columns col1 to col2, of those of the grid.
   [[nodiscard]] Row cells(int32_t col1, int32_t col2) const {
     return cells_.subspan(static_cast<std::size_t>(col1 - 1), static_cast<std::size_t>(col2 - col1 + 1));
   }

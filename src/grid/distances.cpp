@@ -1,0 +1,152 @@
+// How far cells lie from marked cells.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "grid/circle_fold.h"
+#include "grid/grid.h"
+#include "grid/missing.h"
+#include "grid/new_grid.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "distanceTo in Grid_Module";
+constexpr float kOutOfReach = 1.0e30F;
+
+/// Squared distances, in cells, to the nearest marked cells of all columns from the distances within each
+/// column: the lower envelope of the parabolas (x - i)^2 + g(i)^2, in integers (Meijster, Roerdink and
+/// Hesselink 2000). Work does not depend on the distances.
+class ColumnEnvelope {
+ public:
+  [[nodiscard]] bool open(std::size_t cols) { return tryAllocate(parts_, cols); }
+
+  /// Calls use(column, squared distance), columns from 0, where there is a mark; inColumn[i] above
+  /// `farthest` means that column i has none.
+  template <class Use>
+  void visit(std::span<const int64_t> inColumn, int64_t farthest, Use use) {
+    const auto squared = [&](int64_t x, int64_t i) {
+      const int64_t g = inColumn[static_cast<std::size_t>(i)];
+      return (x - i) * (x - i) + g * g;
+    };
+    const auto cols = static_cast<int64_t>(inColumn.size());
+    std::size_t used = 0;
+    for (int64_t u = 0; u < cols; ++u) {
+      if (inColumn[static_cast<std::size_t>(u)] > farthest) continue;
+      while (used > 0 &&
+             squared(parts_[used - 1].from, parts_[used - 1].column) > squared(parts_[used - 1].from, u))
+        --used;
+      if (used == 0) {
+        parts_[used++] = {.column = u, .from = 0};
+        continue;
+      }
+      // The last x at which the last parabola is not above the new one.
+      const int64_t i = parts_[used - 1].column;
+      const int64_t last = (squared(0, u) - squared(0, i)) / (2 * (u - i));
+      if (last + 1 < cols) parts_[used++] = {.column = u, .from = last + 1};
+    }
+    for (int64_t x = cols - 1; used > 0 && x >= 0; --x) {
+      use(static_cast<std::size_t>(x), squared(x, parts_[used - 1].column));
+      if (x == parts_[used - 1].from) --used;
+    }
+  }
+
+ private:
+  struct Part {
+    int64_t column = 0;
+    int64_t from = 0;  // the first x at which this column's parabola is lowest
+  };
+  std::vector<Part> parts_;
+};
+
+/// Fills `out` with the rows from each cell up to the nearest marked cell of its column, `farthest` + 1
+/// where there is none within reach.
+int countRowsAbove(const I4Grid_type& marks, R4Grid_type& out, int64_t farthest) {
+  std::vector<int64_t> above;
+  if (!tryAllocate(above, static_cast<std::size_t>(marks.cols()))) return cannotAllocate(kTag, "window");
+  std::ranges::fill(above, farthest + 1);
+  const auto count = [&, isMarked = positiveIn(marks)](int32_t, auto cells, auto rows) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      above[i] = isMarked(cells[i]) ? 0 : std::min(above[i] + 1, farthest + 1);
+      rows[i] = static_cast<float>(above[i]);
+    }
+  };
+  return RowPass{reading(marks), filling(out)}.run(kTag, count);
+}
+
+/// Turns those counts into distances, rows from the south: the rows down to the nearest marked cell are
+/// counted on the way.
+int distancesFromCounts(R4Grid_type& out, int64_t farthest, double cellSize) {
+  const auto width = static_cast<std::size_t>(out.cols());
+  std::vector<int64_t> inColumn, below;
+  ColumnEnvelope envelope;
+  if (!tryAllocate(inColumn, width) || !tryAllocate(below, width) || !envelope.open(width))
+    return cannotAllocate(kTag, "window");
+  std::ranges::fill(below, farthest + 1);
+  auto rows = changing(out);
+  if (rows.open(kTag) != kSuccess) return kFailure;
+  for (int32_t row = out.rows(); row >= 1; --row) {
+    const auto measure = [&](std::span<float> cells) {
+      for (std::size_t i = 0; i < width; ++i) {
+        const auto above = static_cast<int64_t>(cells[i]);
+        below[i] = above == 0 ? 0 : std::min(below[i] + 1, farthest + 1);
+        inColumn[i] = std::min(above, below[i]);
+      }
+      std::ranges::fill(cells, kOutOfReach);
+      envelope.visit(inColumn, farthest, [&](std::size_t i, int64_t squared) {
+        if (squared <= farthest * farthest)
+          cells[i] = static_cast<float>(std::sqrt(static_cast<double>(squared)) * cellSize);
+      });
+    };
+    if (onRow(row, kTag, measure, rows) != kSuccess) return kFailure;
+  }
+  return kSuccess;
+}
+
+}  // namespace
+
+R4Grid_type I4Grid_type::distanceTo(double maxDistance) {
+  const bool square = hasSquareCells(*this);
+  if (!square) putMessage("distanceTo requires square cells");
+  return newGridFrom<R4Grid_type>(*this, square, {.like = this}, [&](R4Grid_type& out) {
+    const int64_t across = int64_t{cols()} + rows();  // no two cells are farther apart
+    const auto most = static_cast<int32_t>(std::min<int64_t>(across, std::numeric_limits<int32_t>::max()));
+    const int64_t farthest = wholeCells(maxDistance / xcellsize, most);
+    const int counted = countRowsAbove(*this, out, farthest);
+    return counted == kSuccess ? distancesFromCounts(out, farthest, xcellsize) : kFailure;
+  });
+}
+
+void I8Grid_type::NearestValidI8(double x, double y, int32_t& col, int32_t& row,
+                                 const NearestValidArgs& args) const {
+  col = row = static_cast<int32_t>(kNodata);
+  const std::optional<ColRow> centre = cellHolding(x, y);
+  if (!centre) return;
+  const int32_t most = std::max(cols(), rows());
+  int32_t reach = 2;
+  if (args.cells)
+    reach = std::clamp(*args.cells, 0, most);
+  else if (args.distance)
+    reach = std::clamp(truncateTo<int32_t>(std::round(*args.distance / std::max(xcellsize, ycellsize))), 1,
+                       std::max(most, 1));
+  const auto isValid = positiveIn(*this);
+  constexpr int64_t kNone = std::numeric_limits<int64_t>::max();
+  int64_t nearest = kNone;
+  // Rows and columns that can only be farther, or as far and later in row order, are passed over.
+  for (int64_t dRow = -reach; dRow <= reach; ++dRow)
+    for (int64_t dCol = -reach; dCol <= reach && dRow * dRow < nearest; ++dCol) {
+      const int64_t squared = dRow * dRow + dCol * dCol;
+      const auto atCol = static_cast<int32_t>(centre->col + dCol);
+      const auto atRow = static_cast<int32_t>(centre->row + dRow);
+      if (squared >= nearest || !contains(atCol, atRow) || !isValid(ExtractI8ValueColRow(atCol, atRow)))
+        continue;
+      nearest = squared;
+      col = atCol;
+      row = atRow;
+    }
+}
+
+}  // namespace terrain

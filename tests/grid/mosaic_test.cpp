@@ -1,0 +1,151 @@
+// Parts of grids and their mosaics.
+
+#include "grid/mosaic.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <random>
+
+#include "grid/float_raster.h"
+#include "support/grids.h"
+#include "support/real_data.h"
+#include "support/tools.h"
+
+namespace terrain {
+namespace {
+
+using test::Storage;
+
+class Mosaics : public test::InBothStorages {
+ protected:
+  std::string write(R4Grid_type grid, const std::string& name) {
+    EXPECT_EQ(grid.WritefltR4(scratch_.path() + name), 0);
+    return scratch_.path() + name;
+  }
+  test::GridPlan plan() const { return {.storage = GetParam()}; }
+};
+INSTANTIATE_TEST_SUITE_P(Storages, Mosaics, test::everyStorage(), test::storageName);
+
+TEST_P(Mosaics, SubsetsPutTogetherAreTheGrid) {
+  auto dem = test::noiseDem(23, 17, {.holes = 0.1}, plan());
+  const auto expected = test::cellsOf(dem);
+  std::vector<std::string> files;
+  for (const Window& w :
+       {Window{1, 12, 1, 9}, Window{10, 23, 1, 9}, Window{1, 12, 8, 17}, Window{10, 23, 8, 17}})
+    files.push_back(write(dem.SubsetR4({.col1 = w.col1, .col2 = w.col2, .row1 = w.row1, .row2 = w.row2}),
+                          "part" + std::to_string(files.size())));
+  for (const MosaicMode mode : {MosaicMode::smallest, MosaicMode::largest, MosaicMode::mean}) {
+    auto mosaic = MosaicR4(files, {.mode = mode, .onDisk = GetParam() != Storage::memory});
+    EXPECT_EQ(mosaic.status, 0);
+    EXPECT_TRUE(SameGridGeometry(mosaic, dem));
+    EXPECT_EQ(test::cellsOf(mosaic), expected);
+  }
+  auto again = ResampleR4(dem, dem);
+  EXPECT_EQ(test::cellsOf(again), expected);
+}
+
+TEST_P(Mosaics, SubsetsByAHeaderMayGoBeyondTheGrid) {
+  auto grid = test::gridOf<I4Grid_type>("1 2 3\n 4 5 6\n 7 8 9", plan());
+  Grid_Header part;
+  part.InitializeHeader(4, 3, grid.xmin - 20, grid.ymin + 10, {.cellsize = 10});
+  const auto west = grid.SubsetI4({.header = &part});
+  EXPECT_EQ(test::show(west), ". . . .\n. . 1 2\n. . 4 5\n");
+  EXPECT_EQ(west.xmin, grid.xmin - 20);
+  EXPECT_EQ(test::show(grid.SubsetI4({.col1 = 2, .col2 = 3, .row1 = 3, .row2 = 3})), "8 9\n");
+  part.InitializeHeader(2, 2, grid.xmin - 20, grid.ymin, {.cellsize = 10});
+  for (const SubsetArgs& args : {SubsetArgs{.header = &part}, SubsetArgs{.col1 = 1, .col2 = 2, .row1 = 1},
+                                 SubsetArgs{.col1 = 3, .col2 = 2, .row1 = 1, .row2 = 2},
+                                 SubsetArgs{.col1 = 1, .col2 = 2, .row1 = 4, .row2 = 2000000000}}) {
+    EXPECT_EQ(grid.SubsetI4(args).status, -1);
+    EXPECT_EQ(grid.status, -1);
+  }
+}
+
+TEST_P(Mosaics, SamplesShareWhatIsLeftOver) {
+  auto grid = test::emptyGrid<R4Grid_type>(8, 7, plan());
+  test::fillWith(grid, [](int32_t col, int32_t row) { return 10 * row + col; });
+  const auto sample = grid.SubsampleR4(3);  // 2 columns and 1 row are left over
+  EXPECT_EQ(test::show(sample), "12 15\n42 45\n");
+  EXPECT_EQ(sample.xmin, grid.xmin + 10);
+  EXPECT_EQ(sample.ymax, grid.ymax);
+  EXPECT_EQ(sample.cellsize, 30);
+  EXPECT_EQ(sample.ExtractR4ValueXY(sample.xmin, sample.ymin), 42.0F);
+  auto same = grid.SubsampleR4(1);
+  EXPECT_EQ(test::cellsOf(same), test::cellsOf(grid));
+  for (const int32_t factor : {0, -2, 8}) EXPECT_EQ(grid.SubsampleR4(factor).status, -1);
+}
+
+TEST_P(Mosaics, ModesDecideWhereSeveralFilesHoldData) {
+  const std::vector<std::string> files{
+      write(test::gridOf<R4Grid_type>("1 2 .\n . 4 6",
+                                      {.xmin = 0.1, .ymin = 0, .cellsize = 0.1, .nodata = -32768}),
+            "a"),
+      write(test::gridOf<R4Grid_type>("3 -2\n . 8", {.xmin = 0.2, .ymin = 0, .cellsize = 0.1}), "b"),
+      write(test::gridOf<R4Grid_type>("5", {.xmin = 0.2, .ymin = 0.1, .cellsize = 0.1}), "c")};
+  const auto merged = [&](MosaicMode mode) { return test::show(MosaicR4(files, {.mode = mode})); };
+  EXPECT_EQ(merged(MosaicMode::smallest), "1 2 -2\n. 4 6\n");
+  EXPECT_EQ(merged(MosaicMode::largest), "1 5 -2\n. 4 8\n");
+  EXPECT_EQ(merged(MosaicMode::mean), "1 3.33333 -2\n. 4 7\n");
+  // Onto a lattice of its own: cells go by their centre.
+  Grid_Header coarse;
+  coarse.InitializeHeader(2, 1, 0.1, 0, {.cellsize = 0.2});
+  EXPECT_EQ(test::show(MosaicR4(files, {.like = &coarse, .mode = MosaicMode::largest})), "5 8\n");
+  const std::vector<std::string> unlike{files[0],
+                                        write(test::gridOf<R4Grid_type>("5", {.cellsize = 3}), "d")};
+  EXPECT_EQ(MosaicR4(unlike).status, -1);
+  EXPECT_EQ(MosaicR4({}).status, -1);
+}
+
+/// Bytes of a file as floats.
+std::vector<float> floatsIn(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(in), {});
+  std::vector<float> values(bytes.size() / sizeof(float));
+  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(float));
+  return values;
+}
+
+TEST(MosaicPeers, SubsetsAndDistancesOnARealDemAreThoseOfGdal) {
+  SKIP_WITHOUT_REAL_DATA();
+  if (!testing::haveTool("gdal_translate") || !testing::haveTool("gdal_proximity.py"))
+    GTEST_SKIP() << "gdal-bin and its scripts are not installed";
+  test::ConsoleCapture console;
+  test::ScratchDir scratch;
+  const std::string source = test::dataFolder() + "/raster/small";
+  R4Grid_type dem;
+  ASSERT_EQ(ReadGrid(dem, source), 0);
+  auto part = dem.SubsetR4({.col1 = 11, .col2 = 90, .row1 = 21, .row2 = 60});
+  const std::string theirs = scratch.path() + "part.bil";
+  const auto run =
+      testing::shell("gdal_translate -q -of EHdr -srcwin 10 20 80 40 " + source + ".flt " + theirs);
+  ASSERT_EQ(run.status, 0) << run.text;
+  EXPECT_EQ(test::cellsOf(part), floatsIn(theirs));
+
+  I4Grid_type marks;
+  ASSERT_EQ(CreateGrid(marks, {.like = &dem, .fillValue = 0.0F}), 0);
+  std::mt19937 random(9);
+  for (int32_t k = 0; k < 60; ++k)
+    marks.SetI4Cell(static_cast<int32_t>(random() % static_cast<uint32_t>(dem.cols())) + 1,
+                    static_cast<int32_t>(random() % static_cast<uint32_t>(dem.rows())) + 1, 1);
+  ASSERT_EQ(marks.WritefltI4(scratch.path() + "marks"), 0);
+  auto ours = marks.distanceTo(1e9);
+  const auto nearness =
+      testing::shell("gdal_proximity.py -q -of EHdr -ot Float32 -distunits PIXEL -values 1 " +
+                     scratch.path() + "marks.flt " + scratch.path() + "near.bil");
+  ASSERT_EQ(nearness.status, 0) << nearness.text;
+  const auto near = floatsIn(scratch.path() + "near.bil");
+  const auto cells = test::cellsOf(ours);
+  ASSERT_EQ(near.size(), cells.size());
+  std::size_t farther = 0;  // theirs does not always find the nearest mark
+  for (std::size_t i = 0; i < near.size(); ++i) {
+    const auto pixels = cells[i] / static_cast<float>(dem.cellsize);
+    EXPECT_LE(pixels, near[i] * 1.00001F);
+    if (near[i] > pixels * 1.00001F) ++farther;
+  }
+  EXPECT_LT(farther * 100, near.size());
+}
+
+}  // namespace
+}  // namespace terrain
