@@ -151,8 +151,8 @@ int I4Multigrid_type::WriteListCounts(std::string_view stem) {
   return writeRaster(stem, [this](int32_t col, int32_t row, int32_t) { return ListSizeColRow(col, row); });
 }
 int I4Multigrid_type::WriteListValues(std::string_view stem, int32_t n) {
-  return writeRaster(stem, [this, n](int32_t col, int32_t row, int32_t nodata) {
-    return n >= 1 && n <= ListSizeColRow(col, row) ? ListValueColRow(col, row, n) : nodata;
+  return writeRaster(stem, [this, n](int32_t col, int32_t row, int32_t none) {
+    return n >= 1 && n <= ListSizeColRow(col, row) ? ListValueColRow(col, row, n) : none;
   });
 }
 

@@ -113,7 +113,7 @@ constexpr std::array kHeaderKeywords{
     HeaderKeyword{"ULXMAP", {"ULXMAP", "ulxmap"}, storeCentre<&C::ulx>},
     HeaderKeyword{"ULYMAP", {"ULYMAP", "ulymap"}, storeCentre<&C::uly>},
     HeaderKeyword{"XDIM", {"XDIM", "xdim"}, storeCentre<&C::xdim>},
-    HeaderKeyword{"YDIM", {"YDIM", "ydim"}, storeCentre<&C::ydim>},
+    HeaderKeyword{"XDIM", {"YDIM", "ydim"}, storeCentre<&C::ydim>},  // reported as XDIM, too
     HeaderKeyword{"BYTEORDER", {"BYTEORDER", "byteorder"}, storeLayout<&RasterLayout::byteOrder>},
     HeaderKeyword{"PIXELTYPE", {"PIXELTYPE", "pixeltype"}, storeLayout<&RasterLayout::pixelType>},
     HeaderKeyword{"NBANDS", {"NBANDS", "nbands"}, storeLayout<&RasterLayout::bands>},

@@ -109,7 +109,7 @@ std::vector<float> floatsIn(const std::string& file) {
 
 TEST(MosaicPeers, SubsetsAndDistancesOnARealDemAreThoseOfGdal) {
   SKIP_WITHOUT_REAL_DATA();
-  if (!testing::haveTool("gdal_translate") || !testing::haveTool("gdal_proximity.py"))
+  if (!test::haveTool("gdal_translate") || !test::haveTool("gdal_proximity.py"))
     GTEST_SKIP() << "gdal-bin and its scripts are not installed";
   test::ConsoleCapture console;
   test::ScratchDir scratch;
@@ -119,7 +119,7 @@ TEST(MosaicPeers, SubsetsAndDistancesOnARealDemAreThoseOfGdal) {
   auto part = dem.SubsetR4({.col1 = 11, .col2 = 90, .row1 = 21, .row2 = 60});
   const std::string theirs = scratch.path() + "part.bil";
   const auto run =
-      testing::shell("gdal_translate -q -of EHdr -srcwin 10 20 80 40 " + source + ".flt " + theirs);
+      test::shell("gdal_translate -q -of EHdr -srcwin 10 20 80 40 " + source + ".flt " + theirs);
   ASSERT_EQ(run.status, 0) << run.text;
   EXPECT_EQ(test::cellsOf(part), floatsIn(theirs));
 
@@ -132,7 +132,7 @@ TEST(MosaicPeers, SubsetsAndDistancesOnARealDemAreThoseOfGdal) {
   ASSERT_EQ(marks.WritefltI4(scratch.path() + "marks"), 0);
   auto ours = marks.distanceTo(1e9);
   const auto nearness =
-      testing::shell("gdal_proximity.py -q -of EHdr -ot Float32 -distunits PIXEL -values 1 " +
+      test::shell("gdal_proximity.py -q -of EHdr -ot Float32 -distunits PIXEL -values 1 " +
                      scratch.path() + "marks.flt " + scratch.path() + "near.bil");
   ASSERT_EQ(nearness.status, 0) << nearness.text;
   const auto near = floatsIn(scratch.path() + "near.bil");
