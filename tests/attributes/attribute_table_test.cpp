@@ -5,7 +5,7 @@
 namespace terrain {
 namespace {
 
-using terrain::test::Messages;
+using terrain::test::ConsoleCapture;
 
 AttributeType filled(std::vector<std::string> arguments, int expected = 0) {
   AttributeType attribute;
@@ -41,7 +41,7 @@ TEST(AttributeTable, NodeOutputNeedsTheOutputFlagInAnyOrder) {
 }
 
 TEST(AttributeTable, UnreadableNumbersAreReported) {
-  Messages seen;
+  ConsoleCapture seen;
   for (const char* argument : {"length = long", "deccnt = 2.5", "nodata = none"}) filled({argument}, -1);
   const std::string routine = " ERROR: ReadList in Utilities\n ";
   EXPECT_EQ(seen.text(), routine + "Error reading field length\n" + routine + "Error reading field decCnt\n" +
@@ -89,7 +89,7 @@ TEST_F(Equation, FaultsAreReported) {
       {{"TERM: FIELD = AREA, BASE = 1.5", "END EQUATION:"}, "Error reading BASE value for AREA"},
       {{"TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
   for (const auto& c : cases) {
-    Messages seen;
+    ConsoleCapture seen;
     EXPECT_EQ(read(c.lines), -1) << c.message;
     EXPECT_TRUE(seen.has(c.message)) << seen.text();
   }
@@ -105,7 +105,7 @@ TEST(AttributeTable, ListsAreChecked) {
     list[1].equation.term.emplace_back().field.emplace_back().name = factor;
   list[2].name = "MEAN AZIMUTH";
   list[2].arguments = {"SIN FIELD = DEPTH", "COS FIELD = ANNUAL"};
-  Messages seen;
+  ConsoleCapture seen;
   EXPECT_EQ(checkEquations(list), -1);
   EXPECT_EQ(checkAzimuths(list), 0);
   list[2].arguments = {"SIN FIELD = DEPTH", "COS FIELD ="};

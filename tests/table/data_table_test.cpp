@@ -122,9 +122,6 @@ TEST_F(Table, FaultsAreReportedUnderTheNameOfTheOperation) {
        "ReadI4Field in DataTableModule\n Field l does not match data vector type (INT4)"},
       {[&] { table.WriteCharField({}, 1); },
        "WriteR4Field in DataTableModul\n Field i does not match data vector type (CHAR)"},
-      {[&] { table.Rename(0, "x"); }, "Rename in DataTableModule\n Field number out of range"},
-      {[&] { table.SetOutFlag(true, {.fieldName = "no"}); },
-       "SetOutFlag in DataTableModule\n Field number outside range"},
       {[&] { table.setRecordFlag(1, true); }, "setRecordFlag in dataTableModule\n Unknown type"},
       {[&] { table.Minimum({.fieldName = "no"}); }, "Minimum in DataTableModule\n Field not found: no"},
       {[&] { table.ReadR4Value(6, 1, real); },
@@ -158,7 +155,6 @@ TEST_F(Table, MemoryThatIsNotThereLeavesTheTableWhole) {
   EXPECT_TRUE(seen.has("Unable to allocate memory for object\n I4data"));
   EXPECT_EQ(table.AddField(added), -1);
   EXPECT_TRUE(seen.has("newField%R8"));
-  EXPECT_EQ(table.takeRecords(std::vector<int64_t>{3, 1}), -1);
   EXPECT_EQ(table.WriteCSV("never_written"), -1);
   EXPECT_TRUE(seen.has("ID and recOrder"));
   memoryLimits() = {};

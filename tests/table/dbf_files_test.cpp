@@ -27,8 +27,8 @@ TEST(DbfFiles, RealTablesKeepTheirRecords) {
     if (entry.path().extension() != ".dbf") continue;
     SCOPED_TRACE(entry.path().filename().string());
     ++found;
-    Messages seen;
-    Scratch scratch;
+    ConsoleCapture seen;
+    ScratchDir scratch;
     DataTableType table, back;
     ASSERT_EQ(NewDataTable(table, {.filePath = entry.path().string()}), 0) << seen.text();
     EXPECT_FALSE(seen.has("NonFatal")) << seen.text();

@@ -9,7 +9,6 @@
 #include <random>
 
 #include "support/tools.h"
-#include "table/point_vectors.h"
 #include "table_support.h"
 
 namespace terrain {
@@ -238,7 +237,7 @@ TEST_F(Csv, ChoosesFieldsAndAppendsTheExtensionOnce) {
   table.SetOutFlag(false, {.fieldName = "A"});
   table.SetOutFlag(true, {.fieldName = "B", .csvFlag = false});
   EXPECT_EQ(written(), " B,C\n -9999,-9999\n");
-  EXPECT_EQ(written({.csvOnly = true}), " C\n -9999\n");
+  EXPECT_EQ(written({.csvOnly = true, .isFlag = true}), " C\n -9999\n") << "a table without flags";
   ASSERT_EQ(table.WriteCSV(scratch.path("named.csv") + "  "), 0);
   EXPECT_EQ(readBytes(scratch.path("named.csv")), " B,C\n -9999,-9999\n");
   EXPECT_EQ(table.WriteCSV(scratch.path("no such folder/x")), -1);
@@ -252,22 +251,6 @@ TEST_F(Csv, IsOrderedById) {
   EXPECT_EQ(written(), " ID,T\n 30.,a\n 10.,b\n 20.,c\n 10.,d\n");
   ASSERT_EQ(table.SetIDfield({.fieldName = "ID"}), 0);
   EXPECT_EQ(written(), " ID,T\n 10.,b\n 10.,d\n 20.,c\n 30.,a\n");
-}
-
-TEST_F(Csv, OnlyFlaggedRecordsOfTablesThatHaveFlags) {
-  PointVectorType flagged;
-  const AttributeType list[] = {attribute("A", "I4")};
-  ASSERT_EQ(NewDataTable(flagged, {.attributeList = list, .numRecords = 3}), 0);
-  flagged.field[0]->I4 = {3, 2, 1};
-  flagged.SetPointXY(1, 0, 0);
-  flagged.SetPointFlag(1, false);
-  ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
-  EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 2\n 1\n");
-  flagged.IDfield = 1;
-  ASSERT_EQ(flagged.WriteCSV(scratch.path("f"), {.isFlag = true}), 0);
-  EXPECT_EQ(readBytes(scratch.path("f.csv")), " A\n 1\n 2\n");
-  make({attribute("A", "I4")}, 1);
-  EXPECT_EQ(written({.isFlag = true}), " A\n -9999\n");
 }
 
 TEST_F(Csv, LinesLongerThanTheirFieldsAreRefused) {

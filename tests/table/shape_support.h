@@ -154,8 +154,8 @@ class OutlineFiles : public ::testing::Test {
       contents.push_back(outline.x.empty() ? nullContent() : content(type, outline));
     return putShapefile(scratch.path("in"), mainFile(type, contents, box), idTable(contents.size(), ids));
   }
-  Scratch scratch;
-  Messages seen;
+  ScratchDir scratch;
+  ConsoleCapture seen;
 };
 
 /// Consecutive float64 numbers of a file.

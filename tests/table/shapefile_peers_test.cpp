@@ -33,8 +33,8 @@ Shape writtenType(Shape type) {
 
 TEST(RealShapefile, ReadWriteReadKeepsTheBytes) {
   SKIP_WITHOUT_REAL_DATA();
-  Messages seen;
-  Scratch scratch;
+  ConsoleCapture seen;
+  ScratchDir scratch;
   const std::string first = scratch.path("first");
   const std::string second = scratch.path("second");
   std::set<Shape> types;
@@ -70,7 +70,7 @@ TEST(RealShapefile, ReadWriteReadKeepsTheBytes) {
 TEST(DamagedShapefile, PointsOutsideTheBoxAreCountedAndTheIndexIsIgnored) {
   SKIP_WITHOUT_REAL_DATA();
   const std::string source = test::dataFolder() + "/vector/3dpoints";
-  Messages seen;
+  ConsoleCapture seen;
   PointVectorType table;
   ASSERT_EQ(ReadPointShapefile(table, source), 0) << seen.text();
   EXPECT_LT(table.numRecords, 22);
@@ -105,8 +105,8 @@ class Peers : public ::testing::Test {
     const std::size_t from = text.find("Geometry:");
     return from == std::string::npos ? text : text.substr(from);
   }
-  Scratch scratch;
-  Messages seen;
+  ScratchDir scratch;
+  ConsoleCapture seen;
 };
 
 const char* const kFields = ",N,R,D,T\n";
@@ -193,14 +193,7 @@ TEST_F(Peers, EveryTypeIsReadAndWrittenBack) {
   }
 }
 
-TEST_F(Peers, EmptyTablesAndProjectionsAreExchanged) {
-  PolyVectorType polygons;
-  ASSERT_EQ(ReadPolygonShapefile(polygons, fromCsv("e", "WKT,N,T\n", "-nlt POLYGON -oo AUTODETECT_TYPE=NO")),
-            0)
-      << seen.text();
-  ASSERT_EQ(polygons.WritePolygonShapefile(scratch.path("out")), 0) << seen.text();
-  EXPECT_NE(listing(scratch.path("out")).find("Feature Count: 0"), std::string::npos);
-
+TEST_F(Peers, ProjectionsAreKept) {
   const std::string stem = fromCsv("s", std::string("WKT") + kFields + "\"POINT (1 2)\",1,1.5,2020/01/02,a\n",
                                    "-nlt POINT -a_srs EPSG:26911");
   PointVectorType points;

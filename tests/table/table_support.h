@@ -14,9 +14,6 @@
 
 namespace terrain::test {
 
-using Messages = ConsoleCapture;
-using Scratch = ScratchDir;
-
 inline AttributeType attribute(std::string_view name, std::string_view type, int32_t length = 12,
                                int32_t decimals = 0) {
   AttributeType made;
@@ -48,8 +45,8 @@ class TableTest : public ::testing::Test {
   void make(const std::vector<AttributeType>& list, int64_t numRecords) {
     ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = numRecords}), 0) << seen.text();
   }
-  Messages seen;
-  Scratch scratch;
+  ConsoleCapture seen;
+  ScratchDir scratch;
   DataTableType table;
 };
 
