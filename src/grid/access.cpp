@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "foundation/free_format.h"
+#include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
 #include "grid/grid.h"
@@ -390,6 +391,12 @@ int I8Grid_type::SetI8row(int32_t row, std::span<const int64_t> array) {
 }
 void I8Grid_type::ExtractI8Window(std::span<int64_t> array, const Window& window) const {
   extractWindow(*this, array, window, kReadI8);
+}
+int I8Grid_type::ExtractI8WindowList(std::vector<int64_t>& list, const Window& window) const {
+  list.clear();
+  if (!tryAllocate(list, window.cells())) return cannotAllocate("ExtractI8WindowList in Grid_Module", "list");
+  ExtractI8Window(list, window);
+  return kSuccess;
 }
 void I8Grid_type::ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const {
   extractNeighbours(*this, array, col, row, kReadI8);

@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "grid/grid_core.h"
 #include "grid/region_args.h"
@@ -248,6 +249,8 @@ class R4Grid_type : public GridOf<float> {
   /// Gradient, aspect and curvature on a circle of radius `length`. Status -1, with the float outputs
   /// at -9999.0, where the point has no data.
   int surfaceMetrics(const SurfaceMetricsArgs& args);
+  /// The same under the name that its reports carry.
+  int surfaceMetricsZTC(const SurfaceMetricsArgs& args) { return surfaceMetrics(args); }
   /// `plan` of `surfaceMetrics` times the radius squared, in map units; -9999.0 without data.
   [[nodiscard]] float PlanXY(float length, double x, double y);
   /// Quadratic fit over 3 by 3 cells (Evans 1980, Zevenbergen and Thorne's numbering).
@@ -426,6 +429,9 @@ class I8Grid_type : public GridOf<std::int64_t> {
   int SetI8row(int32_t row, std::span<const int64_t> array);
   /// As `ExtractR4Window`.
   void ExtractI8Window(std::span<int64_t> array, const Window& window) const;
+  /// The same into a list that is made as long as the window. 0, or -1 with a report and an empty list if
+  /// there is no memory.
+  int ExtractI8WindowList(std::vector<int64_t>& list, const Window& window) const;
   /// The 3 by 3 cells round a cell.
   void ExtractI8Neighbours(std::array<int64_t, 9>& array, int32_t col, int32_t row) const;
   /// As `setWindowR4`.
