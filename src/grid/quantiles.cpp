@@ -87,7 +87,7 @@ int exactQuantiles(const Population& cells, std::span<const float> quantiles, st
     if (place.fraction != 0) ranks.push_back(place.rank + 1);
   }
   std::ranges::sort(ranks);
-  ranks.erase(std::ranges::unique(ranks).begin(), ranks.end());
+  ranks.erase(std::unique(ranks.begin(), ranks.end()), ranks.end());
   selectRanks(sorted, 1, ranks);
   for (std::size_t k = 0; k < quantiles.size(); ++k) {
     const Place place = placeOf(quantiles[k], cells.count);
