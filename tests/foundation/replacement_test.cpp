@@ -1,6 +1,8 @@
 #include "foundation/replacement.h"
 
 #include <gtest/gtest.h>
+
+#include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -109,6 +111,7 @@ TEST_F(Replacing, WhatCannotBeReplacedIsKnownBefore) {
 TEST_F(Replacing, InterruptionLeavesTheOlderFileAndTheLastWords) {
   store("a", "older");
   const auto interrupted = [&](int signal) {
+    std::signal(signal, SIG_DFL);  // the tests may have been started to ignore it
     platform::handleInterruptions();
     static platform::File log;  // a hook has no other state than what outlives the handler
     static_cast<void>(log.open(at("log"), platform::Open::replace));
