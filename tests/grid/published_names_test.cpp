@@ -10,7 +10,7 @@
 namespace {
 
 std::string textOf(const std::string& header) {
-  std::ifstream in(std::string(TERRAIN_SOURCE_DIR) + "/src/grid/" + header);
+  std::ifstream in(TERRAIN_SOURCE_DIR "/src/grid/" + header);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
