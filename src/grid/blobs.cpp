@@ -95,7 +95,7 @@ int dropSmallPatches(R4Grid_type& grid, int64_t most) {
 
 }  // namespace
 
-int R4Grid_type::FlagThreshold(I4Grid_type& output, float threshold, const BlobArgs& args) {
+int R4Grid_type::FlagThreshold(I4Grid_type& output, float threshold, const BlobArgs& args) const {
   Attempt attempt{status, output.status};
   // The marks must not read as nodata.
   const auto none = truncateTo<int32_t>(nodata);

@@ -194,7 +194,7 @@ class R4Grid_type : public GridOf<float> {
   int SetNonPositiveToNodata();
   /// Delineates blobs, groups of cells at or above `threshold` connected by sides and corners, in `output`,
   /// made here: 1 in blobs, -1 elsewhere; with a buffer 1 in and around blobs, -1 without data, else 0.
-  int FlagThreshold(I4Grid_type& output, float threshold, const BlobArgs& args = {});
+  int FlagThreshold(I4Grid_type& output, float threshold, const BlobArgs& args = {}) const;
   /// Cells below `threshold` (above 0) become nodata. With minArea, in squared map units, patches of up to
   /// so many cells become nodata too, and the cells of the others 0. With bufferDistance, from half a cell
   /// on, what remains becomes 1 and cells of nodata within that distance 2. Nodata must not be 0.
@@ -209,9 +209,9 @@ class R4Grid_type : public GridOf<float> {
   // ---- surroundings (grid/window_operations.cpp, grid/relief.cpp) ----
   /// Means of the cells with data in a circle, radius in map units, around every cell that holds data;
   /// `output` is made here. Sums in float64, rounded once. Cells must be square.
-  int meanWindowR4(double radius, R4Grid_type& output);
+  int meanWindowR4(double radius, R4Grid_type& output) const;
   /// Largest values in such circles.
-  [[nodiscard]] R4Grid_type maxWindowR4(double radius);
+  [[nodiscard]] R4Grid_type maxWindowR4(double radius) const;
   /// Smooths the cells whose 3 by 3 block holds data throughout, `passes` times; a row sees the one above
   /// as already smoothed.
   int SmoothR4(int32_t passes);
@@ -221,28 +221,29 @@ class R4Grid_type : public GridOf<float> {
   [[nodiscard]] float Min3x3R4(int32_t col, int32_t row, bool positiveOnly = false) const;
   /// Standard score of the cell at a point among the cells in a circle, radius in map units: 0 on flat
   /// ground, -9999.0 without data there or with two cells or fewer. Cells must be square, else status -1.
-  [[nodiscard]] float LocalRelief(double radius, double x, double y);
+  [[nodiscard]] float LocalRelief(double radius, double x, double y) const;
   /// Mean in a circle at a cell or point, weighted by distance. Cells must be square.
-  int distanceWeightedMean(const WeightedMeanArgs& args);
+  int distanceWeightedMean(const WeightedMeanArgs& args) const;
 
   // ---- statistics (grid/quantiles.cpp) ----
   /// Quantiles, fractions from 0 to 1, of the cells with data, into `values` in the same order: exact, by
   /// linear interpolation between sorted values, or from a histogram. The grid's nodata where no cell counts.
-  int quantileR4(std::span<const float> quantiles, std::span<float> values, const QuantileArgs& args = {});
+  int quantileR4(std::span<const float> quantiles, std::span<float> values,
+                 const QuantileArgs& args = {}) const;
   /// Mean, and variance (over the count) and deviation if wanted, of the cells with data, summed in float64;
   /// -9999.0 where there are none.
-  int meanR4(float& mean, const MeanOutputs& outputs = {});
+  int meanR4(float& mean, const MeanOutputs& outputs = {}) const;
   /// How many cells hold data; -9999 if they cannot be read.
-  [[nodiscard]] int64_t CountValid();
+  [[nodiscard]] int64_t CountValid() const;
 
   // ---- new grids (grid/transforms.cpp, grid/subsets.cpp); status -1 and no cells where one cannot be made
   // ----
   /// Natural logarithms in float32 of the data above 0, -9999.0, the nodata of the result, elsewhere.
-  [[nodiscard]] R4Grid_type LogR4();
+  [[nodiscard]] R4Grid_type LogR4() const;
   /// Every factor-th cell, without averaging; what is left over is shared between both sides.
-  [[nodiscard]] R4Grid_type SubsampleR4(int32_t factor);
+  [[nodiscard]] R4Grid_type SubsampleR4(int32_t factor) const;
   /// A rectangle of the grid; nodata where it lies outside, a report where all of it does.
-  [[nodiscard]] R4Grid_type SubsetR4(const SubsetArgs& args);
+  [[nodiscard]] R4Grid_type SubsetR4(const SubsetArgs& args) const;
 
   // ---- surface metrics (grid/surface_metrics.cpp, grid/curvature.cpp): nodata must be a number not above 0,
   // with data above it, and the cells square; otherwise a report and status -1 ----
@@ -392,9 +393,9 @@ class I4Grid_type : public GridOf<std::int32_t> {
   /// Distances, in map units, from each reference point to the nearest of a cell above 0, in a new grid;
   /// 1.0e30 beyond a radius of maxDistance / cellsize, truncated to whole cells. Cells must be square
   /// (grid/distances.cpp).
-  [[nodiscard]] R4Grid_type distanceTo(double maxDistance);
+  [[nodiscard]] R4Grid_type distanceTo(double maxDistance) const;
   /// As `SubsetR4` (grid/subsets.cpp).
-  [[nodiscard]] I4Grid_type SubsetI4(const SubsetArgs& args);
+  [[nodiscard]] I4Grid_type SubsetI4(const SubsetArgs& args) const;
 
   // ---- raster files ----
   /// Writes the cells as float32, which keeps integers to 16777216, as `<stem>.flt`; see `WriteGridflt`.

@@ -154,14 +154,16 @@ R4Grid_type MosaicR4(std::span<const std::string> files, const MosaicArgs& args)
 }
 
 R4Grid_type ResampleR4(const R4Grid_type& input, const Grid_Header& like) {
-  return newGrid<R4Grid_type>({.like = &like, .nodata = input.nodata}, [&](R4Grid_type& out) {
-    return RowPass{filling(out)}.run("ResampleR4 in Grid_Module", [&](int32_t row, std::span<float> cells) {
-      for (std::size_t i = 0; i < cells.size(); ++i) {
-        const Point at = out.ColRowToXY(static_cast<int32_t>(i) + 1, row);
-        cells[i] = input.ExtractR4ValueXY(at.x, at.y);
-      }
-    });
-  });
+  return newGrid<R4Grid_type>({.like = &like, .nodata = input.nodata, .setCells = false},
+                              [&](R4Grid_type& out) {
+                                return RowPass{filling(out)}.run(
+                                    "ResampleR4 in Grid_Module", [&](int32_t row, std::span<float> cells) {
+                                      for (std::size_t i = 0; i < cells.size(); ++i) {
+                                        const Point at = out.ColRowToXY(static_cast<int32_t>(i) + 1, row);
+                                        cells[i] = input.ExtractR4ValueXY(at.x, at.y);
+                                      }
+                                    });
+                              });
 }
 
 }  // namespace terrain

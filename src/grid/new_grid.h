@@ -24,7 +24,7 @@ template <class Grid, class Fill>
 /// The same for an operation of `source`, whose status becomes that of the result; `fits` is what the
 /// operation needs of it, and has been reported where it is false.
 template <class Grid, class Fill>
-[[nodiscard]] Grid newGridFrom(Grid_Header& source, bool fits, const CreateGridArgs& args, Fill fill) {
+[[nodiscard]] Grid newGridFrom(const Grid_Header& source, bool fits, const CreateGridArgs& args, Fill fill) {
   Grid grid;
   grid.status = kFailure;
   if (fits) grid = newGrid<Grid>(args, fill);

@@ -157,7 +157,7 @@ int histogramQuantiles(const Population& cells, int32_t bins, std::span<const fl
 }  // namespace
 
 int R4Grid_type::quantileR4(std::span<const float> quantiles, std::span<float> values,
-                            const QuantileArgs& args) {
+                            const QuantileArgs& args) const {
   Attempt attempt{status};
   if (values.size() < quantiles.size()) return fail(kQuantiles.routine, "Fewer values than quantiles");
   Population population{.grid = *this,
@@ -175,7 +175,7 @@ int R4Grid_type::quantileR4(std::span<const float> quantiles, std::span<float> v
   return attempt.end(exactQuantiles(population, quantiles, values));
 }
 
-int R4Grid_type::meanR4(float& mean, const MeanOutputs& outputs) {
+int R4Grid_type::meanR4(float& mean, const MeanOutputs& outputs) const {
   constexpr PassTexts texts{.routine = "meanR4 in Grid_Module", .rowName = "rarray"};
   Attempt attempt{status};
   mean = kNodata;
@@ -204,7 +204,7 @@ int R4Grid_type::meanR4(float& mean, const MeanOutputs& outputs) {
   return attempt.succeed();
 }
 
-int64_t R4Grid_type::CountValid() {
+int64_t R4Grid_type::CountValid() const {
   Attempt attempt{status};
   int64_t count = 0;
   if (forEachValid(*this, {.routine = "CountValid in Grid_Module"}, [&](float) { ++count; }) != kSuccess)

@@ -53,7 +53,7 @@ float weightedMeanAt(const R4Grid_type& grid, ColRow centre, double radius) {
 
 }  // namespace
 
-float R4Grid_type::LocalRelief(double radius, double x, double y) {
+float R4Grid_type::LocalRelief(double radius, double x, double y) const {
   Attempt attempt{status};
   if (!hasSquareCells(*this)) {
     putMessage("LocalRelief requires square cells");
@@ -86,7 +86,7 @@ float R4Grid_type::LocalRelief(double radius, double x, double y) {
   return deviation > 0 ? static_cast<float>((static_cast<double>(here) - mean) / deviation) : 0.0F;
 }
 
-int R4Grid_type::distanceWeightedMean(const WeightedMeanArgs& args) {
+int R4Grid_type::distanceWeightedMean(const WeightedMeanArgs& args) const {
   Attempt attempt{status};
   if (!hasSquareCells(*this)) {
     putMessage("DistanceWeightedMean requires square cellsize");

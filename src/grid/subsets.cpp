@@ -70,7 +70,7 @@ int copyRectangle(const GridOf<T>& grid, const Rectangle& part, GridOf<T>& out, 
 }
 
 template <class Grid>
-Grid subset(Grid& grid, const SubsetArgs& args, std::string_view routine) {
+Grid subset(const Grid& grid, const SubsetArgs& args, std::string_view routine) {
   const bool hasSides = args.col1 && args.col2 && args.row1 && args.row2;
   Rectangle part;
   const auto fits = [&] {
@@ -84,7 +84,7 @@ Grid subset(Grid& grid, const SubsetArgs& args, std::string_view routine) {
                           part.col1 <= grid.cols() && part.col1 + part.cols > 1 && part.row1 <= grid.rows() &&
                           part.row1 + part.rows > 1;
     if (!overlaps) fail(routine, "Subset does not overlap the grid");
-    if (overlaps && grid.SetRowAccess() != kSuccess) return fail(routine, "SetRowAccess failed") == kSuccess;
+    if (overlaps && grid.useRowAccess() != kSuccess) return fail(routine, "SetRowAccess failed") == kSuccess;
     return overlaps;
   }();
   const Grid_Header header = fits ? headerOf(grid, part, args.header) : Grid_Header{};
@@ -116,14 +116,14 @@ int copySample(const R4Grid_type& grid, ColRow start, int32_t factor, R4Grid_typ
 
 // ---- faces ----
 
-R4Grid_type R4Grid_type::SubsetR4(const SubsetArgs& args) {
+R4Grid_type R4Grid_type::SubsetR4(const SubsetArgs& args) const {
   return subset(*this, args, "SubsetR4 in Grid_Module");
 }
-I4Grid_type I4Grid_type::SubsetI4(const SubsetArgs& args) {
+I4Grid_type I4Grid_type::SubsetI4(const SubsetArgs& args) const {
   return subset(*this, args, "SubsetI4 in Grid_Module");
 }
 
-R4Grid_type R4Grid_type::SubsampleR4(int32_t factor) {
+R4Grid_type R4Grid_type::SubsampleR4(int32_t factor) const {
   constexpr std::string_view routine = "SubsampleR4 in Grid_Module";
   const bool fits = factor >= 1 && factor <= cols() && factor <= rows();
   if (!fits) fail(routine, "Factor must be from 1 to the number of columns and of rows");
@@ -140,7 +140,7 @@ R4Grid_type R4Grid_type::SubsampleR4(int32_t factor) {
     header.ymin = first.y - static_cast<double>(header.rows() - 1) * header.ycellsize;
     header.updateFarCorner();
   }
-  return newGridFrom<R4Grid_type>(*this, fits, {.like = &header}, [&](R4Grid_type& out) {
+  return newGridFrom<R4Grid_type>(*this, fits, {.like = &header, .setCells = false}, [&](R4Grid_type& out) {
     return copySample(*this, start, factor, out, routine);
   });
 }

@@ -16,7 +16,7 @@ R4Grid_type NDVI(const R4Grid_type& first, const R4Grid_type& second) {
     fail(routine, "Function NDVI, image extents do not match");
     return failed;
   }
-  return newGrid<R4Grid_type>({.like = &first, .nodata = kNodata}, [&](R4Grid_type& out) {
+  return newGrid<R4Grid_type>({.like = &first, .nodata = kNodata, .setCells = false}, [&](R4Grid_type& out) {
     const auto index = [noFirst = missingIn(first), noSecond = missingIn(second)](int32_t, auto a, auto b,
                                                                                   auto result) {
       for (std::size_t i = 0; i < result.size(); ++i)
@@ -26,14 +26,15 @@ R4Grid_type NDVI(const R4Grid_type& first, const R4Grid_type& second) {
   });
 }
 
-R4Grid_type R4Grid_type::LogR4() {
-  return newGridFrom<R4Grid_type>(*this, true, {.like = this, .nodata = kNodata}, [&](R4Grid_type& out) {
-    const auto logarithm = [holdsData = positiveIn(*this)](int32_t, auto values, auto logs) {
-      for (std::size_t i = 0; i < logs.size(); ++i)
-        logs[i] = holdsData(values[i]) ? std::log(values[i]) : kNodata;
-    };
-    return RowPass{reading(*this), filling(out)}.run("LogR4 in Grid_Module", logarithm);
-  });
+R4Grid_type R4Grid_type::LogR4() const {
+  return newGridFrom<R4Grid_type>(
+      *this, true, {.like = this, .nodata = kNodata, .setCells = false}, [&](R4Grid_type& out) {
+        const auto logarithm = [holdsData = positiveIn(*this)](int32_t, auto values, auto logs) {
+          for (std::size_t i = 0; i < logs.size(); ++i)
+            logs[i] = holdsData(values[i]) ? std::log(values[i]) : kNodata;
+        };
+        return RowPass{reading(*this), filling(out)}.run("LogR4 in Grid_Module", logarithm);
+      });
 }
 
 }  // namespace terrain

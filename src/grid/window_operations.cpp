@@ -140,7 +140,7 @@ int smoothOnce(R4Grid_type& grid, std::string_view routine) {
 
 }  // namespace
 
-int R4Grid_type::meanWindowR4(double radius, R4Grid_type& output) {
+int R4Grid_type::meanWindowR4(double radius, R4Grid_type& output) const {
   constexpr std::string_view routine = "meanWindowR4 in Grid_Module";
   if (&output == this) return status = fail(routine, "The output must be another grid");
   Attempt attempt{status, output.status};
@@ -155,11 +155,11 @@ int R4Grid_type::meanWindowR4(double radius, R4Grid_type& output) {
   return attempt.end(output.status);
 }
 
-R4Grid_type R4Grid_type::maxWindowR4(double radius) {
+R4Grid_type R4Grid_type::maxWindowR4(double radius) const {
   constexpr std::string_view routine = "maxWindowR4 in Grid_Module";
-  return newGridFrom<R4Grid_type>(*this, usable(radius, routine), {.like = this}, [&](R4Grid_type& made) {
-    return fillWithMaxima(*this, radius, made, routine);
-  });
+  return newGridFrom<R4Grid_type>(
+      *this, usable(radius, routine), {.like = this, .setCells = false},
+      [&](R4Grid_type& made) { return fillWithMaxima(*this, radius, made, routine); });
 }
 
 int R4Grid_type::SmoothR4(int32_t passes) {

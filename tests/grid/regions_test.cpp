@@ -45,8 +45,6 @@ TEST_P(Regions, AFloodTakesTheZerosThatTheSeedReachesBySides) {
   auto r4 = floats(text);
   EXPECT_EQ(r4.Flood_R4queue(1, 1, 7), 0);
   EXPECT_EQ(test::show(r4), flooded);
-  EXPECT_EQ(r4.Flood_R4queue(2, 1, 7), 0);
-  EXPECT_EQ(test::show(r4), flooded);
   for (const auto fill : {&I4Grid_type::Flood_I4queue, &I4Grid_type::FloodI4}) {
     auto i4 = grid<I4Grid_type>(text);
     EXPECT_EQ((i4.*fill)(1, 1, 7), 0);
@@ -61,7 +59,6 @@ TEST_P(Regions, AFloodTakesTheZerosThatTheSeedReachesBySides) {
   auto i8 = grid<I8Grid_type>(text);
   EXPECT_EQ(i8.Flood_I8queue(4, 1, 7), 0);
   EXPECT_EQ(test::show(i8), "0 0 1 7\n1 0 1 7\n0 1 . 7\n0 0 0 5\n");
-  EXPECT_NE(console_.text().find("ERROR: Flood_I4queue in Grid_Module"), std::string::npos);
   EXPECT_NE(console_.text().find("Cannot use zero for flood fill"), std::string::npos);
 }
 
@@ -90,19 +87,16 @@ TEST_P(Regions, BlobsAreMarkedMeasuredAndWidened) {
     SCOPED_TRACE(nodata);
     auto input = floats("5 2 2 2 6\n 2 5 2 . .\n 2 2 2 2 6\n 4 2 2 2 6", nodata);
     I4Grid_type out;
-    EXPECT_EQ(input.FlagThreshold(out, 4), 0);
-    EXPECT_EQ(test::show(out), "1 -1 -1 -1 1\n-1 1 -1 -1 -1\n-1 -1 -1 -1 1\n1 -1 -1 -1 1\n");
-    EXPECT_EQ(input.FlagThreshold(out, 4, {.minLength = 15.0F}), 0);  // one cell is enough
-    EXPECT_EQ(test::show(out), "1 -1 -1 -1 1\n-1 1 -1 -1 -1\n-1 -1 -1 -1 1\n1 -1 -1 -1 1\n");
+    for (const BlobArgs& oneCellIsEnough : {BlobArgs{}, BlobArgs{.minLength = 15.0F}}) {
+      EXPECT_EQ(input.FlagThreshold(out, 4, oneCellIsEnough), 0);
+      EXPECT_EQ(test::show(out), "1 -1 -1 -1 1\n-1 1 -1 -1 -1\n-1 -1 -1 -1 1\n1 -1 -1 -1 1\n");
+    }
     EXPECT_EQ(input.FlagThreshold(out, 4, {.minLength = 20.0F}), 0);
     EXPECT_EQ(test::show(out), "1 -1 -1 -1 -1\n-1 1 -1 -1 -1\n-1 -1 -1 -1 1\n-1 -1 -1 -1 1\n");
     EXPECT_EQ(input.FlagThreshold(out, 4, {.minLength = 20.0F, .bufferDistance = 10.0F}), 0);
-    const auto cells = test::cellsOf(out);
-    EXPECT_EQ(cells, (std::vector<int32_t>{1, 1, 0, 0, 0, 1, 1, 1, -1, -1, 0, 1, 0, 1, 1, 0, 0, 0, 1, 1}));
+    EXPECT_EQ(test::show(out), "1 1 0 0 0\n1 1 1 -1 -1\n0 1 0 1 1\n0 0 0 1 1\n");
     EXPECT_EQ(input.FlagThreshold(out, 8, {.bufferDistance = 10.0F}), 0);
-    EXPECT_EQ(out.status, 0);
-    EXPECT_EQ(test::cellsOf(out),
-              (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, 0, -1, -1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(test::show(out), "0 0 0 0 0\n0 0 0 -1 -1\n0 0 0 0 0\n0 0 0 0 0\n");
   }
 }
 
@@ -151,22 +145,18 @@ auto bufferedPlainly(G& grid, double radius, typename G::CellValue value) {
 TEST_P(Regions, BuffersAreThoseOfTheReferenceImplementationAndGrowWithTheDistance) {
   for (const double share : {0.01, 0.2}) {
     std::ptrdiff_t last = 0;
+    const auto compare = [&](auto grid, double cells, auto value, auto buffer) {
+      const auto expected = bufferedPlainly(grid, cells, value);
+      EXPECT_EQ((grid.*buffer)(cells * 10, value), 0);
+      EXPECT_EQ(test::cellsOf(grid), expected) << cells;
+      return std::ranges::count(expected, value);
+    };
     for (const double cells : {0.3, 1.0, 1.5, 2.0, 3.7, 9.0, 60.0}) {
-      auto r4 = marks<R4Grid_type>(share);
-      const auto expected = bufferedPlainly(r4, cells, 4.0F);
-      EXPECT_EQ(r4.bufferR4(cells * 10, 4), 0);
-      EXPECT_EQ(test::cellsOf(r4), expected) << cells;
-      const auto covered = std::ranges::count(expected, 4.0F);
+      const auto covered = compare(marks<R4Grid_type>(share), cells, 4.0F, &R4Grid_type::bufferR4);
       EXPECT_GE(covered, last);
       last = covered;
-      auto i4 = marks<I4Grid_type>(share);
-      const auto expectedI4 = bufferedPlainly(i4, cells, -7);
-      EXPECT_EQ(i4.buffer(cells * 10, -7), 0);
-      EXPECT_EQ(test::cellsOf(i4), expectedI4) << cells;
-      auto i8 = marks<I8Grid_type>(share);
-      const auto expectedI8 = bufferedPlainly(i8, cells, int64_t{7});  // the cells of -7 stay -7
-      EXPECT_EQ(i8.buffer(cells * 10, 7), 0);
-      EXPECT_EQ(test::cellsOf(i8), expectedI8) << cells;
+      compare(marks<I4Grid_type>(share), cells, -7, &I4Grid_type::buffer);
+      compare(marks<I8Grid_type>(share), cells, int64_t{7}, &I8Grid_type::buffer);  // cells of -7 stay -7
     }
     EXPECT_GT(last, 0);
   }
@@ -187,23 +177,19 @@ TEST_P(Regions, ABufferNeedsACellAboveZeroThatIsNotNodata) {
 
 TEST_P(Regions, HolesTakeTheLowestValueOnTheirRim) {
   constexpr std::string_view text =
-      "8 8 8 8 8 8 .\n"
-      " 8 . 7 8 8 8 8\n"
-      " 8 8 . 6 8 -3 8\n"
-      " 8 8 8 8 8 0 9\n"
-      " 8 8 8 8 8 9 9";
+      "8 8 8 8 8 8 .\n8 . 7 8 8 8 8\n8 8 . 6 8 -3 8\n8 8 8 8 8 0 9\n8 8 8 8 8 9 9\n";
   constexpr std::string_view filled =
       "8 8 8 8 8 8 .\n8 6 7 8 8 8 8\n8 8 6 6 8 8 8\n8 8 8 8 8 8 9\n8 8 8 8 8 9 9\n";
   for (const float nodata : {-9999.0F, 9999.0F}) {
     auto dem = floats(text, nodata);
-    EXPECT_EQ(dem.FillHoles({.nodata = nodata}), 0);
-    EXPECT_EQ(test::show(dem), filled);
-    EXPECT_EQ(dem.FillHoles({.nodata = nodata}), 0);
-    EXPECT_EQ(test::show(dem), filled);
+    for (const auto time : {"first", "again"}) {
+      EXPECT_EQ(dem.FillHoles({.nodata = nodata}), 0);
+      EXPECT_EQ(test::show(dem), filled) << time;
+    }
   }
   auto dem = floats(text);
   EXPECT_EQ(dem.FillHoles({.maxSize = 20.0F}), 0);  // holes of two cells do not fit
-  EXPECT_EQ(test::show(dem), test::show(floats(text)));
+  EXPECT_EQ(test::show(dem), text);
   EXPECT_EQ(dem.FillHoles({.maxSize = 30.0F, .minVal = -5}), 0);  // low data is data
   EXPECT_EQ(test::show(dem), "8 8 8 8 8 8 .\n8 6 7 8 8 8 8\n8 8 6 6 8 -3 8\n8 8 8 8 8 0 9\n8 8 8 8 8 9 9\n");
   EXPECT_NE(console_.text().find("   nodata          = -9999.000"), std::string::npos);
