@@ -15,7 +15,8 @@ using Name = std::optional<std::string_view>;
 // ---- header and names ----
 void DEM_type::FeetToMeters() { terrain::FeetToMeters(*this); }
 void DEM_type::ClearNames() {
-  for (std::string* name : {&file, &path, &refPath, &refFile, &demID}) name->clear();
+  for (std::string* name : {&file, &path, &demID, &dataID, &refFile, &refPath, &refID, &refDataID})
+    name->clear();
 }
 void DEM_type::startAfresh() {
   const double length = len_scale;

@@ -71,7 +71,7 @@ class DEM_type : public Grid_Header {
   /// cellsize squared, in square kilometres.
   [[nodiscard]] double CellAreaKm2() const { return cellsize * cellsize * 0.000001; }
   void SetLengthScale(double length) { len_scale = length; }
-  /// Blanks `file`, `path`, `refPath`, `refFile` and `demID`.
+  /// Blanks `file`, `path`, `demID`, `dataID` and the four of the reference.
   void ClearNames();
   /// Everything as in a new object, grids included, but for the length scale.
   void startAfresh();
@@ -89,7 +89,8 @@ class DEM_type : public Grid_Header {
 
   // ---- getters (dem/grids.cpp, elevations.cpp, matching_grids.cpp, gep.cpp) ----
   // Each leaves an existing grid alone. Otherwise it reads the named raster, or the one whose name was
-  // given before, or the one that the naming rules give, clipped to the DEM's extent.
+  // given before, or the one that the naming rules give, clipped to the DEM's extent. A raster that does not
+  // cover the DEM, or has another lattice, is a failure that names both extents.
   int GetGrad(std::optional<std::string_view> name = std::nullopt);
   int GetPlan(std::optional<std::string_view> name = std::nullopt);
   int GetProf(std::optional<std::string_view> name = std::nullopt);

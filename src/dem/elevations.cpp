@@ -4,7 +4,6 @@
 #include "dem/input_raster.h"
 #include "dem/operations.h"
 #include "foundation/text.h"
-#include "grid/raster_header.h"
 #include "grid/storage.h"
 
 namespace terrain {
@@ -22,23 +21,11 @@ std::string nameOfRaster(const DEM_type& dem, std::optional<std::string_view> gi
   return name;
 }
 
-/// The whole extent of the file that `grid` was cut from, in the DEM's units and moved by a part of a cell.
-Grid_Header extentOfFile(const DEM_type& dem, const Grid_Header& grid, std::string_view name, double shift) {
-  Grid_Header header;
-  if (header.ReadHeader(rasterStem(name)) != kSuccess) return grid;
-  if (dem.feetConverted) FeetToMeters(header);
-  if (header.Offset({.x = shift * header.xcellsize, .y = shift * header.ycellsize}) != kSuccess) return grid;
-  return header;
-}
-
-/// Converts and shifts the grid that was read, and compares it with the DEM.
-int fitToDEM(const DEM_type& dem, R4Grid_type& elev, std::string_view name, bool halfCellShift) {
+/// Converts and shifts the grid that was read.
+int convert(const DEM_type& dem, R4Grid_type& elev, bool halfCellShift) {
   if (dem.units == 'f' && scaleValid(elev, static_cast<float>(kMetersPerFoot), kTag) != kSuccess)
     return kFailure;
-  if (halfCellShift && elev.Offset({.halfCell = true}) != kSuccess) return kFailure;
-  if (SameGridGeometry(dem, elev)) return kSuccess;
-  return reportMismatch(dem, extentOfFile(dem, elev, name, halfCellShift ? 0.5 : 0.0), name,
-                        {.routine = kTag, .message = "Elevation raster has different extent than DEM"});
+  return halfCellShift ? elev.Offset({.halfCell = true}) : kSuccess;
 }
 
 }  // namespace
@@ -60,8 +47,10 @@ int getElevations(DEM_type& dem, const GetElevOptions& options) {
   Grid_Header extent = dem;
   if (options.halfCellShift && extent.Offset({.x = -dem.xcellsize / 2, .y = -dem.ycellsize / 2}) != kSuccess)
     return kFailure;
-  if (readOnto(extent, elev, name, kTag) != kSuccess) return kFailure;
-  if (fitToDEM(dem, elev, name, options.halfCellShift) == kSuccess) return attempt.succeed();
+  if (readOnto(dem, extent, elev, name,
+               {.routine = kTag, .message = "Elevation raster has different extent than DEM"}) != kSuccess)
+    return kFailure;
+  if (convert(dem, elev, options.halfCellShift) == kSuccess) return attempt.succeed();
   DestroyGrid(elev);
   return kFailure;
 }

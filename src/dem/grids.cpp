@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "dem/input_raster.h"
 #include "dem/naming.h"
 #include "foundation/keywords.h"
 #include "foundation/text.h"
@@ -52,9 +51,18 @@ void diagnose(std::string_view line) {
   if (demDiagnostics().on) putMessage(line);
 }
 
-int readOnto(const Grid_Header& like, R4Grid_type& grid, std::string_view name, std::string_view routine) {
-  if (readRaster(grid, name, {.clipGrid = &like, .onDisk = grid.onDisk}) == kSuccess) return kSuccess;
-  return fail(routine, "ReadGrid failed for " + std::string(stripped(name)));
+int readOnto(const DEM_type& dem, const Grid_Header& extent, R4Grid_type& grid, std::string_view name,
+             const MatchTexts& mismatch) {
+  Grid_Header file;
+  const bool read = readRaster(grid, name,
+                               {.clipGrid = &extent, .onDisk = grid.onDisk, .fileHeader = &file}) == kSuccess;
+  if (!read) fail(mismatch.routine, "ReadGrid failed for " + std::string(stripped(name)));
+  if (extent.feetConverted) FeetToMeters(file);
+  const bool covered = coversExtent(file, extent);
+  if (read && covered && SameGridGeometry(extent, grid)) return kSuccess;
+  if (read || (file.HeaderExists() && !covered)) reportMismatch(dem, file, name, mismatch);
+  if (grid.ncols) DestroyGrid(grid);
+  return kFailure;
 }
 
 int getGrid(DEM_type& dem, const DemGrid& row, std::optional<std::string_view> name) {
@@ -71,7 +79,9 @@ int getGrid(DEM_type& dem, const DemGrid& row, std::optional<std::string_view> n
     putMessage("  " + file);
   else if (findName(dem, row, file) != kSuccess)
     return kFailure;
-  return attempt.end(readOnto(dem, grid, file, row.routine));
+  return attempt.end(readOnto(
+      dem, dem, grid, file,
+      {.routine = row.routine, .message = "The raster does not cover the DEM, or its lattice is another"}));
 }
 
 int destroyMember(DEM_type& dem, std::string_view name) {

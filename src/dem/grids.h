@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "dem/dem.h"
+#include "dem/input_raster.h"
 
 namespace terrain {
 
@@ -97,9 +98,11 @@ void diagnose(std::string_view line);
 /// The getter of a raster with a naming rule: reads it on first use onto the DEM's extent.
 int getGrid(DEM_type& dem, const DemGrid& row, std::optional<std::string_view> name);
 
-/// Reads a raster onto the extent of `like`. A grid that was flagged as on disk is read to disk. 0, or -1
-/// with a report.
-int readOnto(const Grid_Header& like, R4Grid_type& grid, std::string_view name, std::string_view routine);
+/// Reads the part of a raster that covers `extent`: the DEM's, or that moved by half a cell. A grid that was
+/// flagged as on disk is read to disk. 0, or -1 with a report and no grid; so where the raster does not cover
+/// the extent or has another lattice.
+int readOnto(const DEM_type& dem, const Grid_Header& extent, R4Grid_type& grid, std::string_view name,
+             const MatchTexts& mismatch);
 
 /// `DestroyGrid` of a member grid by its name.
 int destroyMember(DEM_type& dem, std::string_view name);

@@ -33,6 +33,13 @@ bool matchesDEM(const DEM_type& dem, const Grid_Header& raster, std::string_view
   return false;
 }
 
+bool coversExtent(const Grid_Header& raster, const Grid_Header& extent) {
+  const double x = extent.xcellsize / 2;
+  const double y = extent.ycellsize / 2;
+  return raster.xmin < extent.xmin + x && raster.ymin < extent.ymin + y && raster.xmax > extent.xmax - x &&
+         raster.ymax > extent.ymax - y;
+}
+
 int scaleValid(R4Grid_type& grid, float factor, std::string_view routine) {
   return onValid(grid, {.routine = routine}, [factor](float cell) { return cell * factor; });
 }

@@ -22,6 +22,9 @@ int reportMismatch(const DEM_type& dem, const Grid_Header& raster, std::string_v
 [[nodiscard]] bool matchesDEM(const DEM_type& dem, const Grid_Header& raster, std::string_view name,
                               const MatchTexts& texts);
 
+/// True if every cell of `extent` lies in the raster, half a cell of tolerance aside.
+[[nodiscard]] bool coversExtent(const Grid_Header& raster, const Grid_Header& extent);
+
 /// Multiplies every valid cell, in float32. 0, or -1 with a report.
 int scaleValid(R4Grid_type& grid, float factor, std::string_view routine);
 

@@ -20,12 +20,19 @@ namespace {
 using Value = KeywordValue<DEM_type>;
 using Row = Keyword<DEM_type>;
 
+/// The name of a raster, with or without its extension. An "=" may be part of it.
+template <std::string DEM_type::*Name>
+bool parseRaster(DEM_type& dem, KeywordInput& input) {
+  dem.*Name = stripExtension(*input.text);
+  return input.isHostText();
+}
+
 constexpr Row kPath{.words = "PATH", .value = Value::text<&DEM_type::path>(), .echo = "Path    : "};
 constexpr Row kReferencePath{.words = "REFERENCE PATH",
                              .value = Value::text<&DEM_type::refPath>(),
                              .failure = "Error reading reference path"};
 constexpr auto kIdentifier = Value::text<&DEM_type::demID>();
-constexpr auto kReferenceFile = Value::text<&DEM_type::refFile>();
+constexpr auto kReferenceFile = Value::own<parseRaster<&DEM_type::refFile>>("raster");
 constexpr auto kUnits = Value::text<&DEM_type::units>();
 
 constexpr Row kParameterWords[] = {
@@ -42,7 +49,7 @@ constexpr Row kInputWords[] = {
     kPath,
     {.words = "DEM ID", .value = kIdentifier, .echo = "DEM ID  : "},
     {.words = "DEM UNITS", .value = kUnits},
-    {.words = "DEM FILE", .value = Value::text<&DEM_type::file>()},
+    {.words = "DEM FILE", .value = Value::own<parseRaster<&DEM_type::file>>("raster")},
     kReferencePath,
     {.words = "REFERENCE ID",
      .value = Value::text<&DEM_type::refID>(),
@@ -143,6 +150,7 @@ int loadHeader(const ParameterFile& file, std::string_view headerFault) {
   if (isBlank(dem.path)) dem.path = directoryOf(dem.file);
   if (isBlank(dem.demID)) dem.demID = identifierOf(dem.file);
   if (isBlank(dem.dataID)) dem.dataID = dem.demID;
+  if (isBlank(dem.refDataID)) dem.refDataID = dem.dataID;
   if (readUsableHeader(dem, dem.file, file.routine) != kSuccess) return file.fault(headerFault);
   echoKeyword(file.keywords, dem, "PATH");
   echoKeyword(file.keywords, dem, "DEM ID");

@@ -1,5 +1,7 @@
 #include "foundation/file_names.h"
 
+#include <algorithm>
+
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
@@ -7,6 +9,8 @@ namespace terrain {
 
 namespace {
 constexpr std::string_view kSeparators = "\\/";
+
+constexpr bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 bool exists(std::string_view name, std::string_view extension) {
   return platform::fileExists(std::string(stripped(name)).append(extension));
@@ -34,16 +38,17 @@ std::string fileNameOf(std::string_view path) {
 std::string baseNameOf(std::string_view path) { return stripExtension(fileNameOf(leftAdjusted(path))); }
 
 std::string stripExtension(std::string_view text) {
+  constexpr std::size_t length = 4;
   std::string_view name = stripped(text);
-  if (name.size() >= 4 && name[name.size() - 4] == '.') name.remove_suffix(4);
+  const std::string_view end = name.substr(name.size() - std::min(length, name.size()));
+  if (end.size() == length && end.front() == '.' && std::ranges::all_of(end.substr(1), isLetter))
+    name.remove_suffix(length);
   return std::string(name);
 }
 
 std::string completeDirectory(std::string_view text) {
   std::string path(stripped(text));
-  if (path.empty()) return path;
-  const std::string_view end = std::string_view(path).substr(path.size() < 2 ? 0 : path.size() - 2);
-  if (end.find_first_of(kSeparators) == std::string_view::npos)
+  if (!path.empty() && kSeparators.find(path.back()) == std::string_view::npos)
     path += path.find('/') == std::string::npos ? '\\' : '/';
   return path;
 }

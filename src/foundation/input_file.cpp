@@ -25,6 +25,15 @@ std::string_view withoutLeadingSpace(std::string_view text) {
   return text;
 }
 
+/// Around a keyword a tab is a blank.
+constexpr std::string_view kBlanks = " \t";
+std::string_view withoutLeadingBlanks(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(kBlanks), text.size()));
+}
+std::string_view withoutTrailingBlanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
 /// At the end of an argument "#" goes as well, whatever the comment mark is.
 std::string_view withoutArgumentTail(std::string_view text) {
   while (!text.empty() && std::string_view(" \t\0#", 4).find(text.back()) != std::string_view::npos)
@@ -156,13 +165,13 @@ int InputFileType::GetLine(LogicalLine& line) {
       currentLine_ = LineCount();
       return kFailure;
     }
-    text = leftAdjusted(cut(lines[static_cast<std::size_t>(currentLine_++)], options_.lineLength));
+    text = withoutLeadingBlanks(cut(lines[static_cast<std::size_t>(currentLine_++)], options_.lineLength));
   } while (isBlank(text) || text.front() == options_.commentMark);
   line.lineNumber = currentLine_;
 
   const std::size_t delimiter = text.find(options_.keywordDelimiter);
   if (delimiter != std::string_view::npos && delimiter < text.find('=')) {
-    line.keyword = std::string(trimmed(text.substr(0, delimiter)));
+    line.keyword = std::string(withoutTrailingBlanks(text.substr(0, delimiter)));
     text.remove_prefix(delimiter + 1);
   }
   splitArguments(text, line.arguments);

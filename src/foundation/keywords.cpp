@@ -54,13 +54,18 @@ bool KeywordInput::fail(std::string_view message, std::string_view why) {
   return false;
 }
 
+bool KeywordInput::isHostText() {
+  return text->find('\0') == std::string::npos || fail({}, "The value holds a NUL character");
+}
+
 // ---- values ----
 
 namespace detail {
 
 bool parseFileName(KeywordInput& input, bool (*exists)(std::string_view), std::string& name) {
+  if (!input.isHostText()) return false;
   name = stripFileName(*input.text);
-  if (exists == nullptr) return !name.empty();
+  if (exists == nullptr) return !name.empty() && lastSeparator(name) + 1 != name.size();
   input.file = name;
   return exists(name);
 }

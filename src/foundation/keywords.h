@@ -50,6 +50,8 @@ struct KeywordInput {
   std::string file{};                 ///< set by parsers of file names, for the report of a failure
   std::vector<KeywordFailure> failures{};
 
+  /// False, with a failure noted, if the value holds a NUL, at which the host would end a name.
+  bool isHostText();
   /// Notes a failure with a text of its own; false.
   bool fail(std::string_view message, std::string_view detail = {});
 };
@@ -84,7 +86,8 @@ bool parseNumber(std::string_view text, const NumberRule& rule, Member& member) 
   return true;
 }
 
-/// Parses a file name into `name`. False for a blank one, or where it must exist and does not.
+/// Parses a file name into `name`, without extension. False for a blank one, for one that ends in a
+/// separator, or where the file must exist and does not.
 bool parseFileName(KeywordInput& input, bool (*exists)(std::string_view), std::string& name);
 
 /// The member at the end of a path of member pointers.
@@ -169,6 +172,7 @@ struct KeywordValue {
   template <auto... Path>
   static bool parseText(const KeywordValue&, Record& record, KeywordInput& input) {
     auto& member = detail::memberAt<Path...>(record);
+    if (!input.isHostText()) return false;
     if constexpr (std::is_same_v<std::remove_cvref_t<decltype(member)>, char>) {
       if (input.text->empty()) return false;
       member = input.text->front();
@@ -179,6 +183,7 @@ struct KeywordValue {
   }
   template <auto... Path>
   static bool parseDirectory(const KeywordValue&, Record& record, KeywordInput& input) {
+    if (!input.isHostText()) return false;
     detail::memberAt<Path...>(record) = completeDirectory(*input.text);
     return true;
   }

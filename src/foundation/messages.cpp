@@ -69,8 +69,20 @@ void addLines(ErrorList& list, const Report& report) {
   if (report.text) list.add(*report.text);
 }
 
+void putLine(std::ostream& out, std::string_view text) {
+  out << withLeadingBlank(text) << '\n';
+  out.flush();
+}
+
+void repeatError(std::string_view line) {
+  if (platform::console().repeatErrors) putLine(*platform::console().errors, line);
+}
+
 void printAll(ErrorList& list) {
-  for (const std::string& line : list.lines()) putMessage(line);
+  for (const std::string& line : list.lines()) {
+    putMessage(line);
+    repeatError(line);
+  }
   list.clear();
 }
 
@@ -81,10 +93,10 @@ MessageWriter& messages() {
   return writer;
 }
 
-void putConsoleLine(std::string_view text) {
-  std::ostream& out = *platform::console().out;
-  out << withLeadingBlank(text) << '\n';
-  out.flush();
+void putConsoleLine(std::string_view text) { putLine(*platform::console().out, text); }
+
+void putWarning(std::string_view text) {
+  putLine(*platform::console().errors, std::string("WARNING: ").append(text));
 }
 
 void putMessage(const MessageArgs& args) {
@@ -169,7 +181,9 @@ std::string errorText(const ErrorList& list, std::size_t length, std::string_vie
 }
 
 void abortRun() {
-  putMessage("PROGRAM ABORTED");
+  constexpr std::string_view lastLine = "PROGRAM ABORTED";
+  putMessage(lastLine);
+  repeatError(lastLine);
   platform::endProcess(1);
 }
 

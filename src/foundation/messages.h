@@ -46,6 +46,10 @@ void putMessage(std::string_view text, double value);
 /// A line on the console alone, with one leading blank.
 void putConsoleLine(std::string_view text);
 
+/// A line on standard error alone, "WARNING: " and the text: something that the run can go on with, but that
+/// its user should know.
+void putWarning(std::string_view text);
+
 /// The lines of a report, held until they are printed; empty at the start of a routine. A line
 /// longer than 256 characters is cut.
 class ErrorList {

@@ -346,7 +346,7 @@ std::uint64_t availableMemory() {
 }
 
 Console& console() {
-  static Console streams{&std::cout, &std::cin};
+  static Console streams{&std::cout, &std::cin, &std::cerr};
   return streams;
 }
 
@@ -382,9 +382,21 @@ double cpuSeconds() {
   return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
 }
 
+namespace {
+
+bool outputAndErrorsAreOneFile() {
+  struct stat output {};
+  struct stat errors {};
+  return ::fstat(STDOUT_FILENO, &output) == 0 && ::fstat(STDERR_FILENO, &errors) == 0 &&
+         output.st_dev == errors.st_dev && output.st_ino == errors.st_ino;
+}
+
+}  // namespace
+
 void prepareProcess() {
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
+  console().repeatErrors = ::isatty(STDOUT_FILENO) == 0 && !outputAndErrorsAreOneFile();
 }
 
 void endProcess(int status) {

@@ -105,6 +105,8 @@ IoCode removeFile(std::string_view name);
 struct Console {
   std::ostream* out;
   std::istream* in;
+  std::ostream* errors;        ///< warnings
+  bool repeatErrors = false;  ///< errors go there as well as to `out`
 };
 Console& console();
 
@@ -123,7 +125,8 @@ Clock& clock();
 /// CPU seconds that the process has used.
 [[nodiscard]] double cpuSeconds();
 
-/// Makes file faults come back as I/O codes: a full or limited disk must not end the process.
+/// Makes file faults come back as I/O codes: a full or limited disk must not end the process. Errors are
+/// repeated on standard error where standard output is neither a terminal nor the same file.
 void prepareProcess();
 
 /// Ends the process with an exit status; what was written to units and console is flushed.

@@ -21,6 +21,7 @@ struct Wedge {
 };
 
 Wedge wedgeOf(float aspect, int32_t k) {
+  if (k < 1 || k > kDirections) return {.share = 0.0, .inside = false, .belowCentre = false};
   double a = static_cast<double>(aspect);
   if (k > 6 && a > kPi) a -= 2 * kPi;  // the wedges of 7 and 8 reach below zero
   const auto at = static_cast<std::size_t>(k);

@@ -14,6 +14,7 @@ namespace terrain {
 /// Share, 0 to 1, of walk direction k in the flow of a cell with this aspect (radians clockwise from
 /// north, pointing downslope). An aspect on a direction's centre gives it all; between two centres the
 /// two share in proportion to the angle (D-infinity; Tarboton 1997). Computed in float64, rounded once.
+/// 0 where k is no direction.
 [[nodiscard]] float FlowProportion(float aspect, int32_t k);
 
 /// The same share without the clamp, in float64, and the neighbour that shares with direction k:

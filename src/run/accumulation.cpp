@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "foundation/messages.h"
+#include "grid/geometry.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
 #include "run/walks.h"
@@ -14,6 +15,24 @@ namespace {
 
 constexpr std::string_view kTag = "accumulateCells";
 constexpr float kLargestSpecificArea = 1000000.0F;
+
+/// The walks and the final pass read whole rows of every grid: each must have the extent of `like`.
+int checkGrids(const WalkValues& values, const AccumulationGrids& grids, const Grid_Header& like) {
+  struct Needed {
+    bool needed;
+    const R4Grid_type& grid;
+    std::string_view name;
+  };
+  for (const Needed& one :
+       {Needed{true, grids.aspect, "aspect"}, Needed{values.byTime, grids.grad, "gradient"},
+        Needed{values.specific, grids.bcon, "contour length"}}) {
+    if (!one.needed) continue;
+    if (!one.grid.GridExists()) return fail(kTag, std::string("There is no grid of ").append(one.name));
+    if (!SameGridGeometry(like, one.grid))
+      return fail(kTag, std::string("The grid of ").append(one.name).append(" has another extent"));
+  }
+  return kSuccess;
+}
 
 /// The value of a cell in the output raster; a contour length of 0 leaves the count.
 float finalValue(float total, float aspect, float contour) {
@@ -44,6 +63,7 @@ int accumulateCells(const WalkValues& limits, const AccumulationGrids& grids, co
   const float c = values.cellDistance[1];
   // Walks end because every step has a length above 0.
   if (!std::isfinite(c) || !(c > 0.0F)) return fail(kTag, "The cell size must be above 0");
+  if (checkGrids(values, grids, like) != kSuccess) return kFailure;
   if (CreateGrid(grids.accum, {.like = &like, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
     return kFailure;
   if (programInfo != nullptr) grids.accum.SetVersion(*programInfo);

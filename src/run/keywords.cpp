@@ -11,6 +11,7 @@ using Value = KeywordValue<RunState>;
 /// The last DEM counts: nothing of an earlier one may be used for it.
 bool parseDEM(RunState& run, KeywordInput& input) {
   run.DEM.startAfresh();
+  if (!input.isHostText()) return false;
   run.DEM.file = input.file = stripFileName(*input.text);
   return run.DEM.ResolveDEM() == kSuccess;
 }

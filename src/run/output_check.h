@@ -11,8 +11,8 @@ namespace terrain {
 /// Name under which a run saves a grid beside the DEM: directory, prefix, length tag, data identifier.
 [[nodiscard]] std::string nameBesideDEM(const RunState& run, const DemGrid& grid);
 
-/// Stops the run where the output would replace one of the run's other rasters, or where its directory
-/// is missing, cannot be written or is full.
+/// Stops the run where a file that it writes would replace the instruction file or a file of another raster
+/// of the run, or cannot be written, and where the output's directory is missing or full.
 void checkOutput(const RunState& run);
 
 }  // namespace terrain

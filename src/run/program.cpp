@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 
+#include "foundation/interruption.h"
 #include "foundation/platform.h"
 
 namespace terrain {
@@ -25,6 +26,16 @@ void printHelp(const ProgramFace& face) {
                "Exit status: 0 if the output raster was written, 1 otherwise.\n";
 }
 
+/// Ends a run that an exception has left, its log included.
+int endAfter(const std::exception& fault) {
+  try {
+    stopRun(fault.what());
+  } catch (const std::exception&) {  // there is not even memory for the log's last lines
+    std::cerr << " ERROR: " << fault.what() << "\n PROGRAM ABORTED\n";
+  }
+  return 1;
+}
+
 }  // namespace
 
 int runProgram(int argc, char** argv, const ProgramFace& face) {
@@ -43,11 +54,11 @@ int runProgram(int argc, char** argv, const ProgramFace& face) {
     return 1;
   }
   platform::prepareProcess();
+  platform::handleInterruptions();
   try {
     return face.run(argument) ? 0 : 1;
   } catch (const std::exception& fault) {  // no operation throws on purpose; memory may run out anywhere
-    std::cerr << " ERROR: " << fault.what() << "\n PROGRAM ABORTED\n";
-    return 1;
+    return endAfter(fault);
   }
 }
 

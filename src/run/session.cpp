@@ -2,14 +2,17 @@
 
 #include <istream>
 #include <ostream>
+#include <span>
 
 #include "foundation/free_format.h"
+#include "foundation/interruption.h"
 #include "foundation/log_file.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
 #include "foundation/run_clock.h"
 #include "foundation/scratch.h"
 #include "foundation/text.h"
+#include "foundation/units.h"
 
 namespace terrain {
 
@@ -30,6 +33,13 @@ void printBanner(const ProgramIdentity& program) {
 /// The first field of a line: up to a blank or comma, or all of it in quotes. A slash is part of a path.
 bool firstField(const std::string& line, std::string& name) {
   return FreeFormatReader(line, {.slashEnds = false}).next(name) == FieldStatus::value;
+}
+
+/// The last line of the log of a run that a signal ends. Called in the signal handler.
+void endLog(void* log) {
+  constexpr std::string_view lastLine = " PROGRAM ABORTED\n";
+  const auto& file = *static_cast<const platform::File*>(log);
+  (void)file.writeAt(file.size(), std::as_bytes(std::span(lastLine)));
 }
 
 std::string askForName() {
@@ -79,6 +89,7 @@ void Session::findInstructions(const std::optional<std::string>& argument) {
   }
   putMessage("Input file: " + inputName);
   instructions = NewInputFile(inputName, {.argumentLength = std::string::npos});
+  if (instructions.status != kSuccess) abortRun();
 }
 
 void Session::openLog(const std::string& scratchPath) {
@@ -89,6 +100,8 @@ void Session::openLog(const std::string& scratchPath) {
                 .startText = startText_,
                 .version = program_.version,
                 .compileDate = program_.compileDate});
+  // Every message is written through to the log at once, so the file's end is the log's end.
+  if (TextFile* log = units().text(logUnit_)) platform::setInterruptionHook({&endLog, &log->file()});
   const int32_t tested = OpenBinaryScratchFile({.scratchPath = scratchPath});
   putMessage("Scratch directory: " + scratchPath);
   if (tested != kIoOk) stopRun("Error accessing scratch directory");
@@ -105,6 +118,7 @@ void Session::finish(const std::string& output, double startedAt) {
 }
 
 void Session::closeLog(Closing closing) {
+  platform::setInterruptionHook({});
   units().close(logUnit_, closing);
   messages().messageUnit = 0;
 }

@@ -26,7 +26,7 @@ class Session {
 
   /// Finds the instruction file, from the program's argument or by a prompt, and loads it. A name of one
   /// character stands for the file that is fixed when the program is built, the word "test" for the one that
-  /// the pointer file names. Stops the run where either is missing.
+  /// the pointer file names. Stops the run where a file is missing or cannot be read.
   void findInstructions(const std::optional<std::string>& argument);
 
   /// Opens the log in the scratch directory, a path that ends in a separator, and tests the directory.

@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "foundation/messages.h"
 #include "run/distance_walker.h"
 #include "run/walk_cells.h"
 
@@ -178,21 +179,25 @@ void Walks::walkAll() {
   });
 }
 
-void Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
-  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
+int Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
+  if (!values_.byTime) return fail("walkByTime", "The walks were prepared by distance");
+  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return kSuccess;
   withWalker([&](auto& walker) {
     walker.add(table_.index(col, row), share);
     walker.passOn(table_.index(col, row), share, elapsed);
   });
+  return kSuccess;
 }
 
-void Walks::walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin) {
+int Walks::walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin) {
+  if (values_.byTime) return fail("walkByDistance", "The walks were prepared by time");
   const bool adds = !std::exchange(origin, false);
-  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return;
+  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return kSuccess;
   withWalker([&](auto& walker) {
     if (adds) walker.add(table_.index(col, row), share);
     walker.passOn(table_.index(col, row), share, travelled);
   });
+  return kSuccess;
 }
 
 }  // namespace terrain

@@ -23,11 +23,13 @@ class Walks {
 
   /// Passes `share` on from (col, row), reached after `elapsed` hours, 0 or more; the share is added to that
   /// cell too. A step that does not fit the duration is cut in proportion. No effect outside the grid.
-  void walkByTime(int32_t col, int32_t row, float share, float elapsed);
+  /// 0, or -1 with a report for walks that were prepared by distance.
+  int walkByTime(int32_t col, int32_t row, float share, float elapsed);
 
   /// The same after `travelled` metres, 0 or more. With `origin` true nothing is added to (col, row) itself,
   /// and `origin` becomes false. A step that does not fit the distance is not taken.
-  void walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin);
+  /// 0, or -1 with a report for walks that were prepared by time.
+  int walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin);
 
   /// A walk of share 1 from every cell whose aspect is not negative, row by row.
   void walkAll();

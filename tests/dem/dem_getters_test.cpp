@@ -145,6 +145,25 @@ TEST_P(DemGetters, ElevationsAreShiftedAndComparedWithTheDEM) {
   EXPECT_EQ(showCells(dem.elev), "1 2 3\n4 5 6");
 }
 
+TEST_P(DemGetters, RastersThatDoNotFitTheDEMAreRefusedWithBothExtents) {
+  DEM_type dem = site();
+  const std::string nine = "1 2 3\n4 5 6\n7 8 9";
+  for (const RasterPlan& plan :
+       {RasterPlan{.cellsize = 5}, {.xmin = 1010}, {.ymin = 1980}, {.xmin = 1003}, {.xmin = 9000}}) {
+    writeRaster(at("other"), nine, plan);
+    for (const int status : {dem.GetGrad(at("other")), dem.GetElev({.file = at("other")})})
+      EXPECT_EQ(status, -1) << plan.xmin;
+    EXPECT_FALSE(dem.grad.GridExists() || dem.elev.GridExists());
+    EXPECT_TRUE(printed("Raster " + at("other") + ": 3 columns, 3 rows of " +
+                        (plan.cellsize == 5 ? "5 by 5" : "10 by 10")));
+    EXPECT_TRUE(printed("DEM " + at("elev_site") + ": 3 columns, 2 rows of 10 by 10"));
+    console_.clear();
+  }
+  writeRaster(at("other"), "1 2 3 4\n5 6 7 8\n9 9 9 9", {.ymin = 1990});
+  ASSERT_EQ(dem.GetGrad(at("other")), 0);
+  EXPECT_EQ(showCells(dem.grad), "1 2 3\n5 6 7");
+}
+
 TEST_P(DemGetters, InputRastersAreCheckedAgainstTheDEM) {
   const DEM_type dem = site();
   R4Grid_type grid;

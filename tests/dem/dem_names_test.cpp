@@ -73,7 +73,12 @@ TEST_F(DemNames, ComeFromDirectoryAndIdentifierOrTheReference) {
   EXPECT_EQ(nothing.ResolveDEM(), -1);
   EXPECT_TRUE(printed("DEM FILE unresolved"));
 
+  dem.ClearNames();
+  EXPECT_EQ(dem.file + dem.path + dem.demID + dem.dataID + dem.refFile + dem.refPath + dem.refID + dem.refDataID,
+            "");
+
   dem.len_scale = 12;
+  dem.dataID = "data";
   dem.startAfresh();
   EXPECT_EQ(dem.dataID, "");
   EXPECT_EQ(dem.len_scale, 12);

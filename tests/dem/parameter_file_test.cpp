@@ -36,6 +36,12 @@ TEST_F(ParameterFile, NamesTheDEMAndReadsItsHeader) {
   EXPECT_EQ(dem.file, at("elev_site"));
   EXPECT_EQ(dem.refFile, dem.file);
   EXPECT_EQ(dem.dataID, "data");
+  writeRaster(at("grad_15_data"), "1 2 3\n4 5 6", {.cellsize = 30});
+  writeRaster(at("grad_15_site"), "7 7 7\n7 7 7", {.cellsize = 30});
+  dem.len_scale = 15;
+  EXPECT_EQ(dem.GetGrad(), 0);
+  EXPECT_EQ(showCells(dem.grad), "1 2 3\n4 5 6");
+  EXPECT_EQ(read(dem, "PATH: " + dir_.path() + "\nDEM ID: site\n"), 0);
   EXPECT_EQ(dem.len_scale, -9999.0);
   EXPECT_EQ(dem.nodata, kNodata);
   EXPECT_TRUE(printed(" Path    : " + dir_.path() +
@@ -100,7 +106,7 @@ TEST_F(ParameterFile, OtherLayoutNamesTheFile) {
   DEM_type dem;
   ErrorList errors;
   writeBytes(at("input.txt"),
-             "DEM FILE: " + at("elev_site") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
+            "DEM FILE: " + at("elev_site.flt") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
   ASSERT_EQ(GetInput(dem, errors, at("input.txt")), 0);
   EXPECT_EQ(dem.file, at("elev_site"));
   EXPECT_EQ(dem.refFile, "/ref/elev_old");

@@ -230,10 +230,12 @@ TEST(FileNames, AreTakenApartAtEitherSeparator) {
   EXPECT_EQ(baseNameOf(" d/elev_a.flt "), "elev_a");
   EXPECT_EQ(stripExtension("a.jpeg"), "a.jpeg");
   EXPECT_EQ(stripExtension(" a.tif "), "a");
-  EXPECT_EQ(stripExtension("abc"), "abc");
+  for (const char* whole : {"abc", "acc_0.125", "../ab", "./o4", "x.b2c", "d.e/f"})
+    EXPECT_EQ(stripExtension(whole), whole);
   EXPECT_EQ(completeDirectory(" c:\\temp"), "c:\\temp\\");
   EXPECT_EQ(completeDirectory("c:\\temp\\ "), "c:\\temp\\");
   EXPECT_EQ(completeDirectory("/tmp"), "/tmp/");
+  EXPECT_EQ(completeDirectory("out/s"), "out/s/");
   EXPECT_EQ(completeDirectory("  "), "");
 }
 

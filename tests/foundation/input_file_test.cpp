@@ -49,6 +49,7 @@ TEST_F(InputFile, SplitsLinesIntoKeywordAndArguments) {
                         {"1, \"x,y\"", "|1|\"x,y\";"},
                         {"A: \"x # y\"", "A|\"x;"},
                         {"A: \t x\t ##", "A|x;"},
+                        {"\t# c\n\tA\t: x\n\t\n", "A|x;"},
                         {"A: 1, # c", "A|1;"},
                         {"# c\n\n   \n#A: 1\nB: c:\\d", "B|c:\\d;"},
                         {"\xEF\xBB\xBF"

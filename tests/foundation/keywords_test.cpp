@@ -68,9 +68,9 @@ constexpr Keyword<Settings> kWords[] = {
 class Keywords : public Reporting {
  protected:
   /// Reads the lines; gives the failures, "number: message detail file".
-  std::vector<std::string> read(std::initializer_list<const char*> lines, bool goesOn = true) {
+  std::vector<std::string> read(std::initializer_list<std::string> lines, bool goesOn = true) {
     InputFileType file;
-    for (const char* line : lines) file.lines.emplace_back(line);
+    file.lines = lines;
     std::vector<std::string> failures;
     const int result = readKeywords(
         file, kWords, settings, valueAfterEquals, [&](const KeywordFailure& failure, int32_t number) {
@@ -106,6 +106,9 @@ TEST_F(Keywords, ReportFailuresAndReadOn) {
                                 "4: Error reading NODATA", "5: No rastera", "6: Error reading SHAPE",
                                 "7: Not here  detail", "8: Error reading UNIT"}));
   EXPECT_EQ(settings.inner.dig, 2.0F);
+  using namespace std::string_literals;
+  EXPECT_EQ(read({"CODE: a\0b"s, "SCRATCH: a\0b"s, "RASTER: a\0b"s}).size(), 3U);
+  EXPECT_EQ(settings.directory, "");
   EXPECT_EQ(read({"CUT: x", "DEPTH: x"}, false).size(), 1U);
 }
 

@@ -11,6 +11,7 @@
 #include "run/driver.h"
 #include "run/instructions.h"
 #include "run/keywords.h"
+#include "run/program.h"
 #include "support/grids.h"
 #include "support/tools.h"
 
@@ -235,16 +236,113 @@ TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
 }
 
 TEST_F(Program, FullDiskEndsWithStatusOneAndTheLogStays) {
-  writeDem();
-  fs::create_symlink("/dev/full", at("out.flt"));
-  const Outcome full = run(byTime());
+  R4Grid_type dem = test::noiseDem(90, 80, {.seed = 5});
+  ASSERT_EQ(dem.WritefltR4(at("elev_site")), 0);
+  write("out.hdr", "older");
+  const Outcome full = run(byTime(), "ulimit -f 16;");  // blocks of 512 bytes: the log fits
   EXPECT_EQ(full.status, 1) << full.text;
-  EXPECT_NE(full.text.find("Error writing output raster"), std::string::npos);
-  EXPECT_FALSE(platform::fileExists(at("out.hdr")) || platform::fileExists(at("out.log")));
+  EXPECT_NE(full.text.find("Error writing output raster"), std::string::npos) << full.text;
+  EXPECT_FALSE(platform::fileExists(at("out.log")));
   EXPECT_NE(logs().find("Error writing output raster"), std::string::npos);
-  // A limit on file sizes that the scratch files meet when they are made.
-  const Outcome limited = run(byTime(), "ulimit -f 2;");
-  EXPECT_EQ(limited.status, 1) << limited.text;
+  EXPECT_EQ(run(byTime(), "ulimit -f 2;").status, 1);
+}
+
+TEST_F(Program, OutputsThatCannotBeWrittenOrWouldReplaceAnInputStopTheRunFirst) {
+  R4Grid_type dem = test::noiseDem(40, 30, {.seed = 5});
+  for (const char* name : {"elev_site", "aspect_15_site"}) ASSERT_EQ(dem.WritefltR4(at(name)), 0);
+  write("out.flt", "older");
+  const std::string before = readBytes(at("aspect_15_site.flt"));
+  const auto refused = [&](const std::vector<std::string>& changes, std::string_view text) {
+    const Outcome stopped = run(byTime(changes));
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_NE(stopped.text.find(text), std::string::npos) << stopped.text;
+    EXPECT_EQ(stopped.text.find("Reading elevations"), std::string::npos);
+    EXPECT_EQ(stopped.text.find("Accumulating"), std::string::npos);
+    EXPECT_EQ(readBytes(at("out.flt")), "older");
+  };
+  for (const char* ending : {".hdr", ".prj", ".log"}) {
+    fs::create_directory(at("out") + ending);
+    refused({}, "FILE: out" + std::string(ending) + "\n Output file cannot be written: not a regular file");
+    fs::remove(at("out") + ending);
+    fs::create_symlink("in.txt", at("out") + ending);
+    refused({}, "Output raster would replace the instruction file");
+    fs::remove(at("out") + ending);
+    fs::create_symlink("elev_site.hdr", at("out") + ending);
+    refused({"DEM: ./elev_site"}, "Output raster would replace an input raster");
+    fs::remove(at("out") + ending);
+  }
+  fs::create_directory(at("grad_15_site.log"));
+  refused({"OUTPUT GRAD RASTER:"}, "FILE: grad_15_site.log\n Output file cannot be written");
+  refused({"DEM: aspect_15_site", "OUTPUT ASPECT RASTER:"}, "Output raster would replace an input raster");
+  EXPECT_EQ(readBytes(at("aspect_15_site.flt")), before);
+  refused({"OUTPUT RASTER: ../" + fs::path(at("")).parent_path().filename().string() + "/bcon_15_site",
+           "OUTPUT BCON RASTER:", "SPECIFIC:"},
+          "Output raster would replace a raster that is to be saved");
+}
+
+TEST_F(Program, NamesKeepTheirParts) {
+  writeDem();
+  fs::create_directories(at("o/s"));
+  for (const char* name : {"acc_0.125", "acc_0.250", "./o4", "o/../ab", "o/x.y"}) {
+    const Outcome done = run(byTime({std::string("OUTPUT RASTER: ") + name, "SCRATCH DIRECTORY: o/s"}));
+    EXPECT_EQ(done.status, 0) << done.text;
+    EXPECT_TRUE(rasterExists(at(name))) << name;
+  }
+  using namespace std::string_literals;
+  const std::string dem = readBytes(at("elev_site.flt"));
+  for (const std::string& change :
+       {"OUTPUT RASTER: out\0b"s, "DEM: elev_site\0b"s, "INPUT ASPECT RASTER: a\0b"s,
+        "SCRATCH DIRECTORY: elev_site.flt\0/"s, "OUTPUT RASTER: o/"s}) {
+    const Outcome failed = run(byTime({change}));
+    EXPECT_EQ(failed.status, 1) << change;
+    EXPECT_NE(failed.text.find("PROGRAM ABORTED"), std::string::npos);
+    EXPECT_EQ(failed.text.find('\0') == std::string::npos, true);
+  }
+  EXPECT_EQ(readBytes(at("elev_site.flt")), dem);
+  // A tab beside a keyword is a blank.
+  ASSERT_EQ(run(byTime({"SPECIFIC:"})).status, 0);
+  const std::string specific = readBytes(at("out.flt"));
+  ASSERT_EQ(run(byTime() + "\tSPECIFIC\t:\n").status, 0);
+  EXPECT_EQ(readBytes(at("out.flt")), specific);
+}
+
+// A sanitizer reserves more address space than a limit could leave it.
+#ifdef __SANITIZE_ADDRESS__
+constexpr std::string_view kLittleMemory{};
+#else
+constexpr std::string_view kLittleMemory = "ulimit -v 18000;";
+#endif
+
+TEST_F(Program, SignalsAndExceptionsEndTheLogAndLeaveNoScratchFile) {
+  R4Grid_type dem = test::noiseDem(600, 600, {.seed = 5});
+  ASSERT_EQ(dem.WritefltR4(at("elev_site")), 0);
+  const std::string instructions = byTime({"DURATION: 1000", "CONDUCTIVITY: 1000"});
+  for (const auto& [signal, number] : {std::pair{"INT", 2}, {"TERM", 15}, {"HUP", 1}}) {
+    // Sent by `timeout`: a shell starts background jobs with SIGINT ignored, and what is ignored stays so.
+    const Outcome ended = run(instructions, std::string(kLittleMemory) +
+                                                "timeout --foreground --preserve-status -s " + signal + " 2");
+    EXPECT_EQ(ended.text.find("created scratch file") != std::string::npos, !kLittleMemory.empty());
+    EXPECT_EQ(ended.status, 128 + number) << ended.text;
+    std::size_t files = 0;
+    for (const auto& entry : fs::directory_iterator(at("s"))) {
+      ++files;
+      EXPECT_TRUE(readBytes(entry.path()).ends_with("\n PROGRAM ABORTED\n")) << entry.path();
+      fs::remove(entry.path());
+    }
+    EXPECT_EQ(files, 1U);
+  }
+  const ProgramFace throwing{.run = [](const std::optional<std::string>& name) -> bool {
+    Session session;
+    session.start(kProgram);
+    session.findInstructions(name);
+    session.openLog(fs::path(*name).parent_path().string() + "/s/");
+    throw std::bad_alloc();
+  }};
+  std::string name = at("in.txt");
+  std::string program = "program";
+  char* arguments[] = {program.data(), name.data(), nullptr};
+  EXPECT_EXIT(runProgram(2, arguments, throwing), ::testing::ExitedWithCode(1), "");
+  EXPECT_TRUE(logs().ends_with(" std::bad_alloc\n PROGRAM ABORTED\n")) << logs();
 }
 
 TEST_F(Program, RunsAtTheSameTimeShareAScratchDirectory) {

@@ -242,5 +242,32 @@ TEST_P(WalksTest, MatchTheReferenceFromTheMiddleOfAPath) {
   }
 }
 
+TEST_P(WalksTest, RefuseGridsThatAreAbsentOrOfAnotherExtentAndTheOtherKindOfWalk) {
+  const R4Grid_type none;
+  R4Grid_type fits = grid(5, 9, 0.5F);
+  R4Grid_type small = grid(5, 5, 0.5F);
+  struct Case {
+    WalkValues values;
+    const R4Grid_type &grad, &aspect, &bcon;
+  };
+  const WalkValues byTime{.byTime = true, .duration = 1, .conductivity = 1};
+  const WalkValues specific{.byDistance = true, .specific = true, .maxDistance = 20};
+  R4Grid_type accum;
+  for (const Case& c : {Case{byTime, none, fits, none}, {byTime, small, fits, none}, {byTime, fits, small, none},
+                        {byTime, fits, none, none}, {specific, none, fits, none}, {specific, none, fits, small}}) {
+    EXPECT_EQ(accumulateCells(c.values, {.grad = c.grad, .aspect = c.aspect, .bcon = c.bcon, .accum = accum}, fits),
+              -1);
+    EXPECT_TRUE(console_.has("There is no grid of ") || console_.has("has another extent"));
+  }
+  for (const WalkValues& values : {byTime, specific}) {
+    Walks walks;
+    ASSERT_EQ(walks.prepare(values, fits, fits, walkStorage()), 0);
+    bool origin = false;
+    EXPECT_EQ(walks.walkByTime(1, 1, 1.0F, 0.0F), values.byTime ? 0 : -1);
+    EXPECT_EQ(walks.walkByDistance(1, 1, 1.0F, 0.0F, origin), values.byTime ? -1 : 0);
+  }
+  for (const int32_t k : {-1, 0, 9, 1'000'000}) EXPECT_EQ(FlowProportion(0.5F, k), 0.0F);
+}
+
 }  // namespace
 }  // namespace terrain
