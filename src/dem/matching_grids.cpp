@@ -34,10 +34,12 @@ constexpr MatchingTexts kPlan{"GetPlanCurvature in DEM_Module", "PlanCurvature",
 
 // ---- reading ----
 
-/// The three comparisons of a raster with the DEM, each with a message of its own.
-int compareWithDEM(const DEM_type& dem, const Grid_Header& raster, const MatchingTexts& texts) {
+/// The three comparisons of a raster with the DEM, each with a message of its own and both extents.
+int compareWithDEM(const DEM_type& dem, const Grid_Header& raster, std::string_view name,
+                   const MatchingTexts& texts) {
   const auto differ = [&](std::string_view how) {
-    return fail(texts.routine, std::string(texts.what).append(" and DEM ").append(how));
+    const std::string message = std::string(texts.what).append(" and DEM ").append(how);
+    return reportMismatch(dem, raster, name, {.routine = texts.routine, .message = message});
   };
   if (raster.ncols != dem.ncols || raster.nrows != dem.nrows) return differ("size do not match");
   if (!sameR8(raster.cellsize, dem.cellsize)) return differ("cellsize does not match");
@@ -51,7 +53,7 @@ int readMatching(const DEM_type& dem, R4Grid_type& grid, std::string_view name, 
   if (readRaster(grid, name, {.onDisk = grid.onDisk}) != kSuccess)
     return fail(texts.routine, std::string(texts.readFailed).append(stripped(name)));
   if (dem.feetConverted) FeetToMeters(grid);
-  if (compareWithDEM(dem, grid, texts) == kSuccess) return kSuccess;
+  if (compareWithDEM(dem, grid, name, texts) == kSuccess) return kSuccess;
   DestroyGrid(grid);
   return kFailure;
 }

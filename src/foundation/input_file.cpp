@@ -94,7 +94,7 @@ int InputFileType::load() {
     lines.clear();
     return reportError({.routine = "NewInputFile in InputFileModule", .code = kReadError, .file = fileName});
   }
-  if (lines.empty()) {
+  if (lines.empty() && !options_.mayBeEmpty) {
     return reportError(
         {.routine = "NewInputFile in InputFileModule", .file = fileName, .message1 = "Input file is empty"});
   }

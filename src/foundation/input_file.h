@@ -48,6 +48,7 @@ struct InputFileOptions {
   char argumentDelimiter = ',';
   std::size_t lineLength = 4096;     ///< longer lines are cut
   std::size_t argumentLength = 256;  ///< longer arguments are cut
+  bool mayBeEmpty = false;           ///< a file without lines is no failure
 };
 
 class InputFileType {

@@ -8,24 +8,10 @@ namespace {
 
 constexpr std::size_t kValueLength = 256;
 
-/// Calls `use` with each of the words between "|"; true as soon as one call gives true.
-template <class Use>
-bool anyWord(std::string_view words, Use use) {
-  while (true) {
-    const std::size_t end = words.find('|');
-    if (use(words.substr(0, end))) return true;
-    if (end == std::string_view::npos) return false;
-    words.remove_prefix(end + 1);
-  }
-}
-
 std::string synonyms(std::string_view words, std::string_view separator) {
   std::string list;
-  anyWord(words.substr(std::min(nameOfKeyword(words).size() + 1, words.size())), [&](std::string_view word) {
-    if (!list.empty()) list += separator;
-    list += word;
-    return false;
-  });
+  forEachWord(words.substr(std::min(nameOfKeyword(words).size() + 1, words.size())),
+              [&](std::string_view word) { list.append(list.empty() ? "" : separator).append(word); });
   return list;
 }
 
@@ -83,8 +69,9 @@ void completeFailures(KeywordInput& input, std::string_view failure) {
 // ---- words and values of lines ----
 
 bool isKeyword(std::string_view words, std::string_view word) {
-  return !isBlank(word) &&
-         anyWord(words, [word](std::string_view known) { return equalPadded(known, word); });
+  bool found = false;
+  if (!isBlank(word)) forEachWord(words, [&](std::string_view known) { found |= equalPadded(known, word); });
+  return found;
 }
 
 std::string_view nameOfKeyword(std::string_view words) { return words.substr(0, words.find('|')); }

@@ -59,6 +59,9 @@ struct KeywordInput {
 /// Whether a keyword stands alone, may have a value or must have one.
 enum class TakesValue { never, optionally, always };
 
+/// What a value is made of: one text, one number, or all arguments of the line.
+enum class ValueForm { text, number, record };
+
 struct NumberRule {
   double least = -std::numeric_limits<double>::infinity();
   /// List-directed reading of any number, NaN and infinity too; an empty field leaves the member unchanged.
@@ -106,6 +109,7 @@ template <class Record>
 struct KeywordValue {
   std::string_view argument{};  ///< what the help text shows after the colon
   TakesValue takes = TakesValue::never;
+  ValueForm form = ValueForm::text;
   NumberRule rule{};
   bool (*parse)(const KeywordValue& self, Record& record, KeywordInput& input) = nullptr;
   void (*echo)(const Record& record, std::string_view label) = nullptr;
@@ -113,43 +117,49 @@ struct KeywordValue {
   /// A number of the member's type, or of an optional's.
   template <auto... Path>
   static constexpr KeywordValue number(const NumberRule& rule = {}) {
-    return {"number", TakesValue::always, rule, &parseNumber<Path...>, &echoMember<Path...>};
+    return {"number", TakesValue::always,    ValueForm::number,
+            rule,     &parseNumber<Path...>, &echoMember<Path...>};
   }
   /// The value as it is; a single character takes the first of a value that is not blank.
   template <auto... Path>
   static constexpr KeywordValue text() {
-    return {"text", TakesValue::always, {}, &parseText<Path...>, &echoMember<Path...>};
+    return {"text", TakesValue::always, ValueForm::text, {}, &parseText<Path...>, &echoMember<Path...>};
   }
   /// A directory, with a separator appended.
   template <auto... Path>
   static constexpr KeywordValue directory() {
-    return {"directory", TakesValue::always, {}, &parseDirectory<Path...>, &echoMember<Path...>};
+    return {"directory", TakesValue::always,       ValueForm::text,
+            {},          &parseDirectory<Path...>, &echoMember<Path...>};
   }
   /// A file name without its extension.
   template <auto... Path>
   static constexpr KeywordValue file(std::string_view argument) {
-    return {argument, TakesValue::always, {}, &parseFile<nullptr, Path...>, &echoMember<Path...>};
+    return {argument, TakesValue::always,           ValueForm::text,
+            {},       &parseFile<nullptr, Path...>, &echoMember<Path...>};
   }
   /// The name of a file that must exist: `rasterExists`, `shapefileExists` and the like.
   template <bool (*Exists)(std::string_view), auto... Path>
   static constexpr KeywordValue existing(std::string_view argument) {
-    return {argument, TakesValue::always, {}, &parseFile<Exists, Path...>, &echoMember<Path...>};
+    return {argument, TakesValue::always,          ValueForm::text,
+            {},       &parseFile<Exists, Path...>, &echoMember<Path...>};
   }
   /// True where the keyword is met, whatever follows it.
   template <auto... Path>
   static constexpr KeywordValue toggle() {
-    return {{}, TakesValue::never, {}, &parseFlag<Path...>, &echoMember<Path...>};
+    return {{}, TakesValue::never, ValueForm::text, {}, &parseFlag<Path...>, &echoMember<Path...>};
   }
   /// A truth value; true where none is given.
   template <auto... Path>
   static constexpr KeywordValue flag() {
-    return {"yes or no", TakesValue::optionally, {}, &parseFlag<Path...>, &echoMember<Path...>};
+    return {"yes or no", TakesValue::optionally, ValueForm::text,
+            {},          &parseFlag<Path...>,    &echoMember<Path...>};
   }
   /// A list to which every line appends a record, filled from the arguments of the line by the rows of
   /// `Table`.
   template <const auto& Table, auto... Path>
   static constexpr KeywordValue records() {
-    return {"arguments", TakesValue::optionally, {}, &parseRecord<Table, Path...>, nullptr};
+    return {"arguments", TakesValue::optionally,       ValueForm::record,
+            {},          &parseRecord<Table, Path...>, nullptr};
   }
   /// A value with a form of its own: `bool Parse(Record&, KeywordInput&)` gives false for a failure. The path
   /// may be left out where nothing is echoed.
@@ -161,7 +171,7 @@ struct KeywordValue {
       else
         return nullptr;
     }();
-    return {argument, takes, {}, &parseOwn<Parse>, echo};
+    return {argument, takes, ValueForm::text, {}, &parseOwn<Parse>, echo};
   }
 
  private:
@@ -235,6 +245,17 @@ struct Keyword {
   /// Called before the value is parsed; false, with `input.fail`, where the keyword cannot be used here.
   bool (*before)(Record& record, KeywordInput& input) = nullptr;
 };
+
+/// Calls `use` with each of the words between "|".
+template <class Use>
+void forEachWord(std::string_view words, Use use) {
+  while (true) {
+    const std::size_t end = words.find('|');
+    use(words.substr(0, end));
+    if (end == std::string_view::npos) return;
+    words.remove_prefix(end + 1);
+  }
+}
 
 /// True if `word` is one of the words.
 [[nodiscard]] bool isKeyword(std::string_view words, std::string_view word);
@@ -352,10 +373,20 @@ void echoKeyword(std::type_identity_t<std::span<const Keyword<Record>>> table, c
 /// The texts of a row that do not depend on its record.
 struct KeywordTexts {
   std::string_view words{}, argument{}, unit{}, standard{}, meaning{};
+  TakesValue takes = TakesValue::never;
+  ValueForm form = ValueForm::text;
 };
 template <class Record>
 [[nodiscard]] constexpr KeywordTexts textsOf(const Keyword<Record>& row) {
-  return {row.words, row.value.argument, row.unit, row.standard, row.meaning};
+  return {row.words,   row.value.argument, row.unit,      row.standard,
+          row.meaning, row.value.takes,    row.value.form};
+}
+
+template <class Record>
+[[nodiscard]] std::vector<KeywordTexts> textsOf(std::span<const Keyword<Record>> table) {
+  std::vector<KeywordTexts> texts;
+  for (const Keyword<Record>& row : table) texts.push_back(textsOf(row));
+  return texts;
 }
 
 /// A row as a paragraph of the help text, and of the manual page.

@@ -1,5 +1,7 @@
 #include "foundation/memory.h"
 
+#include <limits>
+
 #include "foundation/platform.h"
 
 namespace terrain {
@@ -7,6 +9,9 @@ namespace terrain {
 namespace {
 /// For smaller blocks the machine is not asked.
 constexpr std::uint64_t kBlockThatMatters = std::uint64_t{32} << 20;
+/// What a large block leaves for the work on it: buffers, lists that grow, messages. Without it the data
+/// would fit and the run end.
+constexpr std::uint64_t kMargin = std::uint64_t{1} << 20;
 }  // namespace
 
 MemoryLimits& memoryLimits() {
@@ -20,6 +25,8 @@ bool memoryFor(std::uint64_t bytes) {
 }
 
 bool machineHas(std::uint64_t bytes) {
+  if (bytes > std::numeric_limits<std::uint64_t>::max() - kMargin) return false;
+  if (bytes >= kMargin && !platform::hasAddressSpace(bytes + kMargin)) return false;
   return bytes < kBlockThatMatters || bytes <= platform::availableMemory();
 }
 

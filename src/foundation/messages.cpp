@@ -180,10 +180,13 @@ std::string errorText(const ErrorList& list, std::size_t length, std::string_vie
   return joined;
 }
 
-void abortRun() {
-  constexpr std::string_view lastLine = "PROGRAM ABORTED";
-  putMessage(lastLine);
-  repeatError(lastLine);
+void abortRun() { endRun({"PROGRAM ABORTED"}); }
+
+void endRun(std::initializer_list<std::string> lines) {
+  for (const std::string& line : lines) {
+    putMessage(line);
+    repeatError(line);
+  }
   platform::endProcess(1);
 }
 

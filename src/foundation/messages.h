@@ -5,6 +5,7 @@
 // caller go on. Written from one thread.
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -110,5 +111,8 @@ int cannotAllocate(std::string_view routine, std::string_view object);
 /// Writes "PROGRAM ABORTED" and ends the process with exit status 1. Nothing is cleaned up:
 /// scratch files and the log stay on the disk.
 [[noreturn]] void abortRun();
+
+/// Prints the lines, as a report, and ends the process with exit status 1 and no further line.
+[[noreturn]] void endRun(std::initializer_list<std::string> lines);
 
 }  // namespace terrain

@@ -1,6 +1,7 @@
 #include "foundation/platform.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -343,6 +344,15 @@ std::uint64_t availableMemory() {
     available = std::min(available, limit > used ? limit - used : 0);
   }
   return available;
+}
+
+bool hasAddressSpace(std::uint64_t bytes) {
+  if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max())) return false;
+  const auto length = static_cast<std::size_t>(bytes);
+  void* const block = ::mmap(nullptr, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (block == MAP_FAILED) return false;
+  ::munmap(block, length);
+  return true;
 }
 
 Console& console() {

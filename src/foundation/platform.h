@@ -101,11 +101,14 @@ IoCode removeFile(std::string_view name);
 /// Bytes that this process could still use without driving the machine out of memory.
 [[nodiscard]] std::uint64_t availableMemory();
 
+/// True if the address space of the process, which may be limited, has room for so many bytes more.
+[[nodiscard]] bool hasAddressSpace(std::uint64_t bytes);
+
 /// Where console text goes and comes from.
 struct Console {
   std::ostream* out;
   std::istream* in;
-  std::ostream* errors;        ///< warnings
+  std::ostream* errors;       ///< warnings
   bool repeatErrors = false;  ///< errors go there as well as to `out`
 };
 Console& console();

@@ -13,13 +13,13 @@ namespace {
 std::string codeAndWords(IoCode code) { return freeText(code) + ", " + describe(code); }
 }  // namespace
 
+void stopOnScratchFault(std::string_view tag, const ScratchFile& file, IoCode code) {
+  endRun({std::string(tag), "  Error reading scratch file", "  File: " + std::string(file.name),
+          "  Unit: " + freeText(file.unit), "  Error: " + codeAndWords(code)});
+}
+
 void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode code) {
-  putMessage(tag);
-  putMessage("  Error reading scratch file");
-  putMessage("  File: " + grid.scratchFile);
-  putMessage("  Unit: ", grid.scratchUnit);
-  putMessage("  Error: " + codeAndWords(code));
-  platform::endProcess(1);
+  stopOnScratchFault(tag, {.name = grid.scratchFile, .unit = grid.scratchUnit}, code);
 }
 
 int reportScratchRead(std::string_view tag, const Grid_Header& grid) {

@@ -26,8 +26,13 @@ struct AccessTexts {
   std::string_view modeFailed{};  ///< the scratch file could not be switched
 };
 
+struct ScratchFile {
+  std::string_view name;
+  int32_t unit;
+};
 /// Lines, tag first, that tell of a scratch file that could not be read, then the end of the run: a
 /// value that cannot be read cannot be told to the caller through the result.
+[[noreturn]] void stopOnScratchFault(std::string_view tag, const ScratchFile& file, IoCode code);
 [[noreturn]] void stopOnScratchFault(std::string_view tag, const Grid_Header& grid, IoCode code);
 /// Report of a scratch file that could not be read; -1. A row that cannot be read must not become one
 /// of the result.

@@ -188,7 +188,8 @@ int readHeader(Grid_Header& header, std::string_view file, RasterLayout& layout,
   layout.hasCorner = content.hasXmin && content.hasYmin;
   if (platform::fileExists(stem + ".prj")) {
     // The lines go back to a file unchanged, so none is cut.
-    InputFileType projection = NewInputFile(stem + ".prj", {.lineLength = std::string::npos});
+    InputFileType projection =
+        NewInputFile(stem + ".prj", {.lineLength = std::string::npos, .mayBeEmpty = true});
     if (projection.status == kSuccess) header.projection = std::move(projection);
   }
   return attempt.succeed();

@@ -5,6 +5,7 @@
 
 #include "dem/input_raster.h"
 #include "foundation/messages.h"
+#include "grid/ground_unit.h"
 #include "grid/storage.h"
 #include "grid/surface_raster.h"
 #include "run/keywords.h"
@@ -49,6 +50,18 @@ bool cellsAreSquare(const DEM_type& dem) {
   return false;
 }
 
+/// Lengths of walks and slopes are in metres.
+bool groundIsInMetres(const DEM_type& dem) {
+  if (!dem.DEMexists() || groundUnit(dem) != GroundUnit::degrees) return true;
+  Report report{
+      .file = dem.file,
+      .message1 = "The DEM is in degrees and must be in metres: gdalwarp -t_srs EPSG:<number> projects it"};
+  if (dem.projection.lines.empty())
+    report.message2 = "Where its cells are in metres, a projection file (.prj) has to say so";
+  reportError(report);
+  return false;
+}
+
 bool lengthScaleSuffices(const RunState& run) {
   const bool computed = run.makeGradient || run.makeAspect;
   const bool named = run.walk.specific && run.makeBcon && run.saveBcon;
@@ -88,6 +101,7 @@ void readInputs(RunState& run) {
   DEM_type& dem = run.DEM;
   printDEM(run);
   bool ready = printLimit(run);
+  ready = groundIsInMetres(dem) && ready;
   ready = cellsAreSquare(dem) && ready;
   ready = lengthScaleSuffices(run) && ready;
   if (dem.GetElev() != kSuccess) {

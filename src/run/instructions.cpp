@@ -1,6 +1,7 @@
 #include "run/instructions.h"
 
 #include "foundation/messages.h"
+#include "run/instruction_check.h"
 #include "run/keywords.h"
 
 namespace terrain {
@@ -18,8 +19,13 @@ bool reportFailure(const KeywordFailure& failure, int32_t lineNumber) {
 }  // namespace
 
 void readInstructions(RunState& run) {
-  if (readKeywords(run.session.instructions, keywords(), run, valueAfterEquals, reportFailure) != kSuccess)
-    stopRun("Error reading input file");
+  const bool read =
+      readKeywords(run.session.instructions, keywords(), run, valueAfterEquals, reportFailure) == kSuccess;
+  const std::vector<LineWarning> warnings = checkInstructions(run, read);
+  for (const LineWarning& warning : warnings) putWarning(describe(warning));
+  if (!read) stopRun("Error reading input file");
+  if (run.strict && !warnings.empty())
+    stopRun("STRICT: the instruction file has warnings", run.session.inputName);
 }
 
 }  // namespace terrain

@@ -96,13 +96,10 @@ constexpr Keyword<RunState> kKeywords[] = {
          "Horizontal flow distance: limits the walks by distance, in place of DURATION and CONDUCTIVITY.",
      .echo = "Horizontal flow distance (m) = ",
      .before = selectDistance},
-    {.words = "OUTPUT RASTER",
+    {.words = "OUTPUT RASTER|OUTPUT ACCUMULATION RASTER",
      .value = Value::file<&RunState::outputName>("raster"),
      .standard = "required",
      .meaning = "The partial contributing area, in cells."},
-    {.words = "OUTPUT ACCUMULATION RASTER",
-     .value = Value::file<&RunState::outputName>("raster"),
-     .meaning = "The same as OUTPUT RASTER."},
     {.words = "OUTPUT GRAD RASTER",
      .value = Value::toggle<&RunState::saveGradient>(),
      .standard = "off",
@@ -115,6 +112,10 @@ constexpr Keyword<RunState> kKeywords[] = {
      .value = Value::toggle<&RunState::saveBcon>(),
      .standard = "off",
      .meaning = "Save the computed contour length beside the DEM, as bcon_<length>_<id>."},
+    {.words = "STRICT",
+     .value = Value::toggle<&RunState::strict>(),
+     .standard = "off",
+     .meaning = "Stop before any computing where the instruction file gives cause for a warning."},
 };
 
 }  // namespace

@@ -17,7 +17,8 @@ struct RunState {
   bool makeAspect = true;    ///< aspect is computed from the DEM
   bool makeBcon = true;      ///< contour length is computed rather than read
   bool saveGradient = false, saveAspect = false, saveBcon = false;  ///< a computed raster is written too
-  std::string outputName{};                                         ///< rasters are named without extension
+  bool strict = false;       ///< warnings about the instruction file stop the run
+  std::string outputName{};  ///< rasters are named without extension
   std::string gradientName{}, aspectName{}, bconName{};
   std::string scratchPath{};  ///< ends in a separator
   std::string lengthTag{};    ///< integer part of the length scale, in the names of saved rasters

@@ -8,6 +8,7 @@
 #include "foundation/messages.h"
 #include "foundation/scratch.h"
 #include "foundation/units.h"
+#include "grid/grid_core.h"
 #include "grid/neighbours.h"
 
 namespace terrain {
@@ -140,12 +141,7 @@ void WalkTable::totals(int32_t row, std::span<float> out) {
 }
 
 void WalkTable::stopOnFault(IoCode code) const {
-  putMessage("ERROR: accumulateCells");
-  putMessage("  Error reading scratch file");
-  putMessage("  File: " + name_);
-  putMessage("  Unit: ", unit_);
-  putMessage("  Error: ", code);
-  platform::endProcess(1);
+  stopOnScratchFault("ERROR: accumulateCells", {.name = name_, .unit = unit_}, code);
 }
 
 }  // namespace terrain

@@ -199,6 +199,7 @@ TEST_P(DemGetters, PinMustMatchTheDEM) {
     writeRaster(at("pin_15_site"), cells, plan);
     EXPECT_EQ(dem.GetPin(), -1);
     EXPECT_TRUE(printed(message)) << message;
+    EXPECT_TRUE(printed("Raster " + at("pin_15_site") + ": ") && printed("DEM " + at("elev_site") + ": "));
     EXPECT_FALSE(dem.pin.GridExists());
   }
   writeRaster(at("pin_15_site"), "1 2 3\n4 5 6");

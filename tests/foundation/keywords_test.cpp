@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "foundation/keyword_check.h"
 #include "foundation/text.h"
 #include "support/reporting.h"
 
@@ -142,6 +143,36 @@ TEST_F(Keywords, RowsGiveEchoHelpAndManual) {
             "  DEPTH: <number> m   [2]\n      Depth, well-known.\n      Also: DIG DEPTH, CUT\n");
   EXPECT_EQ(keywordManual(depth),
             ".TP\n.B DEPTH: \\fIm\\fR\nDepth, well\\-known. Without it: 2. Also: DIG DEPTH, CUT.\n");
+}
+
+TEST_F(Keywords, ThatAreMisspeltOrHaveMoreThanIsReadAreNamedWithTheirLine) {
+  InputFileType file;
+  file.lines = {"depth: 1",  "PLIAN:",       "DIG  DEPTH: 1",  "RASTER FILE: x",  "SWITCH",
+                "DEPTH = 3", "XYZ: 1",       "DEPTH: 1,5",     "CUT: 4 feet",     "DEPTH: 5 m",
+                "PLAIN: no", "SCRATCH: a=b", "SCRATCH: F = c", "MASK: 1,2,DIG=3", "MASK: 1",
+                "DIG: 24/7", "# x",          "NODATA: 24/7"};
+  std::string all;
+  for (const LineWarning& warning :
+       checkKeywordLines(file, textsOf(std::span<const Keyword<Settings>>(kWords)), valueAfterEquals))
+    all += describe(warning) + '\n';
+  EXPECT_EQ(all,
+            "line 1: depth is not a keyword; did you mean DEPTH?\n"
+            "line 2: PLIAN is not a keyword; did you mean PLAIN?\n"
+            "line 3: DIG  DEPTH is not a keyword; did you mean DIG DEPTH?\n"
+            "line 4: RASTER FILE is not a keyword\n"
+            "line 5: there is no colon after a keyword, so the line is not read; did you mean SWITCH:?\n"
+            "line 6: an \"=\" stands in place of the colon, so the line is not read; did you mean DEPTH:?\n"
+            "line 7: XYZ is not a keyword\n"
+            "line 8: what follows the comma is not read: only \"1\" of \"1,5\"; decimals are written with a "
+            "point\n"
+            "line 9: DEPTH was given in line 8 already; this line replaces it\n"
+            "line 9: what follows the number is not read: \"4 feet\"; the unit is m\n"
+            "line 10: DEPTH was given in line 9 already; this line replaces it\n"
+            "line 11: PLAIN takes no value; it is on, whatever follows the colon\n"
+            "line 12: what stands before the \"=\" is not read: only \"b\" of \"a=b\"\n"
+            "line 13: SCRATCH was given in line 12 already; this line replaces it\n"
+            "line 16: DIG is not a keyword; did you mean DIG DEPTH?\n"
+            "line 18: what follows the number is not read: \"24/7\"\n");
 }
 
 }  // namespace

@@ -226,13 +226,75 @@ TEST_F(Program, InstructionFileIsFoundOrReportedMissing) {
   EXPECT_EQ(shell(cd + program() + " noise.txt").status, 1);
   const Outcome help = shell(program() + " --help");
   EXPECT_EQ(help.status, 0);
-  for (const auto& row : keywords()) EXPECT_NE(help.text.find(row.words), std::string::npos);
+  for (const auto& row : keywords())
+    EXPECT_NE(help.text.find("  " + std::string(nameOfKeyword(row.words)) + ':'), std::string::npos);
   // The manual page has the same table.
-  EXPECT_NE(
-      readBytes(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor.1").find(".SH KEYWORDS\n" + keywordManual() + ".SH"),
-      std::string::npos)
+  EXPECT_NE(readBytes(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor.1.in")
+                .find(".SH KEYWORDS\n" + keywordManual() + ".SH"),
+            std::string::npos)
       << keywordManual();
   EXPECT_EQ(shell(program() + " --version").text, "Ostrevanmoor 1.0.2\n");
+}
+
+TEST_F(Program, WarnsOfWhatAnInstructionFilePassesOver) {
+  writeDem();
+  const auto run = [&](const std::string& instructions) {
+    write("in.txt", instructions);
+    return shell("cd '" + scratch_.path() + "' && (" + program() + " in.txt 2>warnings)");
+  };
+  const std::string quiet = byTime({"DURATION: 24 hours", "SPECIFIC:"});
+  ASSERT_EQ(run("STRICT:\n" + quiet).status, 0);
+  EXPECT_EQ(readBytes(at("warnings")), "");
+  const std::string result = readBytes(at("out.flt"));
+  const std::string console = readBytes(at("out.log"));
+
+  ASSERT_EQ(run(quiet + "DURATON: 3\nOUTPUT BCON RASTER: maybe\n").status, 0);
+  EXPECT_EQ(readBytes(at("warnings")),
+            " WARNING: line 8: DURATON is not a keyword; did you mean DURATION?\n"
+            " WARNING: line 9: OUTPUT BCON RASTER takes no value; it is on, whatever follows the colon\n");
+  EXPECT_EQ(readBytes(at("out.flt")), result);
+  EXPECT_EQ(readBytes(at("out.log")).find("WARNING"), std::string::npos);
+
+  // Settings without effect, and limits that let nothing flow.
+  ASSERT_EQ(run(byTime({"OUTPUT GRAD RASTER:", "OUTPUT ASPECT RASTER:"})).status, 0);
+  const std::string saved = "INPUT GRADIENT RASTER: grad_15_site\nINPUT ASPECT RASTER: aspect_15_site\n";
+  const auto warnings = [&](const std::string& instructions) {
+    EXPECT_EQ(run("STRICT:\n" + instructions).status, 1);
+    const std::string text = readBytes(at("warnings"));
+    EXPECT_TRUE(
+        text.ends_with(" FILE: in.txt\n STRICT: the instruction file has warnings\n PROGRAM ABORTED\n"));
+    return text.substr(0, text.find(" FILE:"));
+  };
+  EXPECT_EQ(
+      warnings(byTime({"-CONDUCTIVITY", "DURATION: -1", "OUTPUT BCON RASTER:"})),
+      " WARNING: line 7: OUTPUT BCON RASTER has no effect: contour lengths are used with SPECIFIC only\n"
+      " WARNING: DURATION is missing or not above 0, so no water leaves the cell that it fell on\n"
+      " WARNING: CONDUCTIVITY is missing or not above 0, so no water leaves the cell that it fell on\n");
+  EXPECT_EQ(warnings(byTime({"OUTPUT GRAD RASTER:", "OUTPUT ASPECT RASTER:"}) + saved),
+            " WARNING: line 3: LENGTH SCALE has no effect: neither gradient nor aspect nor contour length is "
+            "computed\n"
+            " WARNING: line 8: OUTPUT GRAD RASTER has no effect: the gradient is read and not computed\n"
+            " WARNING: line 9: OUTPUT ASPECT RASTER has no effect: the aspect is read and not computed\n");
+  EXPECT_EQ(
+      warnings(byTime({"-CONDUCTIVITY", "-DURATION", "MAX DISTANCE: 30", "OUTPUT GRAD RASTER:"}) + saved),
+      " WARNING: line 3: LENGTH SCALE has no effect: neither gradient nor aspect nor contour length is "
+      "computed\n"
+      " WARNING: line 7: OUTPUT GRAD RASTER has no effect: a run by distance computes no gradient\n"
+      " WARNING: line 8: INPUT GRADIENT RASTER has no effect: a run by distance uses no gradient\n");
+
+  // The unit of the ground. An empty projection file says nothing.
+  write("elev_site.prj", "");
+  const Outcome silent = run("STRICT:\n" + quiet);
+  EXPECT_EQ(silent.status, 0) << silent.text;
+  EXPECT_EQ(silent.text.find("empty"), std::string::npos);
+  write("elev_site.prj",
+        "PROJCS[\"x\",GEOGCS[\"y\",UNIT[\"Degree\",0.0174]],UNIT[\"Foot_US\",0.3048006096]]");
+  EXPECT_EQ(warnings(quiet), " WARNING: elev_site: the map is in feet; its cell size is taken for metres\n");
+  write("elev_site.prj", "GEOGCS[\"y\",UNIT[\"Degree\",0.0174532925199433]]");
+  const Outcome degrees = run(quiet);
+  EXPECT_EQ(degrees.status, 1);
+  EXPECT_NE(degrees.text.find("The DEM is in degrees and must be in metres: gdalwarp -t_srs"),
+            std::string::npos);
 }
 
 TEST_F(Program, FullDiskEndsWithStatusOneAndTheLogStays) {
