@@ -10,6 +10,7 @@ namespace {
 template <Cell T>
 int bufferCells(GridOf<T>& grid, double distance, T value, std::string_view routine) {
   Attempt attempt{grid.status};
+  if (!isRadius(distance, routine)) return kFailure;
   if (grid.SetRowAccess() != kSuccess) return fail(routine, "SetRowAccess failed");
   bool found = false;
   const auto change = [value](T cell, bool near) { return near && cell == 0 ? value : cell; };

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
+#include "foundation/messages.h"
 #include "foundation/numbers.h"
 #include "grid/geometry.h"
 
@@ -22,6 +24,10 @@ namespace terrain {
   };
 }
 
+/// False, with a report, for a radius or distance that no circle has.
+[[nodiscard]] inline bool isRadius(double radius, std::string_view routine) {
+  return radius >= 0 || fail(routine, "Radius must not be negative") == kSuccess;
+}
 [[nodiscard]] inline bool hasSquareCells(const GridGeometry& grid) {
   return sameR8(grid.xcellsize, grid.ycellsize);
 }

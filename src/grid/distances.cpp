@@ -111,7 +111,8 @@ int distancesFromCounts(R4Grid_type& out, int64_t farthest, double cellSize) {
 R4Grid_type I4Grid_type::distanceTo(double maxDistance) const {
   const bool square = hasSquareCells(*this);
   if (!square) putMessage("distanceTo requires square cells");
-  return newGridFrom<R4Grid_type>(*this, square, {.like = this, .setCells = false}, [&](R4Grid_type& out) {
+  const bool fits = square && isRadius(maxDistance, kTag);
+  return newGridFrom<R4Grid_type>(*this, fits, {.like = this, .setCells = false}, [&](R4Grid_type& out) {
     const int64_t across = int64_t{cols()} + rows();  // no two cells are farther apart
     const auto most = static_cast<int32_t>(std::min<int64_t>(across, std::numeric_limits<int32_t>::max()));
     const int64_t farthest = wholeCells(maxDistance / xcellsize, most);

@@ -7,34 +7,18 @@
 #include <limits>
 
 #include "grid/grid.h"
+#include "grid/missing.h"
 #include "grid/rows.h"
 
 namespace terrain {
 
 namespace {
 
-/// Which cells count: those from `least` on, but for one value. A NaN never counts.
+/// The cell, or `otherwise` if it does not count: one choice after the other, without a branch.
 template <Cell T>
-struct Counted {
-  T least;
-  T excluded;
-  [[nodiscard]] bool holds(T cell) const { return cell >= least && cell != excluded; }
-  /// The cell, or `otherwise` if it does not count: one choice after the other, without a branch.
-  [[nodiscard]] T orElse(T cell, T otherwise) const {
-    const T high = cell >= least ? cell : otherwise;
-    return cell != excluded ? high : otherwise;
-  }
-};
-
-template <Cell T>
-constexpr T kLowest = std::numeric_limits<T>::has_infinity ? -std::numeric_limits<T>::infinity()
-                                                           : std::numeric_limits<T>::lowest();
-
-/// The cells above nodata; where that is above 0 the cells that are not nodata.
-template <Cell T>
-Counted<T> aboveNodata(const GridOf<T>& grid) {
-  const T nodata = grid.nodataValue();
-  return {.least = nodata > 0 ? kLowest<T> : nodata, .excluded = nodata};
+T orElse(CellsFrom<T> counted, T cell, T otherwise) {
+  const T high = cell >= counted.least ? cell : otherwise;
+  return cell != counted.excluded ? high : otherwise;
 }
 
 template <Cell T>
@@ -46,17 +30,17 @@ struct Extreme {
 /// The best value of a row, or `start`. Several lanes run side by side, which the order of the cells does
 /// not matter for; `better` is < or >.
 template <Cell T, class Better>
-T bestOfRow(std::span<const T> row, T start, Counted<T> counted, Better better) {
+T bestOfRow(std::span<const T> row, T start, CellsFrom<T> counted, Better better) {
   constexpr std::size_t lanes = 64 / sizeof(T);
   std::array<T, lanes> best;
   best.fill(start);
   const auto choose = [&](T cell, T& held) { held = better(cell, held) ? cell : held; };
   std::size_t i = 0;
   for (; i + lanes <= row.size(); i += lanes)
-    for (std::size_t k = 0; k < lanes; ++k) choose(counted.orElse(row[i + k], start), best[k]);
+    for (std::size_t k = 0; k < lanes; ++k) choose(orElse(counted, row[i + k], start), best[k]);
   T result = start;
   for (const T cell : best) choose(cell, result);
-  for (const T cell : row.subspan(i)) choose(counted.orElse(cell, start), result);
+  for (const T cell : row.subspan(i)) choose(orElse(counted, cell, start), result);
   return result;
 }
 
@@ -64,7 +48,7 @@ T bestOfRow(std::span<const T> row, T start, Counted<T> counted, Better better) 
 /// start.
 template <Cell T, class Better>
 Extreme<T> extreme(GridOf<T>& grid, const PassTexts& texts, const WindowArgs& window, T start,
-                   Counted<T> counted, Better better) {
+                   CellsFrom<T> counted, Better better) {
   Attempt attempt{grid.status};
   Extreme<T> found{.value = start};
   if (grid.SetRowAccess() != kSuccess) {
@@ -75,8 +59,7 @@ Extreme<T> extreme(GridOf<T>& grid, const PassTexts& texts, const WindowArgs& wi
   const auto body = [&](int32_t row, std::span<const T> cells) {
     const T best = bestOfRow(cells, found.value, counted, better);
     if (!better(best, found.value)) return;
-    const auto first =
-        std::ranges::find_if(cells, [&](T cell) { return cell == best && counted.holds(cell); });
+    const auto first = std::ranges::find_if(cells, [&](T cell) { return cell == best && counted(cell); });
     found = {.value = *first, .at = {inside.col1 + static_cast<int32_t>(first - cells.begin()), row}};
   };
   const GridOf<T>& source = grid;
@@ -88,12 +71,14 @@ Extreme<T> extreme(GridOf<T>& grid, const PassTexts& texts, const WindowArgs& wi
 constexpr PassTexts textsOf(std::string_view routine) { return {.routine = routine, .rowName = "rowarray"}; }
 
 template <Cell T>
-Extreme<T> smallest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window, Counted<T> counted) {
+Extreme<T> smallest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window,
+                    CellsFrom<T> counted) {
   return extreme(grid, textsOf(routine), window, std::numeric_limits<T>::max(), counted, std::less<T>{});
 }
 
 template <Cell T>
-Extreme<T> largest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window, Counted<T> counted) {
+Extreme<T> largest(GridOf<T>& grid, std::string_view routine, const WindowArgs& window,
+                   CellsFrom<T> counted) {
   return extreme(grid, textsOf(routine), window, std::numeric_limits<T>::lowest(), counted,
                  std::greater<T>{});
 }
@@ -110,8 +95,8 @@ Extreme<float> smallestR4(R4Grid_type& grid, const MinOptions& options) {
     fail(routine, "Cannot specify greaterThanZero and IncludeNodata if nodata > 0.");
     return {.value = std::numeric_limits<float>::max()};
   }
-  Counted<float> counted = aboveNodata(grid);
-  if (options.includeNodata) counted = {.least = kLowest<float>, .excluded = kNone};
+  CellsFrom<float> counted = aboveNodataIn(grid);
+  if (options.includeNodata) counted = {.least = kLowestCell<float>, .excluded = kNone};
   if (bounded)
     counted.least = std::nextafter(options.lowerBound.value_or(0.0F), std::numeric_limits<float>::infinity());
   return smallest(grid, routine, options.window, counted);
@@ -128,25 +113,25 @@ float R4Grid_type::MinR4At(ColRow& at, const MinOptions& options) {
   return found.value;
 }
 float R4Grid_type::MaxR4(const MaxOptions& options) {
-  const Counted<float> all{.least = kLowest<float>, .excluded = kNone};
+  const CellsFrom<float> all{.least = kLowestCell<float>, .excluded = kNone};
   return largest(*this, "MaxR4 in GridModule", options.window,
-                 options.includeNodata ? all : aboveNodata(*this))
+                 options.includeNodata ? all : aboveNodataIn(*this))
       .value;
 }
 double R8Grid_type::MinR8(const WindowArgs& window) {
-  return smallest(*this, "MinR8 in GridModule", window, aboveNodata(*this)).value;
+  return smallest(*this, "MinR8 in GridModule", window, aboveNodataIn(*this)).value;
 }
 int32_t I4Grid_type::MinI4(const WindowArgs& window) {
-  return smallest(*this, "MinI4 in GridModule", window, aboveNodata(*this)).value;
+  return smallest(*this, "MinI4 in GridModule", window, aboveNodataIn(*this)).value;
 }
 int32_t I4Grid_type::maxI4(const WindowArgs& window) {
-  return largest(*this, "maxI4 in GridModule", window, aboveNodata(*this)).value;
+  return largest(*this, "maxI4 in GridModule", window, aboveNodataIn(*this)).value;
 }
 int64_t I8Grid_type::maxI8(const WindowArgs& window) {
-  return largest(*this, "maxI8 in GridModule", window, aboveNodata(*this)).value;
+  return largest(*this, "maxI8 in GridModule", window, aboveNodataIn(*this)).value;
 }
 int8_t I1Grid_type::MaxI1(const WindowArgs& window) {
-  return largest(*this, "MaxI1 in GridModule", window, aboveNodata(*this)).value;
+  return largest(*this, "MaxI1 in GridModule", window, aboveNodataIn(*this)).value;
 }
 
 }  // namespace terrain

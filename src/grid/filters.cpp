@@ -12,6 +12,7 @@
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
 #include "foundation/platform.h"
+#include "grid/missing.h"
 #include "grid/row_window.h"
 #include "grid/rows.h"
 
@@ -184,7 +185,7 @@ void fillWeights(WdMeanSetup& setup) {
 
 /// Sees to a setup that fits the grid's cell size; one for another size is made anew with its parameters.
 int useSetupFor(const GridGeometry& grid) {
-  const double cellsize = (grid.xcellsize + grid.ycellsize) / 2;
+  const double cellsize = grid.meanCellSize();
   const auto& setup = state();
   if (!setup) return Init_WD_mean(cellsize);
   if (setup->cellsize == cellsize) return kSuccess;
@@ -199,15 +200,15 @@ int useSetupFor(const GridGeometry& grid) {
 using WindowRows = std::span<const float* const>;
 
 /// Calls use(x, y, value, index) for the cells with a value and with coverage around column `col`, from 0.
-template <class Use>
-void forEachValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, float nodata, Use use) {
+template <class Missing, class Use>
+void forEachValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, Missing missing, Use use) {
   const std::size_t side = sideOf(setup);
   for (std::size_t row = 0; row < side; ++row) {
     const auto centre = row * side + static_cast<std::size_t>(setup.halfWidth);
     const double y = setup.halfWidth - static_cast<double>(row);
     for (int32_t i = -setup.reach[row]; i <= setup.reach[row]; ++i) {
       const float value = rows[row][col + i];
-      if (value != nodata)
+      if (!missing(value))
         use(static_cast<double>(i), y, static_cast<double>(value), centre + static_cast<std::size_t>(i));
     }
   }
@@ -261,24 +262,20 @@ Plane fitPlane(const Moments& m) {
 }
 
 /// The value of the plane at the centre and the weighted mean of the residuals, in float64, rounded once.
-float filteredValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, float nodata) {
+template <class Missing>
+float filteredValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, Missing missing) {
   Moments moments;
-  forEachValue(setup, rows, col, nodata, [&](double x, double y, double z, std::size_t at) {
+  forEachValue(setup, rows, col, missing, [&](double x, double y, double z, std::size_t at) {
     moments.add(x, y, z, setup.weightFit[at]);
   });
   const Plane plane = fitPlane(moments);
   double residuals = 0;
   double weights = 0;
-  forEachValue(setup, rows, col, nodata, [&](double x, double y, double z, std::size_t at) {
+  forEachValue(setup, rows, col, missing, [&](double x, double y, double z, std::size_t at) {
     residuals += setup.weightMean[at] * (z - (plane.a + plane.b * x + plane.c * y));
     weights += setup.weightMean[at];
   });
   return static_cast<float>(plane.a + residuals / weights);
-}
-
-/// Only cells with a value above 0 are filtered.
-auto isFiltered(float nodata) {
-  return [nodata](float value) { return value > 0.0F && value != nodata; };
 }
 
 }  // namespace
@@ -327,10 +324,8 @@ double CellCoverage(int32_t i, int32_t j, double r) {
 int WDMeanCell(const R4Grid_type& grid, double x, double y, float& filtered) {
   filtered = kNodata;
   if (useSetupFor(grid) != kSuccess) return kFailure;
-  if (!grid.covers(x, y)) return kSuccess;
-  const ColRow cell = grid.coveringCell(grid.XYtoColRow(x, y));
-  const float nodata = grid.nodataValue();
-  if (!isFiltered(nodata)(grid.ExtractR4ValueColRow(cell.col, cell.row))) return kSuccess;
+  const std::optional<ColRow> cell = grid.cellHolding(x, y);
+  if (!cell || !positiveIn(grid)(grid.ExtractR4ValueColRow(cell->col, cell->row))) return kSuccess;
 
   const WdMeanSetup& setup = *state();
   const std::size_t side = sideOf(setup);
@@ -339,9 +334,9 @@ int WDMeanCell(const R4Grid_type& grid, double x, double y, float& filtered) {
   if (!tryAllocate(window, side * side) || !tryAllocate(rows, side))
     return cannotAllocate(kCellTag, "window");
   const int32_t half = setup.halfWidth;
-  grid.ExtractR4Window(window, {cell.col - half, cell.col + half, cell.row - half, cell.row + half});
+  grid.ExtractR4Window(window, {cell->col - half, cell->col + half, cell->row - half, cell->row + half});
   for (std::size_t row = 0; row < side; ++row) rows[row] = window.data() + row * side;
-  filtered = filteredValue(setup, rows, half, nodata);
+  filtered = filteredValue(setup, rows, half, missingIn(grid));
   return kSuccess;
 }
 
@@ -354,14 +349,14 @@ int WDMeanGrid(const R4Grid_type& input, R4Grid_type& output) {
   std::vector<const float*> rows;
   if (!window.open() || !tryAllocate(rows, sideOf(setup))) return cannotAllocate(kGridTag, "window");
 
-  const float nodata = input.nodataValue();
+  const auto isFiltered = positiveIn(input);
   const auto body = [&](int32_t row, std::span<float> cells) {
     putMessage("  At row " + freeText(row) + " out of " + freeText(input.rows()));
     if (window.moveTo(row) != kIoOk) return reportScratchRead(kGridTag, input);
     for (int32_t j = -half; j <= half; ++j) rows[static_cast<std::size_t>(j + half)] = window.row(row + j);
     for (std::size_t col = 0; col < cells.size(); ++col)
-      if (isFiltered(nodata)(cells[col]))
-        cells[col] = filteredValue(setup, rows, static_cast<std::ptrdiff_t>(col), nodata);
+      if (isFiltered(cells[col]))
+        cells[col] = filteredValue(setup, rows, static_cast<std::ptrdiff_t>(col), missingIn(input));
     return kSuccess;
   };
   return attempt.end(RowPass(changing(output)).run(kGridTag, body));

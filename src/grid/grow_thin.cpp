@@ -29,7 +29,7 @@ int changeByBlocks(I4Grid_type& grid, const R4Grid_type* mask, std::string_view 
     if (mask == nullptr) return false;
     const Point at = grid.ColRowToXY(col, row);
     const auto there = mask->cellHolding(at.x + grid.xcellsize / 2, at.y + grid.ycellsize / 2);
-    return !there || mask->ExtractR4ValueColRow(there->col, there->row) == mask->nodataValue();
+    return !there || missingIn(*mask)(mask->ExtractR4ValueColRow(there->col, there->row));
   };
   for (int32_t row = 2; row < grid.rows(); ++row) {
     if (window.moveTo(row) != kIoOk) return reportScratchRead(routine, grid);

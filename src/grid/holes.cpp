@@ -6,7 +6,6 @@
 
 #include "foundation/free_format.h"
 #include "grid/grid.h"
-#include "grid/missing.h"
 #include "grid/region_walk.h"
 
 namespace terrain {

@@ -90,13 +90,14 @@ void forEachValue(std::span<const float> cells, std::span<const int64_t> places,
 }
 
 int mergeExtremes(std::span<const std::string> files, R4Grid_type& out, bool smallest) {
+  const auto isEmpty = missingIn(out);
   auto rows = changing(out);
   if (rows.open(kTag) != kSuccess) return kFailure;
   return forEachFile(files, [&](const R4Grid_type& file) {
     return forEachPlacedRow(file, out, [&](int32_t row, auto cells, auto places) {
       const auto merge = [&](std::span<float> kept) {
         forEachValue(cells, places, kept.size(), missingIn(file), [&](std::size_t at, float value) {
-          if (kept[at] == out.nodata || (smallest ? value < kept[at] : value > kept[at])) kept[at] = value;
+          if (isEmpty(kept[at]) || (smallest ? value < kept[at] : value > kept[at])) kept[at] = value;
         });
       };
       return onRow(row, kTag, merge, rows);

@@ -11,18 +11,14 @@ namespace terrain {
 
 namespace {
 
-/// The cell whose area holds a point; (0, 0), which no grid has, for a point outside.
-ColRow cellAt(const GridGeometry& grid, double x, double y) {
-  return grid.cellHolding(x, y).value_or(ColRow{});
-}
-
 /// Calls use(value, dCol, dRow) for the cells with data in a circle, rows from the north.
 template <class Use>
 void forEachValid(const R4Grid_type& grid, const CellCircle& circle, ColRow centre, Use use) {
+  const auto missing = missingIn(grid);
   circle.forEachRow(grid, centre, [&](int32_t row, int32_t col1, int32_t col2) {
     for (int32_t col = col1; col <= col2; ++col) {
       const float value = grid.ExtractR4ValueColRow(col, row);
-      if (value != grid.nodataValue()) use(value, col - centre.col, row - centre.row);
+      if (!missing(value)) use(value, col - centre.col, row - centre.row);
     }
   });
 }
@@ -59,10 +55,10 @@ float R4Grid_type::LocalRelief(double radius, double x, double y) const {
     putMessage("LocalRelief requires square cells");
     return kNodata;
   }
-  const ColRow centre = cellAt(*this, x, y);
+  const ColRow centre = cellHolding(x, y).value_or(ColRow{});  // (0, 0) lies in no grid
   const float here = ExtractR4ValueColRow(centre.col, centre.row);
   attempt.succeed();
-  if (here == nodataValue()) return kNodata;
+  if (missingIn(*this)(here)) return kNodata;
   // Squared distances up to the nearest integer of the squared radius.
   const double inCells = radius > 0 ? radius / xcellsize : 0.0;
   const double limit = std::round(inCells * inCells);
@@ -99,14 +95,14 @@ int R4Grid_type::distanceWeightedMean(const WeightedMeanArgs& args) const {
   }
   if (args.radius) radius = *args.radius;
   if ((args.initialize && !args.radius) || !radius) return fail(kWeightedTag, "Need radius to initialize");
-  if (!(*radius >= 0)) return fail(kWeightedTag, "Radius must not be negative");
+  if (!isRadius(*radius, kWeightedTag)) return kFailure;
   if (args.initialize) return attempt.succeed();
 
   ColRow centre;
   if (args.col && args.row) {
     centre = {.col = *args.col, .row = *args.row};
   } else if (args.x && args.y) {
-    centre = cellAt(*this, *args.x, *args.y);
+    centre = cellHolding(*args.x, *args.y).value_or(ColRow{});
   } else {
     return fail(kWeightedTag, args.x ? "Need x and y" : "Need col row or x y arguments");
   }

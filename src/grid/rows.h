@@ -20,6 +20,7 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "grid/grid_core.h"
+#include "grid/missing.h"
 
 namespace terrain {
 
@@ -152,19 +153,6 @@ class RowPass {
 
   std::tuple<Cursors...> cursors_;
 };
-
-// ---- which cells hold a value ----
-
-/// The test for a cell without a value: nodata and, in the float types, a NaN.
-template <Cell T>
-[[nodiscard]] auto missingIn(const GridOf<T>& grid) {
-  return [nodata = grid.nodataValue()](T cell) {
-    if constexpr (std::is_floating_point_v<T>)
-      return cell == nodata || std::isnan(cell);
-    else
-      return cell == nodata;
-  };
-}
 
 // ---- cell-wise operations in place ----
 

@@ -5,7 +5,6 @@
 
 #include "grid/circle_fold.h"
 #include "grid/grid.h"
-#include "grid/missing.h"
 #include "grid/new_grid.h"
 
 namespace terrain {

@@ -10,13 +10,10 @@ namespace terrain {
 
 R4Grid_type NDVI(const R4Grid_type& first, const R4Grid_type& second) {
   constexpr std::string_view routine = "NDVI in Grid_Module";
-  R4Grid_type failed;
-  failed.status = kFailure;
-  if (!first.GridExists() || !second.GridExists() || !SameGridGeometry(first, second)) {
-    fail(routine, "Function NDVI, image extents do not match");
-    return failed;
-  }
-  return newGrid<R4Grid_type>({.like = &first, .nodata = kNodata, .setCells = false}, [&](R4Grid_type& out) {
+  const bool fits = first.GridExists() && second.GridExists() && SameGridGeometry(first, second);
+  if (!fits) fail(routine, "Function NDVI, image extents do not match");
+  const CreateGridArgs like{.like = &first, .nodata = kNodata, .setCells = false};
+  return newGridFrom<R4Grid_type>(first, fits, like, [&](R4Grid_type& out) {
     const auto index = [noFirst = missingIn(first), noSecond = missingIn(second)](int32_t, auto a, auto b,
                                                                                   auto result) {
       for (std::size_t i = 0; i < result.size(); ++i)

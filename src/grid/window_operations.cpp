@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <limits>
 
 #include "grid/circle_fold.h"
 #include "grid/grid.h"
@@ -15,13 +14,6 @@ namespace terrain {
 namespace {
 
 // ---- circles ----
-
-/// False, with a report, for a radius that no circle has.
-bool usable(double radius, std::string_view routine) {
-  if (radius >= 0) return true;
-  fail(routine, "Radius must not be negative");
-  return false;
-}
 
 /// Fills `output` with the means of the valid cells in circles, where the input has data.
 int fillWithMeans(const R4Grid_type& input, double radius, R4Grid_type& output, std::string_view routine) {
@@ -58,9 +50,8 @@ int fillWithMeans(const R4Grid_type& input, double radius, R4Grid_type& output, 
 
 /// Replaces what `output` holds by the largest valid value in circles, where the input has data.
 int fillWithMaxima(const R4Grid_type& input, double radius, R4Grid_type& output, std::string_view routine) {
-  constexpr float kLowest = -std::numeric_limits<float>::infinity();
   const CellCircle circle = CellCircle::within(input, radius);
-  CircleFold maxima(input, circle, kLowest, [](float a, float b) { return a < b ? b : a; });
+  CircleFold maxima(input, circle, kLowestCell<float>, [](float a, float b) { return a < b ? b : a; });
   std::vector<float> values;
   const auto width = static_cast<std::size_t>(input.cols());
   if (!maxima.open() || !tryAllocate(values, width)) return cannotAllocate(routine, "window");
@@ -69,7 +60,7 @@ int fillWithMaxima(const R4Grid_type& input, double radius, R4Grid_type& output,
   if (centres.open(routine) != kSuccess || results.open(routine) != kSuccess) return kFailure;
   const auto missing = missingIn(input);
   const auto take = [&](int32_t row, std::span<const float> cells) {
-    for (std::size_t i = 0; i < width; ++i) values[i] = missing(cells[i]) ? kLowest : cells[i];
+    for (std::size_t i = 0; i < width; ++i) values[i] = missing(cells[i]) ? kLowestCell<float> : cells[i];
     maxima.add(row, values);
   };
   const auto give = [&](int32_t row) {
@@ -89,8 +80,8 @@ bool isCorner(std::size_t k) { return k == 0 || k == 2 || k == 6 || k == 8; }
 
 /// Which cells of a block count.
 auto countedIn(const R4Grid_type& grid, const BlockOptions& options) {
-  return [none = grid.nodataValue(), options](float value) {
-    return value != none && (!options.positiveOnly || value > 0);
+  return [missing = missingIn(grid), options](float value) {
+    return !missing(value) && (!options.positiveOnly || value > 0);
   };
 }
 
@@ -118,7 +109,7 @@ int smoothOnce(R4Grid_type& grid, std::string_view routine) {
     return cannotAllocate(routine, "row");
   auto changed = changing(grid);
   if (changed.open(routine) != kSuccess) return kFailure;
-  const auto holdsData = aboveNodataOf(grid);
+  const auto holdsData = aboveNodataIn(grid);
   for (int32_t row = 2; row < grid.rows(); ++row) {
     if (window.moveTo(row) != kIoOk) return reportScratchRead(routine, grid);
     if (row == 2) std::copy_n(window.row(1), width, above.begin());
@@ -148,7 +139,7 @@ int R4Grid_type::meanWindowR4(double radius, R4Grid_type& output) const {
     putMessage("meanWindowR4 requires square cells");
     return kFailure;
   }
-  if (!usable(radius, routine)) return kFailure;
+  if (!isRadius(radius, routine)) return kFailure;
   output = newGrid<R4Grid_type>({.like = this, .onDisk = output.onDisk}, [&](R4Grid_type& made) {
     return fillWithMeans(*this, radius, made, routine);
   });
@@ -158,7 +149,7 @@ int R4Grid_type::meanWindowR4(double radius, R4Grid_type& output) const {
 R4Grid_type R4Grid_type::maxWindowR4(double radius) const {
   constexpr std::string_view routine = "maxWindowR4 in Grid_Module";
   return newGridFrom<R4Grid_type>(
-      *this, usable(radius, routine), {.like = this, .setCells = false},
+      *this, isRadius(radius, routine), {.like = this, .setCells = false},
       [&](R4Grid_type& made) { return fillWithMaxima(*this, radius, made, routine); });
 }
 

@@ -75,7 +75,7 @@ TEST_P(Masks, KeepWhatLiesWithinTheBufferOfTheMasksData) {
                         {990, 1980, 30, 30, 5, 5, kNodata, 2},
                         {1003, 2004, 4, 6, 30, 20, 0, 3},
                         {1500, 2000, 10, 400, 3, 9, kNodata, 41},
-                        {1000, 2000, 10, 1e12, 20, 15, kNodata, 1000}}) {
+                        {1000, 2000, 10, 1e12, 20, 15, kNodata, 30}}) {
     SCOPED_TRACE(c.x);
     auto mask = test::emptyGrid<I4Grid_type>(
         c.ncols, c.nrows,
