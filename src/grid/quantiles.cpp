@@ -39,12 +39,15 @@ struct Population {
       if (value >= floor) use(value);
     });
   }
+  /// Counts them; `low` is the smallest cell with data or, where cells lie below it, the floor.
   int measure() {
-    return visit([&](float value) {
-      ++count;
+    const int status = forEachValid(grid, kQuantiles, [&](float value) {
+      count += value >= floor ? 1 : 0;
       low = std::min(low, value);
       high = std::max(high, value);
     });
+    low = std::max(low, floor);
+    return status;
   }
 };
 

@@ -91,6 +91,8 @@ TEST_P(Windows, CirclesAreRefusedWhereTheyCannotBe) {
   EXPECT_EQ(input.meanWindowR4(-1, out), -1);
   EXPECT_EQ(input.meanWindowR4(10, input), -1);
   EXPECT_EQ(input.maxWindowR4(std::nan("")).status, -1);
+  EXPECT_EQ(input.bufferR4(-10, 1), -1);
+  EXPECT_EQ(grid<I4Grid_type>("1 0").distanceTo(-10).status, -1);
   input.ycellsize = 12;
   EXPECT_EQ(input.meanWindowR4(10, out), -1);
   EXPECT_NE(console_.text().find(" meanWindowR4 requires square cells\n"), std::string::npos);
@@ -236,6 +238,9 @@ TEST_P(Windows, QuantilesOfFewCellsOfNoneAndAboveAFloor) {
   EXPECT_EQ(input.quantileR4(std::array{0.0F, 0.5F, 0.8F}, got, {.bins = 2}), 0);
   EXPECT_EQ(got[1], 1.0F);
   EXPECT_FLOAT_EQ(got[2], static_cast<float>(4.5 + (0.8 - 4.0 / 7) / (3.0 / 7) * 3.5));
+  // Above the floor of 2.5: bins from there and from 5.25, with 2 and 3 of the 5 cells.
+  EXPECT_EQ(input.quantileR4(std::array{0.8F}, got, {.bins = 2, .minValue = 2.5F}), 0);
+  EXPECT_FLOAT_EQ(got[0], static_cast<float>(5.25 + (0.8 - 0.4) / 0.6 * 2.75));
   EXPECT_EQ(input.quantileR4(asked, got, {.bins = 2, .minValue = 100.0F}), 0);
   EXPECT_EQ(got, (std::array{kNodata, kNodata, kNodata}));
   EXPECT_EQ(input.quantileR4(asked, std::span(got).first(2)), -1);
