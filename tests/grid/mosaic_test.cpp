@@ -4,12 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "grid/float_raster.h"
 #include "support/grids.h"
-#include "support/real_data.h"
-#include "support/tools.h"
 
 namespace terrain {
 namespace {
@@ -89,47 +85,6 @@ TEST_P(Mosaics, ModesDecideWhereSeveralFilesHoldData) {
                                         write(test::gridOf<R4Grid_type>("5", {.cellsize = 3}), "d")};
   EXPECT_EQ(MosaicR4(unlike).status, -1);
   EXPECT_EQ(MosaicR4({}).status, -1);
-}
-
-/// Bytes of a file as floats.
-std::vector<float> floatsIn(const std::string& file) {
-  const std::string bytes = test::readBytes(file);
-  std::vector<float> values(bytes.size() / sizeof(float));
-  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(float));
-  return values;
-}
-
-TEST(MosaicPeers, SubsetsAndDistancesOnARealDemAreThoseOfGdal) {
-  SKIP_WITHOUT_REAL_DATA();
-  if (!test::haveTool("gdal_translate") || !test::haveTool("gdal_proximity.py"))
-    GTEST_SKIP() << "gdal-bin and its scripts are not installed";
-  test::ConsoleCapture console;
-  test::ScratchDir scratch;
-  const std::string source = test::dataFolder() + "/raster/small";
-  R4Grid_type dem;
-  ASSERT_EQ(ReadGrid(dem, source), 0);
-  auto part = dem.SubsetR4({.col1 = 11, .col2 = 90, .row1 = 21, .row2 = 60});
-  test::shell("gdal_translate -q -of EHdr -srcwin 10 20 80 40 " + source + ".flt " +
-              scratch.path("part.bil"));
-  EXPECT_EQ(test::cellsOf(part), floatsIn(scratch.path("part.bil")));
-
-  I4Grid_type marks;
-  ASSERT_EQ(CreateGrid(marks, {.like = &dem, .fillValue = 0.0F}), 0);
-  for (int32_t k = 1; k <= 60; ++k) marks.SetI4Cell(k * k % dem.cols() + 1, k * k * k % dem.rows() + 1, 1);
-  ASSERT_EQ(marks.WritefltI4(scratch.path("marks")), 0);
-  auto ours = marks.distanceTo(1e9);
-  test::shell("gdal_proximity.py -q -of EHdr -ot Float32 -distunits PIXEL -values 1 " +
-              scratch.path("marks.flt") + ' ' + scratch.path("near.bil"));
-  const auto near = floatsIn(scratch.path("near.bil"));
-  const auto cells = test::cellsOf(ours);
-  ASSERT_EQ(near.size(), cells.size());
-  std::size_t farther = 0;  // theirs does not always find the nearest mark
-  for (std::size_t i = 0; i < near.size(); ++i) {
-    const auto pixels = cells[i] / static_cast<float>(dem.cellsize);
-    EXPECT_LE(pixels, near[i] * 1.00001F);
-    if (near[i] > pixels * 1.00001F) ++farther;
-  }
-  EXPECT_LT(farther * 100, near.size());
 }
 
 }  // namespace
