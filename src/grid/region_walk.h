@@ -1,7 +1,9 @@
 #pragma once
-// Walks over connected cells, front by front. Memory follows the front and not the region, and nothing
-// is recursive.
+// Walks over connected cells, run by run of a row and front by front. Memory follows the front and not the
+// region, nothing is recursive, and cells that lie side by side in a row, and so in a scratch file, are
+// visited together.
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -9,7 +11,6 @@
 
 #include "foundation/memory.h"
 #include "grid/cell_view.h"
-#include "grid/directions.h"
 
 namespace terrain {
 
@@ -18,22 +19,20 @@ enum class Connection { four, eight };
 class RegionWalk {
  public:
   RegionWalk(const GridGeometry& grid, Connection connection)
-      : cols_(grid.cols()), rows_(grid.rows()), codeStep_(connection == Connection::four ? 2 : 1) {}
+      : cols_(grid.cols()), rows_(grid.rows()), corner_(connection == Connection::eight ? 1 : 0) {}
 
-  /// Spreads from `seed`, a cell of the grid, to its region: join(neighbour), called for each neighbour
-  /// within the grid, says whether that cell belongs to the region and has not been reached before. False
-  /// if there is no memory for the front; the cells reached by then have joined.
+  /// Spreads from `seed`, a cell of the grid, to its region: join(neighbour), called for every neighbour
+  /// within the grid of every cell, mostly more than once, says whether that cell belongs to the region and
+  /// has not been reached before. False if there is no memory for the front; the cells reached by then have
+  /// joined.
   template <class Join>
   [[nodiscard]] bool spread(ColRow seed, Join join) {
     front_.clear();
     next_.clear();
-    if (!tryAppend(front_, seed)) return false;
+    if (!tryAppend(front_, runAround(seed, join))) return false;
     while (!front_.empty()) {
-      for (const ColRow cell : front_)
-        for (int32_t code = 1; code <= kDirections; code += codeStep_) {
-          const ColRow there = stepFrom(cell, code);
-          if (contains(there) && join(there) && !tryAppend(next_, there)) return false;
-        }
+      for (const Run& run : front_)
+        if (!spreadTo(run.row - 1, run, join) || !spreadTo(run.row + 1, run, join)) return false;
       std::swap(front_, next_);
       next_.clear();
     }
@@ -41,12 +40,37 @@ class RegionWalk {
   }
 
  private:
-  [[nodiscard]] bool contains(ColRow cell) const {
-    return cell.col >= 1 && cell.row >= 1 && cell.col <= cols_ && cell.row <= rows_;
+  /// Cells side by side that have joined.
+  struct Run {
+    int32_t row = 0, col1 = 0, col2 = 0;
+  };
+
+  /// The run of a cell that has joined; the cells at both its ends, if the grid has them, do not join.
+  template <class Join>
+  Run runAround(ColRow at, Join& join) const {
+    Run run{.row = at.row, .col1 = at.col, .col2 = at.col};
+    while (run.col1 > 1 && join(ColRow{.col = run.col1 - 1, .row = at.row})) --run.col1;
+    while (run.col2 < cols_ && join(ColRow{.col = run.col2 + 1, .row = at.row})) ++run.col2;
+    return run;
+  }
+  /// Finds the runs of an adjacent row that touch `run`.
+  template <class Join>
+  bool spreadTo(int32_t row, const Run& run, Join& join) {
+    if (row < 1 || row > rows_) return true;
+    const int64_t last = std::min(int64_t{run.col2} + corner_, int64_t{cols_});
+    for (int64_t col = std::max(run.col1 - corner_, 1); col <= last; ++col) {
+      const ColRow at{.col = static_cast<int32_t>(col), .row = row};
+      if (!join(at)) continue;
+      const Run found = runAround(at, join);
+      if (!tryAppend(next_, found)) return false;
+      col = int64_t{found.col2} + 1;  // which does not join
+    }
+    return true;
   }
 
-  int32_t cols_, rows_, codeStep_;
-  std::vector<ColRow> front_, next_;
+  int32_t cols_, rows_;
+  int32_t corner_;  // columns that cells of adjacent rows may lie apart
+  std::vector<Run> front_, next_;
 };
 
 /// A rule for walks: cells that hold `from` join and take `to`. The seed is to be set by the caller.

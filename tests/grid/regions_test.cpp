@@ -4,7 +4,9 @@
 
 #include <limits>
 
+#include "grid/directions.h"
 #include "grid/grid.h"
+#include "grid/region_walk.h"
 #include "support/grids.h"
 
 namespace terrain {
@@ -80,6 +82,39 @@ TEST(RegionWalks, FillAWholeGridInTheMemoryOfTheFront) {
   EXPECT_EQ(grid.FloodI4(700, 700, 1), 0);
   memoryLimits() = {};
   EXPECT_TRUE(std::ranges::all_of(grid.cells.all(), [](int32_t cell) { return cell == 1; }));
+}
+
+TEST(RegionWalks, ReachTheCellsThatAWalkFromCellToCellReaches) {
+  GridGeometry grid;
+  grid.InitializeHeader(41, 29, 0, 0, {.cellsize = 1});
+  for (const Connection connection : {Connection::four, Connection::eight})
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+      std::mt19937 random(seed);
+      const unsigned open = 30 + seed;  // per cent of the cells
+      std::map<std::pair<int32_t, int32_t>, int32_t> cells, plain;
+      for (int32_t row = 1; row <= 29; ++row)
+        for (int32_t col = 1; col <= 41; ++col) cells[{col, row}] = random() % 100 < open ? 0 : -1;
+      plain = cells;
+      std::vector<ColRow> waiting{{20, 15}};
+      plain[{20, 15}] = cells[{20, 15}] = 1;
+      while (!waiting.empty()) {
+        const ColRow at = waiting.back();
+        waiting.pop_back();
+        for (int32_t code = 1; code <= kDirections; code += connection == Connection::four ? 2 : 1) {
+          const ColRow next = stepFrom(at, code);
+          if (!grid.contains(next) || plain[{next.col, next.row}] != 0) continue;
+          plain[{next.col, next.row}] = 1;
+          waiting.push_back(next);
+        }
+      }
+      RegionWalk walk(grid, connection);
+      EXPECT_TRUE(walk.spread({20, 15}, [&](ColRow at) {
+        EXPECT_TRUE(grid.contains(at));
+        int32_t& cell = cells[{at.col, at.row}];
+        return cell == 0 && (cell = 1) == 1;
+      }));
+      EXPECT_EQ(cells, plain) << seed;
+    }
 }
 
 TEST_P(Regions, BlobsAreMarkedMeasuredAndWidened) {
