@@ -134,20 +134,27 @@ void I8Grid_type::NearestValidI8(double x, double y, int32_t& col, int32_t& row,
     reach = std::clamp(truncateTo<int32_t>(std::round(*args.distance / std::max(xcellsize, ycellsize))), 1,
                        std::max(most, 1));
   const auto isValid = positiveIn(*this);
-  constexpr int64_t kNone = std::numeric_limits<int64_t>::max();
-  int64_t nearest = kNone;
-  // Rows and columns that can only be farther, or as far and later in row order, are passed over.
-  for (int64_t dRow = -reach; dRow <= reach; ++dRow)
-    for (int64_t dCol = -reach; dCol <= reach && dRow * dRow < nearest; ++dCol) {
-      const int64_t squared = dRow * dRow + dCol * dCol;
-      const auto atCol = static_cast<int32_t>(centre->col + dCol);
-      const auto atRow = static_cast<int32_t>(centre->row + dRow);
-      if (squared >= nearest || !contains(atCol, atRow) || !isValid(ExtractI8ValueColRow(atCol, atRow)))
-        continue;
+  int64_t nearest = std::numeric_limits<int64_t>::max();
+  // Rows from the nearest on, and of each the columns that can be as near. Of cells as near the first in row
+  // order is taken: a row farther off to the north comes before those that were looked at.
+  const auto lookAt = [&](int32_t atRow, int64_t away) {
+    const double left = std::sqrt(static_cast<double>(nearest - away * away));
+    const int64_t half = std::min(int64_t{reach}, truncateTo<int64_t>(left) + 1);
+    const auto first = static_cast<int32_t>(std::max<int64_t>(centre->col - half, 1));
+    const auto last = static_cast<int32_t>(std::min<int64_t>(centre->col + half, cols()));
+    for (int64_t at = first; at <= last; ++at) {
+      const int64_t squared = away * away + (at - centre->col) * (at - centre->col);
+      const bool nearer = squared < nearest || (squared == nearest && atRow < row);
+      if (!nearer || !isValid(ExtractI8ValueColRow(static_cast<int32_t>(at), atRow))) continue;
       nearest = squared;
-      col = atCol;
+      col = static_cast<int32_t>(at);
       row = atRow;
     }
+  };
+  for (int64_t away = 0; away <= reach && away * away <= nearest; ++away) {
+    if (away < centre->row) lookAt(static_cast<int32_t>(centre->row - away), away);
+    if (away > 0 && away <= rows() - centre->row) lookAt(static_cast<int32_t>(centre->row + away), away);
+  }
 }
 
 }  // namespace terrain

@@ -64,7 +64,10 @@ int32_t I4Multigrid_type::ListValueColRow(int32_t col, int32_t row, int32_t n) c
 
 std::vector<int32_t> I4Multigrid_type::ExtractListColRow(int32_t col, int32_t row) const {
   const List* const held = list(col, row);
-  return held == nullptr ? List{} : *held;
+  List copy;
+  if (held != nullptr && !tryCopy(copy, std::span(*held)))
+    cannotAllocate("ExtractListColRow in Grid_Module", "list");
+  return copy;
 }
 
 bool I4Multigrid_type::ListContains(int32_t col, int32_t row, int32_t value) const {

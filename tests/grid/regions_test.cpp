@@ -84,36 +84,28 @@ TEST(RegionWalks, FillAWholeGridInTheMemoryOfTheFront) {
   EXPECT_TRUE(std::ranges::all_of(grid.cells.all(), [](int32_t cell) { return cell == 1; }));
 }
 
-TEST(RegionWalks, ReachTheCellsThatAWalkFromCellToCellReaches) {
-  GridGeometry grid;
-  grid.InitializeHeader(41, 29, 0, 0, {.cellsize = 1});
+TEST(RegionWalks, ReachTheCellsThatAPlainSearchReaches) {
   for (const Connection connection : {Connection::four, Connection::eight})
     for (unsigned seed = 1; seed <= 40; ++seed) {
       std::mt19937 random(seed);
-      const unsigned open = 30 + seed;  // per cent of the cells
-      std::map<std::pair<int32_t, int32_t>, int32_t> cells, plain;
-      for (int32_t row = 1; row <= 29; ++row)
-        for (int32_t col = 1; col <= 41; ++col) cells[{col, row}] = random() % 100 < open ? 0 : -1;
-      plain = cells;
-      std::vector<ColRow> waiting{{20, 15}};
-      plain[{20, 15}] = cells[{20, 15}] = 1;
-      while (!waiting.empty()) {
-        const ColRow at = waiting.back();
-        waiting.pop_back();
-        for (int32_t code = 1; code <= kDirections; code += connection == Connection::four ? 2 : 1) {
-          const ColRow next = stepFrom(at, code);
-          if (!grid.contains(next) || plain[{next.col, next.row}] != 0) continue;
-          plain[{next.col, next.row}] = 1;
-          waiting.push_back(next);
-        }
-      }
-      RegionWalk walk(grid, connection);
-      EXPECT_TRUE(walk.spread({20, 15}, [&](ColRow at) {
-        EXPECT_TRUE(grid.contains(at));
-        int32_t& cell = cells[{at.col, at.row}];
-        return cell == 0 && (cell = 1) == 1;
-      }));
-      EXPECT_EQ(cells, plain) << seed;
+      auto plain = test::emptyGrid<I4Grid_type>(41, 29);
+      test::fillWith(plain, [&](int32_t col, int32_t row) {
+        return col == 20 && row == 15 ? 1 : random() % 100 < 30 + seed ? 0 : 5;
+      });
+      I4Grid_type cells;
+      ASSERT_EQ(plain.cloneI4(cells), 0);
+      for (bool grew = true; std::exchange(grew, false);)
+        test::fillWith(plain, [&](int32_t col, int32_t row) {
+          int32_t cell = plain.ExtractI4ValueColRow(col, row);
+          for (int32_t code = 1; code <= kDirections; code += connection == Connection::four ? 2 : 1) {
+            const ColRow next = stepFrom({col, row}, code);
+            if (cell == 0 && plain.ExtractI4ValueColRow(next.col, next.row) == 1) cell = grew = true;
+          }
+          return cell;
+        });
+      RegionWalk walk(cells, connection);
+      EXPECT_TRUE(walk.spread({20, 15}, repaint(MemoryCells<int32_t>(cells), 0, 1)));
+      EXPECT_EQ(test::cellsOf(cells), test::cellsOf(plain)) << seed;
     }
 }
 

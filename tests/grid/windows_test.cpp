@@ -191,6 +191,30 @@ TEST_P(Windows, TheNearestValidCellIsTheFirstOfThoseAsNear) {
   }
 }
 
+TEST_P(Windows, TheNearestValidCellIsThatOfAPlainSearch) {
+  auto cells = test::emptyGrid<I8Grid_type>(31, 19, {.storage = GetParam()});
+  std::mt19937 random(5);
+  for (int32_t added = 0; added < 25; ++added) {
+    for (int32_t reach = 0; reach < 40; reach += 3) {
+      const ColRow at{1 + static_cast<int32_t>(random() % 31), 1 + static_cast<int32_t>(random() % 19)};
+      ColRow found, expected{-9999, -9999};
+      int32_t nearest = 1000000;
+      for (int32_t row = std::max(at.row - reach, 1); row <= at.row + reach && row <= 19; ++row)
+        for (int32_t col = std::max(at.col - reach, 1); col <= at.col + reach && col <= 31; ++col) {
+          const int32_t squared = (col - at.col) * (col - at.col) + (row - at.row) * (row - at.row);
+          if (squared >= nearest || cells.ExtractI8ValueColRow(col, row) <= 0) continue;
+          nearest = squared;
+          expected = {col, row};
+        }
+      const Point point = cells.ColRowToXY(at.col, at.row);
+      cells.NearestValidI8(point.x + 3, point.y + 3, found.col, found.row, {.cells = reach});
+      EXPECT_EQ(found, expected) << at.col << ' ' << at.row << ' ' << reach;
+    }
+    cells.SetI8CellColRow(1 + static_cast<int32_t>(random() % 31), 1 + static_cast<int32_t>(random() % 19),
+                          1);
+  }
+}
+
 TEST_P(Windows, LogarithmsAndNormalisedDifferences) {
   auto input = grid("1 0 -2\n . 4 8", -1);
   auto logs = input.LogR4();
