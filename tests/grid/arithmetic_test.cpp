@@ -115,28 +115,28 @@ TEST_P(GridArithmetic, OtherNodataNaNAndOtherCounts) {
 }
 
 TEST_P(GridArithmetic, ClonesAndCopiesHoldTheSameCellsWhereverTheyAre) {
+  const auto expectClones = [](const auto& source, auto cloneOf) {
+    for (const bool onDisk : {false, true}) {
+      std::remove_cvref_t<decltype(source)> clone;
+      EXPECT_EQ((source.*cloneOf)(clone, onDisk), 0);
+      EXPECT_TRUE(clone.onDisk == onDisk && SameGridGeometry(clone, source));
+      EXPECT_EQ(test::show(clone), test::show(source));
+      EXPECT_EQ((clone.*cloneOf)(clone, onDisk), -1);
+    }
+  };
   const auto source = grid("1 . 3\n 4 5 6", 77);
-  R4Grid_type none, clone;
-  R8Grid_type r8;
-  I4Grid_type i4;
-  I8Grid_type i8;
-  for (const bool onDisk : {false, true}) {
-    EXPECT_EQ(source.cloneR4(clone, onDisk), 0);
-    EXPECT_TRUE(clone.onDisk == onDisk && SameGridGeometry(clone, source));
-    EXPECT_EQ(test::show(clone), "1 . 3\n4 5 6\n");
-    EXPECT_EQ(clone.cloneR4(clone), -1);
-    EXPECT_EQ(grid<R8Grid_type>("1.5 .").cloneR8(r8, onDisk), 0);
-    EXPECT_EQ(grid<I4Grid_type>("2 .").cloneI4(i4, onDisk), 0);
-    EXPECT_EQ(grid<I8Grid_type>("3 .").cloneI8(i8, onDisk), 0);
-    EXPECT_EQ(test::show(r8) + test::show(i4) + test::show(i8), "1.5 .\n2 .\n3 .\n");
-  }
+  expectClones(source, &R4Grid_type::cloneR4);
+  expectClones(grid<R8Grid_type>("1.5 ."), &R8Grid_type::cloneR8);
+  expectClones(grid<I4Grid_type>("2 ."), &I4Grid_type::cloneI4);
+  expectClones(grid<I8Grid_type>("3 ."), &I8Grid_type::cloneI8);
   auto copy = grid("0 0 0\n 0 0 0");
   EXPECT_EQ(copy.R4GridCopy(source), 0);
   EXPECT_EQ(test::show(copy), "1 . 3\n4 5 6\n");  // nodata of the copy, which is another one
   EXPECT_EQ(grid("0 0 0").R4GridCopy(source), -1);
-  EXPECT_EQ(none.cloneR4(clone), -1);
-  EXPECT_THAT(console_.text(), HasSubstr("ERROR: R4GridCopy in Grid_Module\n Grid extents do not match"));
-  EXPECT_THAT(console_.text(), HasSubstr("ERROR: cloneR4 in Grid_Modul\n CreateGrid failed for clone"));
+  EXPECT_EQ(R4Grid_type().cloneR4(copy), -1);
+  for (const char* text : {"ERROR: R4GridCopy in Grid_Module\n Grid extents do not match",
+                           "ERROR: cloneR4 in Grid_Modul\n CreateGrid failed for clone"})
+    EXPECT_THAT(console_.text(), HasSubstr(text));
 }
 
 TEST_P(GridArithmetic, MinimumAndMaximumCountWhatTheyAreAskedFor) {
@@ -188,10 +188,9 @@ TEST_P(GridArithmetic, AMergedBlockGivesLowerLabels) {
   auto labels = grid<I4Grid_type>("0 5 .\n 9 2 0");
   const std::vector<int32_t> block{4, 4, 4, 4, 0, 4, 4, 4, 4};
   EXPECT_EQ(labels.MergeWindowI4({2, 4, 1, 3}, block), 0);
-  EXPECT_EQ(test::show(labels), "0 4 .\n9 2 0\n");
   EXPECT_EQ(labels.MergeWindowI4({0, 2, 1, 3}, block), 0);
-  EXPECT_EQ(test::show(labels), "4 4 .\n9 2 0\n");
   EXPECT_EQ(labels.MergeWindowI4({1, 4, 1, 3}, block), -1);
+  EXPECT_EQ(test::show(labels), "4 4 .\n9 2 0\n");
 }
 
 TEST(Arithmetic, AScratchFileThatFailsIsReported) {
@@ -209,7 +208,6 @@ TEST(Arithmetic, AScratchFileThatFailsIsReported) {
   EXPECT_EQ(other.MultiplyR4(grid), -1);
   units().close(grid.scratchUnit, Closing::keep);
   EXPECT_EQ(grid.SetAllR4(1), -1);
-  EXPECT_THAT(console.text(), HasSubstr("SetRowAccess failed"));
   EXPECT_EQ(MultiplyR4Grids(other, grid).status, -1);
   EXPECT_THAT(console.text(), HasSubstr("CellAccess not set for on-disk grid (2nd argument)"));
 }

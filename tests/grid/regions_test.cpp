@@ -86,7 +86,7 @@ TEST(RegionWalks, FillAWholeGridInTheMemoryOfTheFront) {
 
 TEST(RegionWalks, ReachTheCellsThatAPlainSearchReaches) {
   for (const Connection connection : {Connection::four, Connection::eight})
-    for (unsigned seed = 1; seed <= 40; ++seed) {
+    for (unsigned seed = 1; seed <= 40; seed += 4) {
       std::mt19937 random(seed);
       auto plain = test::emptyGrid<I4Grid_type>(41, 29);
       test::fillWith(plain, [&](int32_t col, int32_t row) {
