@@ -1,5 +1,5 @@
-// Operations on surroundings of cells, in memory and on disk, in cells per second; the mean and the maximum
-// beside a plain loop over the cells of each circle.
+// Operations on surroundings of cells and on regions, in memory and on disk, in cells per second; the mean
+// and the maximum beside a plain loop over the cells of each circle.
 
 #include <benchmark/benchmark.h>
 
@@ -13,6 +13,7 @@
 #include "foundation/platform.h"
 #include "foundation/scratch.h"
 #include "grid/circles.h"
+#include "grid/filters.h"
 #include "grid/storage.h"
 
 namespace {
@@ -108,6 +109,38 @@ void quantiles(benchmark::State& state, bool onDisk) {
   count(state, 3200);
 }
 
+/// Runs change(grid), which gives 0, on fresh grids of marks.
+template <class Change>
+void changed(benchmark::State& state, int32_t size, bool onDisk, double marks, Change change) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto grid = surface(size, onDisk, marks);
+    state.ResumeTiming();
+    if (change(grid) != 0) state.SkipWithError("failed");
+  }
+  count(state, size);
+}
+void flooded(benchmark::State& state, bool onDisk) {
+  // The share of cells that are walls: at 30 per cent the region winds.
+  const double walls = std::max(static_cast<double>(state.range(0)) / 100, 1e-9);
+  changed(state, 2048, onDisk, walls, [](R4Grid_type& grid) { return grid.Flood_R4queue(1024, 1024, 2); });
+}
+void masked(benchmark::State& state, bool onDisk) {
+  I4Grid_type mask;
+  CreateGrid(mask, {.ncols = 512, .nrows = 512, .size = {.cellsize = 4 * kCell}, .onDisk = onDisk});
+  for (int32_t k = 1; k <= 500; ++k) mask.SetI4Cell(k * k % 512 + 1, k * k * k % 512 + 1, 1);
+  changed(state, 2048, onDisk, 0, [&](R4Grid_type& grid) { return grid.R4Mask(mask, 40 * kCell); });
+}
+void filtered(benchmark::State& state, bool onDisk) {
+  Init_WD_mean(kCell, {.radius = 5 * kCell, .alphaFit = 1, .alphaMean = 1});
+  changed(state, 256, onDisk, 0, [&](R4Grid_type& grid) {
+    R4Grid_type smooth;
+    smooth.onDisk = onDisk;
+    return WDMeanGrid(grid, smooth);
+  });
+  ReleaseWDMean();
+}
+
 void Mean(benchmark::State& state) { mean(state, false); }
 void MeanOnDisk(benchmark::State& state) { mean(state, true); }
 void Maximum(benchmark::State& state) { maximum(state, false); }
@@ -116,6 +149,12 @@ void Buffer(benchmark::State& state) { buffered(state, false); }
 void BufferOnDisk(benchmark::State& state) { buffered(state, true); }
 void Quantiles(benchmark::State& state) { quantiles(state, false); }
 void QuantilesOnDisk(benchmark::State& state) { quantiles(state, true); }
+void Flood(benchmark::State& state) { flooded(state, false); }
+void FloodOnDisk(benchmark::State& state) { flooded(state, true); }
+void Mask(benchmark::State& state) { masked(state, false); }
+void MaskOnDisk(benchmark::State& state) { masked(state, true); }
+void Filter(benchmark::State& state) { filtered(state, false); }
+void FilterOnDisk(benchmark::State& state) { filtered(state, true); }
 void QuantilesBySort(benchmark::State& state) {
   const auto grid = surface(3200, false);
   for (auto _ : state) {
@@ -136,6 +175,12 @@ BENCHMARK(Maximum)->Arg(10)->Arg(50)->Unit(benchmark::kMillisecond);
 BENCHMARK(MaximumOnDisk)->Arg(10)->Arg(50)->Unit(benchmark::kMillisecond);
 BENCHMARK(Buffer)->Arg(10)->Arg(50)->Unit(benchmark::kMillisecond);
 BENCHMARK(BufferOnDisk)->Arg(10)->Arg(50)->Unit(benchmark::kMillisecond);
+BENCHMARK(Flood)->Arg(0)->Arg(30)->Unit(benchmark::kMillisecond);
+BENCHMARK(FloodOnDisk)->Arg(0)->Arg(30)->Unit(benchmark::kMillisecond);
+BENCHMARK(Mask)->Unit(benchmark::kMillisecond);
+BENCHMARK(MaskOnDisk)->Unit(benchmark::kMillisecond);
+BENCHMARK(Filter)->Unit(benchmark::kMillisecond);
+BENCHMARK(FilterOnDisk)->Unit(benchmark::kMillisecond);
 BENCHMARK(Quantiles)->Unit(benchmark::kMillisecond);
 BENCHMARK(QuantilesOnDisk)->Unit(benchmark::kMillisecond);
 BENCHMARK(QuantilesBySort)->Unit(benchmark::kMillisecond);
