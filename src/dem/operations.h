@@ -28,6 +28,13 @@ int getGEP(DEM_type& dem, R4Grid_type& gep, const GEPFiles& files);
 int calcD8(DEM_type& dem, D8Access access);
 int getD8(DEM_type& dem);
 
+// dem/flood.cpp
+int flood(DEM_type& dem);
+[[nodiscard]] int32_t edgeDirectionOf(const R4Grid_type& elevations, ColRow cell);
+
+// dem/flow.cpp
+int flow(DEM_type& dem);
+
 // dem/contour_length.cpp
 int fillContourLength(DEM_type& dem, float length, const R4Grid_type* aspectGrid);
 
