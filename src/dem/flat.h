@@ -1,7 +1,7 @@
 #pragma once
-// A flat: connected cells of one elevation, whose slope gives no direction. Two integer surfaces are laid over
-// it, one that falls away from the higher ground around it and one that falls toward its outlets; flow follows
-// their sum (Garbrecht and Martz 1997).
+// A flat: connected cells of one elevation, whose slope gives no direction. Two integer surfaces are laid
+// over it, one that falls away from the higher ground around it and one that falls toward its outlets; flow
+// follows their sum (Garbrecht and Martz 1997).
 
 #include <algorithm>
 #include <cstddef>
@@ -69,8 +69,8 @@ class Flat {
 
   explicit Flat(const Lattice& lattice) : lattice_(lattice) {}
 
-  /// Walks the flat of `start`: join(neighbour), called for each neighbour of a cell of the flat, says whether
-  /// it belongs to the flat and has not been met before. False if there is no memory.
+  /// Walks the flat of `start`: join(neighbour), called for each neighbour of a cell of the flat, says
+  /// whether it belongs to the flat and has not been met before. False if there is no memory.
   template <class Join>
   [[nodiscard]] bool collect(At start, Join join) {
     cells_.clear();
@@ -86,11 +86,11 @@ class Flat {
 
   /// Ranks the cells by what rimOf(cell) says of each. False if there is no memory.
   ///
-  /// The ranks are those of repeated passes over the whole flat, in closed form. Away from higher ground: with
-  /// i the steps from the nearest high cell, not across outlets, and D the largest i, a cell holds D + 2 - i,
-  /// or 0 where it is not reached. Toward the outlets: 2 d with d the steps from the nearest outlet; cells that
-  /// no outlet reaches hold 2 max(d) + 4, and all hold 4 where there is no outlet. The doubling makes a step
-  /// toward an outlet outweigh a step away from high ground.
+  /// The ranks are those of repeated passes over the whole flat, in closed form. Away from higher ground:
+  /// with i the steps from the nearest high cell, not across outlets, and D the largest i, a cell holds D + 2
+  /// - i, or 0 where it is not reached. Toward the outlets: 2 d with d the steps from the nearest outlet;
+  /// cells that no outlet reaches hold 2 max(d) + 4, and all hold 4 where there is no outlet. The doubling
+  /// makes a step toward an outlet outweigh a step away from high ground.
   template <class RimOf>
   [[nodiscard]] bool rank(RimOf rimOf) {
     const std::size_t count = cells_.size();

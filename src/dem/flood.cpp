@@ -1,8 +1,8 @@
-// Flood: every data cell is given a way to the edge of the data by breaching. From the edge inward, everything
-// that already drains is marked; of the rim of the marked region the lowest cell that touches unmarked ground
-// is taken, a passage is carved from it to the pit of the closed depression beside it, and marking goes on
-// through the depression (after the priority flood of Barnes, Lehman and Mulla 2014; breaching as in Martz and
-// Garbrecht 1999). But for pits of one cell, which are raised, no cell rises.
+// Flood: every data cell is given a way to the edge of the data by breaching. From the edge inward,
+// everything that already drains is marked; of the rim of the marked region the lowest cell that touches
+// unmarked ground is taken, a passage is carved from it to the pit of the closed depression beside it, and
+// marking goes on through the depression (after the priority flood of Barnes, Lehman and Mulla 2014;
+// breaching as in Martz and Garbrecht 1999). But for pits of one cell, which are raised, no cell rises.
 //
 // Marks on the elevations: 0 is no data, positive is not known to drain, negative drains, at the absolute
 // elevation. Marks on the D8 codes: negative belongs to a flat that has been walked.
@@ -105,7 +105,8 @@ class Flooding {
       if (!tryAllocate(row, static_cast<std::size_t>(std::max(cols, 0)) + 2)) return false;
     const auto take = [&](int32_t row) {
       std::vector<float>& cells = rows[static_cast<std::size_t>(row % 3)];
-      for (int32_t col = 1; col <= cols; ++col) cells[static_cast<std::size_t>(col)] = elev_.get(lattice_.at(col, row));
+      for (int32_t col = 1; col <= cols; ++col)
+        cells[static_cast<std::size_t>(col)] = elev_.get(lattice_.at(col, row));
     };
     if (dem_.elev.rows() < 3) return true;
     take(1);
@@ -128,8 +129,8 @@ class Flooding {
     return true;
   }
 
-  /// A cell at the edge of the data drains out of it; any other goes down the steepest slope, of equal ones to
-  /// the neighbour of the greater plan curvature.
+  /// A cell at the edge of the data drains out of it; any other goes down the steepest slope, of equal ones
+  /// to the neighbour of the greater plan curvature.
   void setInitialDirection(At at) {
     if (const int32_t edge = edgeOf(at)) {
       point(at, edge);
@@ -212,8 +213,8 @@ class Flooding {
   }
 
   /// Puts the rim on the heap. Every cell of the rim is inserted again at each call, since copies decide the
-  /// order of equal elevations, until there have been so many insertions that the cost matters more; from then
-  /// on only the cells that were painted since the last call.
+  /// order of equal elevations, until there have been so many insertions that the cost matters more; from
+  /// then on only the cells that were painted since the last call.
   bool pushEdges() {
     constexpr int64_t most = 4'000'000;
     const bool onlyNew = insertions_ >= most;
@@ -327,8 +328,8 @@ class Flooding {
     return paint(at) && pushEdges();
   }
 
-  /// Turns the path from `at` to its pit around, so that it leads from the pit to `at` and on by `code`; gives
-  /// the pit.
+  /// Turns the path from `at` to its pit around, so that it leads from the pit to `at` and on by `code`;
+  /// gives the pit.
   At turnPath(At at, int32_t code) {
     while (true) {
       const int32_t old = direction(at);

@@ -1,5 +1,5 @@
-// Flow: the D-infinity angle of every cell of a flooded surface (Tarboton 1997), radians clockwise from north,
-// and the angles of flats.
+// Flow: the D-infinity angle of every cell of a flooded surface (Tarboton 1997), radians clockwise from
+// north, and the angles of flats.
 //
 // Marks on the elevations: negative is not handled yet, positive is, at the absolute elevation; 0 is no data.
 
@@ -156,7 +156,8 @@ class Flowing {
     elev_.set(start, level0);
     const bool walked = flat_.collect(start, [&](At at) {
       const float elevation = elev_.get(at);
-      if (!(aspect_.get(at) < 0.0F) || elevation == 0.0F || !(std::abs(elevation - stored) < kLevel)) return false;
+      if (!(aspect_.get(at) < 0.0F) || elevation == 0.0F || !(std::abs(elevation - stored) < kLevel))
+        return false;
       elev_.set(at, -elevation);
       return true;
     });
@@ -208,8 +209,8 @@ class Flowing {
     return !(std::abs(least - most) < kLevel) || pouredInto ? Rim::high : Rim::none;
   }
 
-  /// An outlet goes to a neighbour outside the flat: to a level one that flows already, else down the gentlest
-  /// drop. Any other cell follows the ranks.
+  /// An outlet goes to a neighbour outside the flat: to a level one that flows already, else down the
+  /// gentlest drop. Any other cell follows the ranks.
   void directCell(std::size_t i, float level0) {
     const At at = flat_.cells()[i];
     const bool isOutlet = flat_.rankOf(i) < 1;

@@ -81,7 +81,9 @@ class Routing {
   using At = typename Lattice::At;
 
   Routing(DEM_type& dem, const AccumulatorArgs& args)
-      : like_(args.useD8 ? static_cast<const Grid_Header&>(dem.D8) : dem.aspect), lattice_(like_), args_(args) {}
+      : like_(args.useD8 ? static_cast<const Grid_Header&>(dem.D8) : dem.aspect),
+        lattice_(like_),
+        args_(args) {}
 
   [[nodiscard]] bool open(DEM_type& dem) {
     return flow_.open(dem) && (args_.accum == nullptr || accum_.load(*args_.accum, 0.0F, kTag)) &&
@@ -244,7 +246,8 @@ int findDirections(DEM_type& dem, bool useD8) {
     return fail(kTag, "GetAspect failed");
   }
   const Grid_Header& directions = useD8 ? static_cast<const Grid_Header&>(dem.D8) : dem.aspect;
-  return SameGridGeometry(dem, directions) ? kSuccess : fail(kTag, "The directions have another extent than the DEM");
+  return SameGridGeometry(dem, directions) ? kSuccess
+                                           : fail(kTag, "The directions have another extent than the DEM");
 }
 
 /// The mean of the positive values of a cell and its neighbours, summed in float64; 0 where there is none.
@@ -264,7 +267,8 @@ float meanOfPositive(const InPlace& lattice, const Cells& cells, ColRow at) {
 /// Zeros take the mean of the positive values around them, from those beside such values inward; a cell reads
 /// what its neighbours held before its front. Cells without an angle become nodata, -9999.0.
 int infill(DEM_type& dem, R4Grid_type& grid) {
-  if (!SameGridGeometry(dem.aspect, grid)) return fail(kTag, "ingrid must have the DEM's extent to be infilled");
+  if (!SameGridGeometry(dem.aspect, grid))
+    return fail(kTag, "ingrid must have the DEM's extent to be infilled");
   int64_t zeros = 0;
   int64_t others = 0;
   const auto count = [&](int32_t, std::span<const float> cells, std::span<const float> angles) {
@@ -316,7 +320,8 @@ int resample(DEM_type& dem, const AccumulatorArgs& args) {
   if (!accum.GridExists()) {
     if (CreateGrid(accum, {.like = &dem, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
       return fail(kTag, "CreateGrid failed for accum");
-  } else if (!sameR8(accum.cellsize, dem.cellsize, 0.001) || accum.ncols != dem.ncols || accum.nrows != dem.nrows) {
+  } else if (!sameR8(accum.cellsize, dem.cellsize, 0.001) || accum.ncols != dem.ncols ||
+             accum.nrows != dem.nrows) {
     return fail(kTag, "Provided accum grid has a different cellsize than the DEM");
   }
   const float missing = args.ingrid->nodataValue();
@@ -330,7 +335,8 @@ int resample(DEM_type& dem, const AccumulatorArgs& args) {
   });
 }
 
-/// A new grid of contributing cells: 1 in every cell with a direction and, where something is routed, a value.
+/// A new grid of contributing cells: 1 in every cell with a direction and, where something is routed, a
+/// value.
 template <class Grid>
 int startArea(DEM_type& dem, const AccumulatorArgs& args, Grid& area, std::string_view failure) {
   if (!area.GridExists() &&
@@ -359,7 +365,8 @@ int startArea(DEM_type& dem, const AccumulatorArgs& args, Grid& area, std::strin
 
 int prepare(DEM_type& dem, const AccumulatorArgs& args) {
   if (args.ingrid != nullptr) {
-    if (args.scale && *args.scale != 0.0F && args.ingrid->scalarMultiplyR4(*args.scale) != kSuccess) return kFailure;
+    if (args.scale && *args.scale != 0.0F && args.ingrid->scalarMultiplyR4(*args.scale) != kSuccess)
+      return kFailure;
     if (args.infillZeros && infill(dem, *args.ingrid) != kSuccess) return kFailure;
     if (resample(dem, args) != kSuccess) return kFailure;
   }

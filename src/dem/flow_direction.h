@@ -9,9 +9,9 @@
 namespace terrain {
 
 /// Brings the elevations into the form that `FlowDirection` works on: nodata is 0 and all data is positive.
-/// What is subtracted, in metres, becomes `DEM%elevShift`, and leaves room for digging: 5 `dig` + 1 + the cell
-/// size times `maxSlope` above 0. Cells of nodata, and NaN, become 0. 0, or -1 with a report; so for a grid
-/// without data.
+/// What is subtracted, in metres, becomes `DEM%elevShift`, and leaves room for digging: 5 `dig` + 1 + the
+/// cell size times `maxSlope` above 0. Cells of nodata, and NaN, become 0. 0, or -1 with a report; so for a
+/// grid without data.
 int shiftElevations(DEM_type& dem, double dig = 2.0, double maxSlope = 0.0);
 /// The way back: nodata becomes `DEM%elevNodata`, and `DEM%elevShift` is added, both to 0 of it afterwards.
 int restoreElevations(DEM_type& dem);

@@ -2,9 +2,9 @@
 // Cells and their neighbours for the drainage kernels: one body for both storages. A lattice gives positions;
 // its `Cells` hold the values of one grid at them.
 //
-// Bordered: a copy in memory with a border of one cell, so that no neighbour has to be tested for being within
-// the grid. InPlace: the grid's own cells, on disk or in memory. Outside the grid every cell reads as the
-// border's value.
+// Bordered: a copy in memory with a border of one cell, so that no neighbour has to be tested for being
+// within the grid. InPlace: the grid's own cells, on disk or in memory. Outside the grid every cell reads as
+// the border's value.
 
 #include <algorithm>
 #include <array>
@@ -124,8 +124,8 @@ class InPlace {
   };
 };
 
-/// The code of a neighbour without data, straight ones first; 0 for a cell within the data. No data is 0, outside
-/// the grid too.
+/// The code of a neighbour without data, straight ones first; 0 for a cell within the data. No data is 0,
+/// outside the grid too.
 template <class Lattice, class Cells>
 [[nodiscard]] int32_t edgeDirection(const Lattice& lattice, const Cells& elevations,
                                     typename Lattice::At at) {
