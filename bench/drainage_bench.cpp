@@ -1,6 +1,6 @@
-// Breaching, flow angles and accumulation of a whole DEM in memory. Items are cells. The argument is the number
-// of columns and rows of a synthetic landscape; with OSTREVANMOOR_BENCH_DEM=<raster> a real DEM comes too, as
-// argument 0.
+// Breaching, flow angles and accumulation of a whole DEM in memory. Items are cells. The argument is the
+// number of columns and rows of a synthetic landscape; with OSTREVANMOOR_BENCH_DEM=<raster> a real DEM comes
+// too, as argument 0.
 
 #include <benchmark/benchmark.h>
 

@@ -26,14 +26,14 @@ int timed(std::string_view label, Step step) {
 }
 
 /// The surface as it is shown to others: clone, nodata and heights as before the shift.
-int writeSurface(const DEM_type& dem, std::string_view outfile) {
+int writeSurface(const DEM_type& dem, std::string_view outfile, const VersionStamp* stamp) {
   putMessage("Creating flt raster for filled DEM");
   R4Grid_type surface;
   if (dem.elev.cloneR4(surface) != kSuccess) return kFailure;
   if (surface.resetNodataValueR4(dem.elevNodata) != kSuccess ||
       surface.scalarAddR4(static_cast<float>(dem.elevShift)) != kSuccess)
     return kFailure;
-  const int written = surface.WritefltR4(outfile);
+  const int written = surface.WritefltR4(outfile, stamp);
   surface.releaseStorage();
   if (written == kSuccess) return kSuccess;
   return fail(kTag, "Writeflt failed for " + std::string(trimmed(outfile)));
@@ -73,7 +73,7 @@ int restoreElevations(DEM_type& dem) {
   return attempt.succeed();
 }
 
-int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile) {
+int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile, const VersionStamp* stamp) {
   Attempt attempt{dem.status};
   if (!dem.elev.GridExists()) return fail(kTag, "There is no grid of elevations");
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
@@ -88,7 +88,7 @@ int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile) {
     return fail(kTag, "CreateGrid failed for aspect");
   if (timed("Flow time:: ", [&] { return dem.Flow(); }) != kSuccess) return fail(kTag, "flow failed");
   if (dem.elev.SetPositiveR4() != kSuccess) return kFailure;
-  if (outfile && !isBlank(*outfile) && writeSurface(dem, *outfile) != kSuccess) return kFailure;
+  if (outfile && !isBlank(*outfile) && writeSurface(dem, *outfile, stamp) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

@@ -21,6 +21,7 @@ int restoreElevations(DEM_type& dem);
 /// conditioned surface, in that form still. With a file name that surface is written as a raster, with the
 /// nodata and the heights that it had before they were shifted. Needs plan curvature (`GetPlan`, or a grid
 /// in `plan`). 0, or -1 with a report.
-int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile = std::nullopt);
+int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile = std::nullopt,
+                  const VersionStamp* stamp = nullptr);
 
 }  // namespace terrain

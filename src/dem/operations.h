@@ -13,6 +13,10 @@ namespace terrain {
 int resolveDEM(DEM_type& dem, const ResolveDEMOptions& options);
 int readDEMHeader(DEM_type& dem);
 
+// dem/parameter_file.cpp
+/// The DEM's names and header from what its keywords have set; reports under `routine`.
+int resolveParameters(DEM_type& dem, std::string_view routine, std::string_view fileName);
+
 // dem/elevations.cpp
 int getElevations(DEM_type& dem, const GetElevOptions& options);
 
