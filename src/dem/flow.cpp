@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <optional>
 
 #include "dem/flat.h"
@@ -24,10 +25,11 @@ constexpr std::string_view kFlatTag = "FlagFlat contained in Flow in DEM_Module"
 constexpr float kQuarter = 1.5707964F;
 constexpr float kEighth = 0.7853982F;
 
-/// Angles of the codes, entry 0 not used: multiples of pi / 4 in float32.
-constexpr std::array<float, 9> kAngles{0.0F,      1.5707964F, 0.7853982F, 0.0F,      5.4977875F,
-                                       4.712389F, 3.9269907F, 3.1415927F, 2.3561945F};
-[[nodiscard]] float angleOf(int32_t code) { return kAngles[static_cast<std::size_t>(code)]; }
+/// The angle of a code: a multiple of pi / 4, rounded once to float32.
+[[nodiscard]] float angleOf(int32_t code) {
+  constexpr std::array<double, 9> eighths{0, 2, 1, 0, 7, 6, 5, 4, 3};  // entry 0 is not used
+  return static_cast<float>(eighths[static_cast<std::size_t>(code)] * std::numbers::pi / 4);
+}
 
 /// A triangle of a cell, a straight neighbour e1 and a diagonal one e2. The angle of a slope within it is
 /// base * pi / 2 + sign * r, with r from e1 toward e2.

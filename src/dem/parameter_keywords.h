@@ -50,7 +50,8 @@ struct DemKeywords {
                              .standard = "m",
                              .meaning = "Unit of lengths and heights: m or f (feet, which are converted)."};
 
-  static constexpr std::array<Row, 6> rows{path, identifier, dataIdentifier, referencePath, referenceFile, units};
+  static constexpr std::array<Row, 6> rows{path,          identifier,    dataIdentifier,
+                                           referencePath, referenceFile, units};
 };
 
 }  // namespace terrain

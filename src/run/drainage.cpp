@@ -90,7 +90,8 @@ void stopUnlessWritten(int status, const std::string& name) {
 bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instructionFile) {
   run.session.start(kDrainageProgram);
   const RunFiles files = prepare(run, instructionFile);
-  const double startedAt = platform::cpuSeconds();  // the reading of instructions is not part of the reported time
+  const double startedAt =
+      platform::cpuSeconds();  // the reading of instructions is not part of the reported time
   loadSurface(run);
   DEM_type& dem = run.DEM;
   const VersionStamp* const stamp = &run.session.programInfo;

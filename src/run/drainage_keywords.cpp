@@ -1,5 +1,5 @@
-#include <array>
 #include <algorithm>
+#include <array>
 
 #include "dem/parameter_keywords.h"
 #include "run/drainage.h"
@@ -22,7 +22,8 @@ constexpr Row kOwnWords[] = {
      .value = Value::number<&DrainageRun::curvatureLength>({.least = 0}),
      .unit = "m",
      .standard = "plan_<length>_<id> is read",
-     .meaning = "Radius of the circle on which plan curvature is measured, which decides between equal slopes."},
+     .meaning =
+         "Radius of the circle on which plan curvature is measured, which decides between equal slopes."},
     {.words = "SCRATCH DIRECTORY",
      .value = Value::directory<&DrainageRun::scratchPath>(),
      .standard = "the DEM's directory",
@@ -30,7 +31,8 @@ constexpr Row kOwnWords[] = {
     {.words = "OUTPUT CONDITIONED DEM",
      .value = Value::file<&DrainageRun::surfaceName>("raster"),
      .standard = "not written",
-     .meaning = "The surface on which every cell drains: the DEM with passages carved through closed depressions."},
+     .meaning =
+         "The surface on which every cell drains: the DEM with passages carved through closed depressions."},
     {.words = "OUTPUT FLOW ANGLE RASTER",
      .value = Value::file<&DrainageRun::angleName>("raster"),
      .standard = "not written",

@@ -1,8 +1,8 @@
 #pragma once
 // What every run needs of its DEM's cells, looked at before any computing.
 
-#include <string>
 #include <optional>
+#include <string>
 
 #include "dem/dem.h"
 

@@ -11,6 +11,8 @@
 #include "dem/lattice.h"
 #include "grid/neighbours.h"
 #include "support/dem_fixtures.h"
+#include "support/real_data.h"
+#include "support/reference_drainage.h"
 
 namespace terrain::test {
 namespace {
@@ -122,6 +124,72 @@ TEST_P(Drainage, EveryCellDrainsToTheEdgeAndTheAreaIsConserved) {
     ASSERT_EQ(FlowDirection(dem), 0);
     EXPECT_TRUE(console_.has("Drainage passages carved: 0\n")) << console_.text();
     EXPECT_EQ(cellsOf(dem.elev), conditioned);
+  }
+}
+
+/// The DEM conditioned by the reference implementation: surface, angles, areas.
+void expectReference(DEM_type& dem) {
+  PlainTerrain plain{dem.cols(), dem.rows(), cellsOf(dem.elev), cellsOf(dem.plan)};
+  for (float& cell : plain.elev) cell = std::round(cell * 1000.0F) / 1000.0F;
+  ASSERT_EQ(FlowDirection(dem), 0);
+  EXPECT_TRUE(plainFlood(plain).drained);
+  int64_t flats = 0;
+  const std::vector<float> angles = plainFlow(plain, flats);
+  EXPECT_EQ(cellsOf(dem.elev), plain.elev);
+  EXPECT_EQ(cellsOf(dem.aspect), angles);
+  R8Grid_type wide;
+  R4Grid_type byCode;
+  ASSERT_EQ(accumulator(dem, {.DA = &dem.DA, .DAR8 = &wide}), 0);
+  ASSERT_EQ(dem.CalcD8(), 0);
+  ASSERT_EQ(accumulator(dem, {.DA = &byCode, .useD8 = true}), 0);
+  EXPECT_EQ(cellsOf(dem.DA), plainAccumulation(plain, angles));
+  EXPECT_EQ(cellsOf(wide), plainAccumulationR8(plain, angles));
+  EXPECT_EQ(cellsOf(byCode), plainAccumulationD8(dem.cols(), dem.rows(), cellsOf(dem.D8)));
+}
+
+TEST(DrainageReference, MadeAndRealTerrainsGiveTheSameBits) {
+  const ConsoleCapture console;
+  for (const Plan& plan : terrains()) {
+    DEM_type dem;
+    prepare(dem, heights(plan, Storage::memory));
+    expectReference(dem);
+  }
+  for (uint32_t seed = 100; seed < 130; ++seed) {
+    DEM_type dem;
+    prepare(
+        dem,
+        heights({31, 23, {.seed = seed, .holes = 0.02, .lakes = 1, .roughness = 40}, seed % 2 ? 5.0F : 0.1F},
+                Storage::memory));
+    expectReference(dem);
+  }
+  // Directions that lead in circles, and into cells without one.
+  std::mt19937 random(9);
+  for (int round = 0; round < 30; ++round) {
+    DEM_type dem;
+    dem.aspect = emptyGrid<R4Grid_type>(12, 9);
+    fillWith(dem.aspect, [&](int32_t, int32_t) {
+      const auto eighth = static_cast<double>(random() % 18);
+      return eighth > 16 ? -1.0 : eighth * 0.39269908;
+    });
+    static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(dem.aspect);
+    ASSERT_EQ(accumulator(dem, {.DA = &dem.DA}), 0);
+    const PlainTerrain plain{12, 9, std::vector<float>(108, 1.0F), {}};
+    EXPECT_EQ(cellsOf(dem.DA), plainAccumulation(plain, cellsOf(dem.aspect)));
+  }
+}
+
+TEST(DrainageReference, RealTerrainsGiveTheSameBits) {
+  SKIP_WITHOUT_REAL_DATA();
+  const ConsoleCapture console;
+  for (const char* name : {"small", "small_gully", "medium_ridges"}) {
+    DEM_type dem;
+    dem.file = dataFolder() + "/raster/" + name;
+    ASSERT_EQ(dem.ResolveDEM(), 0);
+    ASSERT_EQ(dem.GetElev(), 0);
+    dem.SetLengthScale(2 * dem.cellsize);
+    dem.plan = dem.GetPlanCurvature();
+    ASSERT_EQ(shiftElevations(dem), 0);
+    expectReference(dem);
   }
 }
 
