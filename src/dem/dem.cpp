@@ -45,6 +45,11 @@ int DEM_type::GetGEP(R4Grid_type& gep, const GEPFiles& files) { return getGEP(*t
 int DEM_type::DestroyGrid(std::string_view name) { return destroyMember(*this, name); }
 
 // ---- derived grids ----
+int DEM_type::Flood() { return flood(*this); }
+int DEM_type::Flow() { return flow(*this); }
+int32_t DEM_type::EdgeDirection(int32_t col, int32_t row) const {
+  return edgeDirectionOf(elev, {.col = col, .row = row});
+}
 int DEM_type::CalcD8(D8Access access) { return calcD8(*this, access); }
 int DEM_type::GetD8() { return getD8(*this); }
 int DEM_type::calcBcon(float length, const R4Grid_type* aspectGrid) {

@@ -54,6 +54,8 @@ class DEM_type : public Grid_Header {
   R4Grid_type plan{};    ///< plan curvature
   R4Grid_type pin{};     ///< the `pin_` raster of `GetGEP`
 
+  double elevShift = 0;        ///< metres taken from the elevations while they are in the working form
+  float elevNodata = kNodata;  ///< what nodata was before
   double len_scale = -9999.0;  ///< length scale, metres; -9999.0: not known
 
   std::string refPath{}, refID{}, refDataID{};  ///< reference DEM: directory, identifier, data identifier
@@ -113,6 +115,19 @@ class DEM_type : public Grid_Header {
   /// Destroys one member grid, if it exists, by the member's name; "area" and "accum" are synonyms of "DA".
   /// -1, with a report, for any other name.
   int DestroyGrid(std::string_view name);
+
+  // ---- drainage (dem/flood.cpp, flow.cpp) ----
+  // Both work on elevations whose nodata is 0 and whose data is positive; a sign marks what has been handled.
+
+  /// Breaches closed depressions, so that every data cell has a way to the edge of the data over cells that
+  /// do not rise. Plan curvature (`GetPlan`) decides between neighbours of equal slope. Afterwards the
+  /// elevations are negative: the conditioned surface with its sign turned.
+  int Flood();
+  /// D-infinity angles of a flooded surface into `aspect`, which must exist, with negative values where an
+  /// angle is to be found. Afterwards the elevations are positive.
+  int Flow();
+  /// The code of a neighbour without data, straight ones first; 0 for a cell within the data.
+  [[nodiscard]] int32_t EdgeDirection(int32_t col, int32_t row) const;
 
   // ---- flow directions (dem/d8.cpp) ----
   /// D8 codes of the cells that have an aspect, in a new grid.

@@ -13,6 +13,10 @@ namespace terrain {
 int resolveDEM(DEM_type& dem, const ResolveDEMOptions& options);
 int readDEMHeader(DEM_type& dem);
 
+// dem/parameter_file.cpp
+/// The DEM's names and header from what its keywords have set; reports under `routine`.
+int resolveParameters(DEM_type& dem, std::string_view routine, std::string_view fileName);
+
 // dem/elevations.cpp
 int getElevations(DEM_type& dem, const GetElevOptions& options);
 
@@ -27,6 +31,13 @@ int getGEP(DEM_type& dem, R4Grid_type& gep, const GEPFiles& files);
 // dem/d8.cpp
 int calcD8(DEM_type& dem, D8Access access);
 int getD8(DEM_type& dem);
+
+// dem/flood.cpp
+int flood(DEM_type& dem);
+[[nodiscard]] int32_t edgeDirectionOf(const R4Grid_type& elevations, ColRow cell);
+
+// dem/flow.cpp
+int flow(DEM_type& dem);
 
 // dem/contour_length.cpp
 int fillContourLength(DEM_type& dem, float length, const R4Grid_type* aspectGrid);

@@ -6,10 +6,11 @@
 #include <span>
 
 #include "dem/naming.h"
+#include "dem/operations.h"
+#include "dem/parameter_keywords.h"
 #include "foundation/file_names.h"
 #include "foundation/free_format.h"
 #include "foundation/input_file.h"
-#include "foundation/keywords.h"
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
@@ -17,44 +18,20 @@ namespace terrain {
 
 namespace {
 
-using Value = KeywordValue<DEM_type>;
-using Row = Keyword<DEM_type>;
+using Words = DemKeywords<DEM_type>;
+using Value = Words::Value;
+using Row = Words::Row;
 
-/// The name of a raster, with or without its extension. An "=" may be part of it.
-template <std::string DEM_type::*Name>
-bool parseRaster(DEM_type& dem, KeywordInput& input) {
-  dem.*Name = stripExtension(*input.text);
-  return input.isHostText();
-}
-
-constexpr Row kPath{.words = "PATH", .value = Value::text<&DEM_type::path>(), .echo = "Path    : "};
-constexpr Row kReferencePath{.words = "REFERENCE PATH",
-                             .value = Value::text<&DEM_type::refPath>(),
-                             .failure = "Error reading reference path"};
-constexpr auto kIdentifier = Value::text<&DEM_type::demID>();
-constexpr auto kReferenceFile = Value::own<parseRaster<&DEM_type::refFile>>("raster");
-constexpr auto kUnits = Value::text<&DEM_type::units>();
-
-constexpr Row kParameterWords[] = {
-    kPath,
-    {.words = "DEM ID|DEMID", .value = kIdentifier, .echo = "DEM ID  : "},
-    {.words = "DATA ID|DATAID", .value = Value::text<&DEM_type::dataID>()},
-    kReferencePath,
-    {.words = "REFERENCE DEM|REFERENCE DEM FILE",
-     .value = kReferenceFile,
-     .failure = "Error reading reference DEM"},
-    {.words = "DEM UNITS|DEMunits", .value = kUnits},
-};
 constexpr Row kInputWords[] = {
-    kPath,
-    {.words = "DEM ID", .value = kIdentifier, .echo = "DEM ID  : "},
-    {.words = "DEM UNITS", .value = kUnits},
-    {.words = "DEM FILE", .value = Value::own<parseRaster<&DEM_type::file>>("raster")},
-    kReferencePath,
+    Words::path,
+    {.words = "DEM ID", .value = Words::identifier.value, .echo = Words::identifier.echo},
+    {.words = "DEM UNITS", .value = Words::units.value},
+    {.words = "DEM FILE", .value = Value::own<Words::parseRaster<&DEM_type::file>>("raster")},
+    Words::referencePath,
     {.words = "REFERENCE ID",
      .value = Value::text<&DEM_type::refID>(),
      .failure = "Error reading reference ID"},
-    {.words = "REFERENCE DEM", .value = kReferenceFile, .failure = "Error reading reference DEM"},
+    {.words = "REFERENCE DEM", .value = Words::referenceFile.value, .failure = Words::referenceFile.failure},
 };
 
 /// The file that is being read: failures are reported under its routine and name it.
@@ -76,10 +53,12 @@ int parseKeywords(const ParameterFile& file, InputFileType& lines) {
     file.fault(failure.message + " in " + file.name);
     return false;
   };
-  if (readKeywords(lines, file.keywords, file.dem, wholeArgument, report) != kSuccess) return kFailure;
-  file.dem.path = withSeparator(file.dem.path);
-  file.dem.refPath = withSeparator(file.dem.refPath);
-  return kSuccess;
+  return readKeywords(lines, file.keywords, file.dem, wholeArgument, report);
+}
+
+void completePaths(DEM_type& dem) {
+  dem.path = withSeparator(dem.path);
+  dem.refPath = withSeparator(dem.refPath);
 }
 
 std::string elevationName(const std::string& directory, const std::string& id) {
@@ -90,6 +69,7 @@ std::string elevationName(const std::string& directory, const std::string& id) {
 /// and identifier, either of which may be the reference's alone.
 int formFile(const ParameterFile& file) {
   DEM_type& dem = file.dem;
+  completePaths(dem);
   if (isBlank(dem.refFile)) {
     if (isBlank(dem.refPath)) dem.refPath = dem.path;
     if (isBlank(dem.refPath)) return file.fault("Path not specified");
@@ -108,6 +88,7 @@ int formFile(const ParameterFile& file) {
 /// and either replaces the other where that is blank.
 int formNamedFile(const ParameterFile& file) {
   DEM_type& dem = file.dem;
+  completePaths(dem);
   if (isBlank(dem.file) && !isBlank(dem.path) && !isBlank(dem.demID))
     dem.file = elevationName(dem.path, dem.demID);
   if (isBlank(dem.refFile) && !isBlank(dem.refPath) && !isBlank(dem.refID))
@@ -199,12 +180,19 @@ int openInput(ParameterFile& file, std::optional<std::string_view> given, InputF
 
 }  // namespace
 
+int resolveParameters(DEM_type& dem, std::string_view routine, std::string_view fileName) {
+  Attempt attempt{dem.status};
+  ErrorList errors;
+  const ParameterFile file{dem, errors, routine, std::string(fileName), Words::rows};
+  if (formFile(file) != kSuccess) return kFailure;
+  return attempt.end(loadHeader(file, "readheader failed"));
+}
+
 int GetDEM(DEM_type& dem, std::string_view fileName) {
   dem = DEM_type{};
   Attempt attempt{dem.status};
   ErrorList errors;
-  const ParameterFile file{dem, errors, "GetDEM in DEM_Module", std::string(stripped(fileName)),
-                           kParameterWords};
+  const ParameterFile file{dem, errors, "GetDEM in DEM_Module", std::string(stripped(fileName)), Words::rows};
   InputFileType input = NewInputFile(file.name);
   if (input.status != kSuccess)
     return reportError(

@@ -58,7 +58,7 @@ std::size_t distance(std::span<const std::string> a, std::span<const std::string
   std::size_t sum = 0;
   for (std::size_t i = 0; i < a.size(); ++i)
     sum += abbreviates(a[i], b[i]) || abbreviates(b[i], a[i]) ? (a[i] == b[i] ? 0 : 1)
-                                                               : editDistance(a[i], b[i]);
+                                                              : editDistance(a[i], b[i]);
   return std::min(whole, sum);
 }
 

@@ -55,9 +55,11 @@ GroundUnit unitOfWellKnownText(std::string_view text) {
     if (c >= 'A' && c <= 'Z') {
       word += c;
     } else if (c == '[' || c == '(') {
-      const bool projected = std::ranges::any_of(
-          open, [](const auto& one) { return isOneOf(one, {"PROJCS", "PROJCRS", "PROJECTEDCRS"}); });
-      const bool ofSystem = !open.empty() && isOneOf(open.back(), {"PROJCS", "PROJCRS", "PROJECTEDCRS", "AXIS"});
+      const bool projected = std::ranges::any_of(open, [](const auto& one) {
+        return isOneOf(one, {"PROJCS", "PROJCRS", "PROJECTEDCRS"});
+      });
+      const bool ofSystem =
+          !open.empty() && isOneOf(open.back(), {"PROJCS", "PROJCRS", "PROJECTEDCRS", "AXIS"});
       if (projected && ofSystem && isOneOf(word, {"UNIT", "LENGTHUNIT"}))
         return unitOfLength(factorOfUnit(text.substr(i + 1)));
       if (!projected && isOneOf(word, {"GEOGCS", "GEOGCRS", "GEOGRAPHICCRS"})) unit = GroundUnit::degrees;

@@ -7,7 +7,9 @@
 #include "grid/storage.h"
 #include "run/accumulation.h"
 #include "run/inputs.h"
+#include "run/instruction_check.h"
 #include "run/instructions.h"
+#include "run/keywords.h"
 #include "run/output_check.h"
 
 namespace terrain {
@@ -20,7 +22,8 @@ namespace {
 /// From the instruction file to grids that are ready for the walks.
 void prepare(RunState& run, const std::optional<std::string>& instructionFile) {
   run.session.findInstructions(instructionFile);
-  readInstructions(run);
+  readInstructions(run.session, keywords(), run, run.strict,
+                   [&](bool read) { return checkInstructions(run, read); });
   if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
   run.session.openLog(run.scratchPath);
   if (run.outputName.empty()) stopRun("Output raster not specified");

@@ -5,9 +5,9 @@
 
 #include "dem/input_raster.h"
 #include "foundation/messages.h"
-#include "grid/ground_unit.h"
 #include "grid/storage.h"
 #include "grid/surface_raster.h"
+#include "run/ground_check.h"
 #include "run/keywords.h"
 #include "run/output_check.h"
 
@@ -39,27 +39,6 @@ bool printLimit(const RunState& run) {
   }
   echo(run, "SPECIFIC");
   return limited;
-}
-
-/// The walks and the surface metrics need one cell size.
-bool cellsAreSquare(const DEM_type& dem) {
-  if (!dem.DEMexists()) return true;  // reading the DEM reports it
-  if (dem.cellsize > 0 && dem.xcellsize == dem.ycellsize) return true;
-  reportError(
-      {.file = dem.file + ".hdr", .message1 = "The DEM must have square cells, with a cell size above 0"});
-  return false;
-}
-
-/// Lengths of walks and slopes are in metres.
-bool groundIsInMetres(const DEM_type& dem) {
-  if (!dem.DEMexists() || groundUnit(dem) != GroundUnit::degrees) return true;
-  Report report{
-      .file = dem.file,
-      .message1 = "The DEM is in degrees and must be in metres: gdalwarp -t_srs EPSG:<number> projects it"};
-  if (dem.projection.lines.empty())
-    report.message2 = "Where its cells are in metres, a projection file (.prj) has to say so";
-  reportError(report);
-  return false;
 }
 
 bool lengthScaleSuffices(const RunState& run) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "grid/ground_unit.h"
+#include "run/ground_check.h"
 #include "run/keywords.h"
 
 namespace terrain {
@@ -58,8 +58,7 @@ std::vector<LineWarning> checkInstructions(RunState& run, bool read) {
     if (const int32_t line = lineOfKeyword(file, one.keyword); line > 0 && one.holds(run))
       warnings.push_back({line, std::string(one.keyword).append(" has no effect: ").append(one.reason)});
   checkLimits(run.walk, warnings);
-  if (groundUnit(run.DEM) == GroundUnit::feet)
-    warnings.push_back({.text = run.DEM.file + ": the map is in feet; its cell size is taken for metres"});
+  if (const auto feet = feetWarning(run.DEM)) warnings.push_back({.text = *feet});
   std::ranges::stable_sort(warnings, {}, [](const LineWarning& warning) {
     return warning.line > 0 ? warning.line : std::numeric_limits<int32_t>::max();
   });

@@ -1,14 +1,10 @@
 #include "run/instructions.h"
 
 #include "foundation/messages.h"
-#include "run/instruction_check.h"
-#include "run/keywords.h"
 
-namespace terrain {
+namespace terrain::detail {
 
-namespace {
-
-bool reportFailure(const KeywordFailure& failure, int32_t lineNumber) {
+bool reportKeywordFailure(const KeywordFailure& failure, int32_t lineNumber) {
   Report report{.message1 = failure.message, .line = lineNumber};
   if (!failure.file.empty()) report.file = failure.file;
   if (!failure.detail.empty()) report.message2 = failure.detail;
@@ -16,16 +12,10 @@ bool reportFailure(const KeywordFailure& failure, int32_t lineNumber) {
   return true;
 }
 
-}  // namespace
-
-void readInstructions(RunState& run) {
-  const bool read =
-      readKeywords(run.session.instructions, keywords(), run, valueAfterEquals, reportFailure) == kSuccess;
-  const std::vector<LineWarning> warnings = checkInstructions(run, read);
+void endReading(const Session& session, const std::vector<LineWarning>& warnings, bool read, bool strict) {
   for (const LineWarning& warning : warnings) putWarning(describe(warning));
   if (!read) stopRun("Error reading input file");
-  if (run.strict && !warnings.empty())
-    stopRun("STRICT: the instruction file has warnings", run.session.inputName);
+  if (strict && !warnings.empty()) stopRun("STRICT: the instruction file has warnings", session.inputName);
 }
 
-}  // namespace terrain
+}  // namespace terrain::detail

@@ -1,0 +1,280 @@
+// Flow: the D-infinity angle of every cell of a flooded surface (Tarboton 1997), radians clockwise from
+// north, and the angles of flats.
+//
+// Marks on the elevations: negative is not handled yet, positive is, at the absolute elevation; 0 is no data.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <optional>
+
+#include "dem/flat.h"
+#include "dem/lattice.h"
+#include "dem/operations.h"
+#include "foundation/free_format.h"
+#include "grid/neighbours.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "FLOW called by GetFlowDirections in DEM_Module";
+constexpr std::string_view kFlatTag = "FlagFlat contained in Flow in DEM_Module";
+constexpr float kQuarter = 1.5707964F;
+constexpr float kEighth = 0.7853982F;
+
+/// The angle of a code: a multiple of pi / 4, rounded once to float32.
+[[nodiscard]] float angleOf(int32_t code) {
+  constexpr std::array<double, 9> eighths{0, 2, 1, 0, 7, 6, 5, 4, 3};  // entry 0 is not used
+  return static_cast<float>(eighths[static_cast<std::size_t>(code)] * std::numbers::pi / 4);
+}
+
+/// A triangle of a cell, a straight neighbour e1 and a diagonal one e2. The angle of a slope within it is
+/// base * pi / 2 + sign * r, with r from e1 toward e2.
+struct Facet {
+  int32_t straight, diagonal;  // codes
+  float base, sign, out;       // `out`: angle to e2, in eighths of a circle
+};
+constexpr std::array<Facet, 8> kFacets{{{3, 2, 0, 1, 1},
+                                        {1, 2, 1, -1, 1},
+                                        {1, 8, 1, 1, 3},
+                                        {7, 8, 2, -1, 3},
+                                        {7, 6, 2, 1, 5},
+                                        {5, 6, 3, -1, 5},
+                                        {5, 4, 3, 1, 7},
+                                        {3, 4, 4, -1, 7}}};
+
+/// Slope within a facet, in elevation units a cell, and its angle from the straight neighbour; 0 where the
+/// facet does not fall.
+struct Fall {
+  float slope = 0.0F;
+  float angle = 0.0F;
+};
+Fall fallOf(float e0, float e1, float e2) {
+  const Fall diagonal{.slope = (e0 - e2) / kDiagonalStep, .angle = kEighth};
+  if (e0 > e1 && e1 > e2) {
+    const float r = std::atan2(e1 - e2, e0 - e1);
+    if (r > kEighth) return diagonal;
+    return {.slope = std::sqrt((e0 - e1) * (e0 - e1) + (e1 - e2) * (e1 - e2)), .angle = r};
+  }
+  if (e0 > e1) return {.slope = e0 - e1, .angle = 0.0F};
+  if (e0 > e2) return diagonal;
+  return {};
+}
+
+template <class Lattice>
+class Flowing {
+ public:
+  using At = typename Lattice::At;
+
+  explicit Flowing(DEM_type& dem) : dem_(dem), lattice_(dem.elev), flat_(lattice_) {}
+
+  [[nodiscard]] bool open() {
+    return elev_.load(dem_.elev, 0.0F, kTag) && aspect_.load(dem_.aspect, kNodata, kTag);
+  }
+
+  int run() {
+    const float noAspect = dem_.aspect.nodataValue();
+    for (int32_t row = 1; row <= dem_.elev.rows(); ++row) {
+      for (int32_t col = 1; col <= dem_.elev.cols(); ++col) {
+        const At at = lattice_.at(col, row);
+        const float elevation = elev_.get(at);
+        if (elevation == 0.0F)
+          aspect_.set(at, noAspect);
+        else if (elevation < 0.0F && aspect_.get(at) < 0.0F && !handle(at))
+          return kFailure;
+      }
+    }
+    elev_.store(dem_.elev);
+    aspect_.store(dem_.aspect);
+    putMessage("Flow directions defined");
+    putMessage("  Flats drained: ", flats_);
+    putMessage(std::string(63, '='));
+    return undefined_ ? kFailure : kSuccess;
+  }
+
+ private:
+  [[nodiscard]] float level(At at) const { return std::abs(elev_.get(at)); }
+  [[nodiscard]] bool isLevel(At at, float level0) const { return std::abs(level(at) - level0) < kLevel; }
+  [[nodiscard]] float lowestNeighbour(At at) const {
+    float least = std::numeric_limits<float>::max();
+    for (int32_t code = 1; code <= kDirections; ++code)
+      least = std::min(least, level(lattice_.step(at, code)));
+    return least;
+  }
+  [[nodiscard]] int32_t edgeOf(At at) const { return edgeDirection(lattice_, elev_, at); }
+  /// True if the neighbour in this direction pours into the cell. Its angle must be at least 0.
+  [[nodiscard]] bool poursHere(float angle, int32_t code) const {
+    return FlowProportion(angle, code) > 0.0F;  // number k of a share is the opposite of code k
+  }
+
+  bool handle(At at) {
+    const float here = level(at);
+    const float least = lowestNeighbour(at);
+    if (std::abs(least - here) < kLevel || here < least) {
+      if (const int32_t edge = edgeOf(at)) aspect_.set(at, angleOf(edge));
+      ++flats_;
+      return directFlat(at);
+    }
+    aspect_.set(at, angle(at));
+    elev_.set(at, here);
+    return true;
+  }
+
+  /// The angle of a cell that is no flat. A cell beside no data flows out.
+  [[nodiscard]] float angle(At at) {
+    const float here = level(at);
+    const Facet* best = nullptr;
+    const Facet* outward = nullptr;
+    Fall steepest;
+    for (const Facet& facet : kFacets) {
+      const float e1 = level(lattice_.step(at, facet.straight));
+      const float e2 = level(lattice_.step(at, facet.diagonal));
+      if (e1 == 0.0F) return facet.base * kQuarter;
+      if (e2 == 0.0F) {
+        outward = &facet;
+        continue;
+      }
+      const Fall fall = fallOf(here, e1, e2);
+      if (!(fall.slope > steepest.slope)) continue;
+      steepest = fall;
+      best = &facet;
+    }
+    if (outward != nullptr) return outward->out * kEighth;
+    if (best != nullptr) return best->base * kQuarter + best->sign * steepest.angle;
+    fail("angle1 in DEM_Module", " Undefined flow direction");
+    undefined_ = true;
+    return kNodata;
+  }
+
+  // ---- flats ----
+
+  /// Gives the cells of a flat their angles. False, reported, if there is no memory.
+  bool directFlat(At start) {
+    const float stored = elev_.get(start);
+    const float level0 = std::abs(stored);
+    elev_.set(start, level0);
+    const bool walked = flat_.collect(start, [&](At at) {
+      const float elevation = elev_.get(at);
+      if (!(aspect_.get(at) < 0.0F) || elevation == 0.0F || !(std::abs(elevation - stored) < kLevel))
+        return false;
+      elev_.set(at, -elevation);
+      return true;
+    });
+    if (!walked) {
+      fail(kFlatTag, "holdEdge in flagFlat");
+      return false;
+    }
+    if (flat_.cells().size() == 1) {
+      directOneCell(start, level0);
+      return true;
+    }
+    if (!flat_.rank([&](At at) { return rimOf(at, level0); })) {
+      cannotAllocate(kFlatTag, "cells of a flat");
+      return false;
+    }
+    for (std::size_t i = 0; i < flat_.cells().size(); ++i) directCell(i, level0);
+    return true;
+  }
+
+  void directOneCell(At at, float level0) {
+    for (int32_t code = 1; code <= kDirections; ++code) {
+      const At there = lattice_.step(at, code);
+      const float flow = aspect_.get(there);
+      if (!isLevel(there, level0) || !(flow >= 0.0F) || poursHere(flow, code)) continue;
+      aspect_.set(at, angleOf(code));
+      return;
+    }
+    fail(kFlatTag, "Cannot drain one-cell flat");
+  }
+
+  [[nodiscard]] Rim rimOf(At at, float level0) const {
+    const float least = lowestNeighbour(at);
+    if (!(std::abs(least - level0) < kLevel) && level0 > least) return Rim::outlet;
+    if (!(std::abs(least - level0) < kLevel)) {
+      putMessage("what is going on");
+      return Rim::none;
+    }
+    bool pouredInto = false;
+    float most = 0.0F;
+    for (int32_t code = 1; code <= kDirections; ++code) {
+      const At there = lattice_.step(at, code);
+      const float flow = aspect_.get(there);
+      most = std::max(most, level(there));
+      if (!(flow >= 0.0F)) continue;
+      const bool pours = poursHere(flow, code);
+      if (isLevel(there, level0) && !pours) return Rim::outlet;
+      pouredInto = pouredInto || pours;
+    }
+    return !(std::abs(least - most) < kLevel) || pouredInto ? Rim::high : Rim::none;
+  }
+
+  /// An outlet goes to a neighbour outside the flat: to a level one that flows already, else down the
+  /// gentlest drop. Any other cell follows the ranks.
+  void directCell(std::size_t i, float level0) {
+    const At at = flat_.cells()[i];
+    const bool isOutlet = flat_.rankOf(i) < 1;
+    const int32_t code = isOutlet ? wayOut(at, level0) : flat_.steepest(i);
+    if (code > 0) {
+      aspect_.set(at, angleOf(code));
+    } else if (isOutlet) {
+      fail(kFlatTag, "Cannot drain flat");
+    } else {
+      reportUndrained(kFlatTag, dem_.elev, lattice_.place(at));
+    }
+  }
+
+  [[nodiscard]] int32_t wayOut(At at, float level0) const {
+    float best = std::numeric_limits<float>::lowest();
+    int32_t way = 0;
+    for (int32_t code = 1; code <= kDirections; ++code) {
+      const At there = lattice_.step(at, code);
+      if (flat_.contains(there)) continue;
+      if (isLevel(there, level0)) {
+        if (best < 0.0F && aspect_.get(there) >= 0.0F) {
+          best = 0.0F;
+          way = code;
+        }
+      } else if (level0 > level(there)) {
+        const float drop = (level(there) - level0) / stepLength(code);
+        if (drop > best) {
+          best = drop;
+          way = code;
+        }
+      }
+    }
+    return way;
+  }
+
+  DEM_type& dem_;
+  Lattice lattice_;
+  typename Lattice::template Cells<float> elev_, aspect_;
+  Flat<Lattice> flat_;
+  int64_t flats_ = 0;
+  bool undefined_ = false;
+};
+
+template <class Lattice>
+std::optional<int> flowOver(DEM_type& dem) {
+  Flowing<Lattice> flowing(dem);
+  if (!flowing.open()) return std::nullopt;
+  return flowing.run();
+}
+
+}  // namespace
+
+int flow(DEM_type& dem) {
+  Attempt attempt{dem.status};
+  if (!dem.elev.GridExists() || !dem.aspect.GridExists() || !SameGridGeometry(dem.elev, dem.aspect))
+    return fail(kTag, "There is no grid of elevations, or none of aspects of its extent");
+  if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
+  putMessage(" Defining flow directions");
+  std::optional<int> result = flowOver<Bordered>(dem);
+  if (!result) result = flowOver<InPlace>(dem);
+  if (!result) return fail(kTag, "DEM%elev%setCellAccess failed");
+  return attempt.end(*result);
+}
+
+}  // namespace terrain

@@ -1,0 +1,27 @@
+#pragma once
+// From raw elevations to a surface on which every cell drains, with a flow angle in every cell.
+
+#include <optional>
+#include <string>
+
+#include "dem/dem.h"
+
+namespace terrain {
+
+/// Brings the elevations into the form that `FlowDirection` works on: nodata is 0 and all data is positive.
+/// What is subtracted, in metres, becomes `DEM%elevShift`, and leaves room for digging: 5 `dig` + 1 + the
+/// cell size times `maxSlope` above 0. Cells of nodata, and NaN, become 0. 0, or -1 with a report; so for a
+/// grid without data.
+int shiftElevations(DEM_type& dem, double dig = 2.0, double maxSlope = 0.0);
+/// The way back: nodata becomes `DEM%elevNodata`, and `DEM%elevShift` is added, both to 0 of it afterwards.
+int restoreElevations(DEM_type& dem);
+
+/// Breaches closed depressions (`Flood`) and gives every cell its angle (`Flow`), in the new grid `aspect`.
+/// The elevations must be in the working form and are rounded to millimetres first; afterwards they are the
+/// conditioned surface, in that form still. With a file name that surface is written as a raster, with the
+/// nodata and the heights that it had before they were shifted. Needs plan curvature (`GetPlan`, or a grid
+/// in `plan`). 0, or -1 with a report.
+int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile = std::nullopt,
+                  const VersionStamp* stamp = nullptr);
+
+}  // namespace terrain

@@ -1,0 +1,118 @@
+#include "run/drainage.h"
+
+#include "dem/flow_accumulation.h"
+#include "dem/flow_direction.h"
+#include "dem/operations.h"
+#include "foundation/messages.h"
+#include "foundation/platform.h"
+#include "grid/float_raster.h"
+#include "grid/rows.h"
+#include "grid/storage.h"
+#include "run/ground_check.h"
+#include "run/instructions.h"
+#include "run/output_check.h"
+
+namespace terrain {
+
+const ProgramIdentity kDrainageProgram{
+    .name = "Ostrevanmoor-drainage", .compileDate = "January 8, 2023", .version = OSTREVANMOOR_VERSION};
+
+namespace {
+
+std::vector<LineWarning> warningsOf(DrainageRun& run) {
+  return checkKeywordLines(run.session.instructions, textsOf(drainageKeywords()), valueAfterEquals);
+}
+
+RunFiles filesOf(const DrainageRun& run) {
+  RunFiles files{
+      .instructions = run.session.inputName, .inputs = {run.DEM.file}, .bytes = rasterBytes(run.DEM)};
+  for (const std::string* name : {&run.surfaceName, &run.angleName, &run.codeName, &run.areaName})
+    if (!name->empty()) files.outputs.push_back(*name);
+  return files;
+}
+
+/// From the instruction file to a DEM whose header is known and whose outputs can be written.
+RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instructionFile) {
+  run.session.findInstructions(instructionFile);
+  readInstructions(run.session, drainageKeywords(), run, run.strict, [&](bool) { return warningsOf(run); });
+  if (resolveParameters(run.DEM, "Input file", run.session.inputName) != kSuccess)
+    stopRun("Error finding DEM");
+  if (const auto feet = feetWarning(run.DEM)) {
+    putWarning(*feet);
+    if (run.strict) stopRun("STRICT: the DEM gives cause for a warning", run.DEM.file);
+  }
+  if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
+  run.session.openLog(run.scratchPath);
+  RunFiles files = filesOf(run);
+  if (files.outputs.empty()) stopRun("Output raster not specified");
+  checkOutputs(files);
+  run.session.instructions.Close();
+  return files;
+}
+
+/// The elevations, and plan curvature on the raw surface where it is not read.
+void loadSurface(DrainageRun& run) {
+  DEM_type& dem = run.DEM;
+  const bool metres = groundIsInMetres(dem);
+  if (!(cellsAreSquare(dem) && metres)) stopRun("Error with inputs");
+  putMessage("Reading DEM");
+  if (dem.GetElev() != kSuccess) stopRun("ReadElev failed");
+  if (run.curvatureLength > 0) {
+    putMessage("Filling plan curvature raster");
+    putMessage("  Length scale (m) = ", run.curvatureLength);
+    const double named = dem.len_scale;
+    dem.SetLengthScale(run.curvatureLength);
+    dem.plan = dem.GetPlanCurvature();
+    dem.SetLengthScale(named);
+    if (dem.plan.status != kSuccess) stopRun("Error filling plan curvature raster");
+  } else if (dem.GetPlan() != kSuccess) {
+    stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
+  }
+  if (shiftElevations(dem) != kSuccess) stopRun("Error with inputs");
+}
+
+/// Contributing cells, with nodata where there is no land.
+int computeArea(DEM_type& dem) {
+  if (accumulator(dem, {.DA = &dem.DA}) != kSuccess) return kFailure;
+  return RowPass{changing(dem.DA), reading(dem.elev)}.run(
+      "accumulator", [](int32_t, std::span<float> areas, std::span<const float> elevations) {
+        for (std::size_t i = 0; i < areas.size(); ++i)
+          if (elevations[i] == 0.0F) areas[i] = kNodata;
+      });
+}
+
+void stopUnlessWritten(int status, const std::string& name) {
+  if (status != kSuccess) stopRun("Error writing output raster", name + ".flt");
+}
+
+}  // namespace
+
+bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instructionFile) {
+  run.session.start(kDrainageProgram);
+  const RunFiles files = prepare(run, instructionFile);
+  const double startedAt =
+      platform::cpuSeconds();  // the reading of instructions is not part of the reported time
+  loadSurface(run);
+  DEM_type& dem = run.DEM;
+  const VersionStamp* const stamp = &run.session.programInfo;
+  const auto surface =
+      run.surfaceName.empty() ? std::nullopt : std::optional<std::string_view>(run.surfaceName);
+  if (FlowDirection(dem, surface, stamp) != kSuccess) stopRun("Error calculating flow directions");
+  if (!run.angleName.empty()) stopUnlessWritten(dem.aspect.WritefltR4(run.angleName, stamp), run.angleName);
+  if (!run.codeName.empty()) {
+    if (dem.CalcD8() != kSuccess) stopRun("CalcD8 failed");
+    stopUnlessWritten(dem.D8.WritefltI4(run.codeName, stamp), run.codeName);
+    dem.DestroyGrid("D8");
+  }
+  if (!run.areaName.empty()) {
+    putMessage("Accumulating");
+    if (computeArea(dem) != kSuccess) stopRun("Error calculating accumulation");
+    stopUnlessWritten(dem.DA.WritefltR4(run.areaName, stamp), run.areaName);
+  }
+  for (std::size_t i = 0; i + 1 < files.outputs.size(); ++i) run.session.copyLog(files.outputs[i]);
+  run.session.finish(files.outputs.back(), startedAt);
+  for (R4Grid_type* grid : {&dem.elev, &dem.plan, &dem.aspect, &dem.DA}) grid->releaseStorage();
+  return true;
+}
+
+}  // namespace terrain

@@ -1,0 +1,38 @@
+#pragma once
+// The drainage program: from raw elevations to a surface on which every cell drains, its flow directions and
+// contributing areas.
+
+#include <optional>
+#include <span>
+#include <string>
+
+#include "dem/dem.h"
+#include "foundation/keywords.h"
+#include "run/session.h"
+
+namespace terrain {
+
+struct DrainageRun {
+  double curvatureLength = 0;  ///< length scale of plan curvature, metres; 0: it is read
+  std::string scratchPath{};   ///< ends in a separator
+  bool strict = false;         ///< warnings about the instruction file stop the run
+  /// Rasters to write, without extension; a blank one is not written.
+  std::string surfaceName{}, angleName{}, codeName{}, areaName{};
+
+  Session session{};
+  DEM_type DEM{};
+};
+
+/// The program that makes these runs.
+extern const ProgramIdentity kDrainageProgram;
+
+[[nodiscard]] std::span<const Keyword<DrainageRun>> drainageKeywords();
+/// The keywords with unit, default and meaning: the help text and the section of the manual page.
+[[nodiscard]] std::string drainageKeywordHelp();
+[[nodiscard]] std::string drainageKeywordManual();
+
+/// Carries out the run that the instruction file describes. True if all its rasters were written; a failure
+/// that stops the run ends the process with exit status 1.
+[[nodiscard]] bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instructionFile);
+
+}  // namespace terrain

@@ -1,0 +1,124 @@
+// Whole runs of the drainage program: exit status, files and messages.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "dem/flow_accumulation.h"
+#include "dem/flow_direction.h"
+#include "grid/float_raster.h"
+#include "run/drainage.h"
+#include "support/grids.h"
+#include "support/tools.h"
+
+namespace terrain::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DrainageProgram : public ::testing::Test {
+ protected:
+  DrainageProgram() {
+    fs::create_directories(at("s"));
+    R4Grid_type dem = noiseDem(60, 45, {.seed = 5, .lakes = 1, .roughness = 40});
+    EXPECT_EQ(dem.WritefltR4(at("elev_site")), 0);
+  }
+  std::string at(const std::string& name) { return scratch_.path() + name; }
+  Outcome run(const std::string& instructions) {
+    writeBytes(at("in.txt"), instructions);
+    return shell("cd '" + scratch_.path() + "' && " + TERRAIN_DRAINAGE_PROGRAM + " in.txt");
+  }
+  std::string raster(const std::string& name) { return readBytes(at(name + ".flt")); }
+
+  ConsoleCapture console_;
+  ScratchDir scratch_;
+};
+
+constexpr std::string_view kOutputs =
+    "SCRATCH DIRECTORY: s\nOUTPUT CONDITIONED DEM: cond\nOUTPUT FLOW ANGLE RASTER: ang.flt\n"
+    "OUTPUT D8 RASTER: d8\nOUTPUT DRAINAGE AREA RASTER: area\n";
+
+TEST_F(DrainageProgram, WritesTheRastersOfTheLibraryAndALogBesideEach) {
+  const Outcome done = run("DEM: elev_site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\n" + std::string(kOutputs));
+  ASSERT_EQ(done.status, 0) << done.text;
+  EXPECT_TRUE(fs::is_empty(at("s")));
+  DEM_type dem;
+  dem.file = at("elev_site");
+  dem.len_scale = 25;
+  ASSERT_EQ(dem.ResolveDEM(), 0);
+  ASSERT_EQ(dem.GetElev(), 0);
+  const std::vector<float> raw = cellsOf(dem.elev);
+  dem.plan = dem.GetPlanCurvature();
+  ASSERT_EQ(shiftElevations(dem), 0);
+  ASSERT_EQ(FlowDirection(dem), 0);
+  ASSERT_EQ(dem.CalcD8(), 0);
+  ASSERT_EQ(accumulator(dem, {.DA = &dem.DA}), 0);
+  R4Grid_type read;
+  const auto cellsIn = [&](const std::string& name) {
+    EXPECT_EQ(ReadGrid(read, at(name)), 0);
+    EXPECT_TRUE(platform::fileExists(at(name + ".log"))) << name;
+    EXPECT_EQ(read.nodata, kNodata);
+    return cellsOf(read);
+  };
+  EXPECT_EQ(cellsIn("ang"), cellsOf(dem.aspect));
+  const std::vector<float> codes = cellsIn("d8");
+  const std::vector<float> areas = cellsIn("area");
+  const std::vector<float> surface = cellsIn("cond");
+  const std::vector<float> expected = cellsOf(dem.DA);
+  for (std::size_t i = 0; i < raw.size(); ++i) {
+    const bool land = raw[i] != kNodata;
+    EXPECT_EQ(areas[i], land ? expected[i] : kNodata);
+    EXPECT_EQ(codes[i], static_cast<float>(cellsOf(dem.D8)[i]));
+    if (!land) {
+      EXPECT_EQ(surface[i], kNodata);
+    } else {
+      EXPECT_LT(surface[i], raw[i] + 45);
+    }
+  }
+  // The surface is drained: a run on it carves nothing. The DEM is found by path and identifier as well.
+  fs::rename(at("cond.flt"), at("elev_cond.flt"));
+  fs::rename(at("cond.hdr"), at("elev_cond.hdr"));
+  const Outcome again =
+      run("PATH: .\nDEM ID: cond\nCURVATURE LENGTH SCALE: 25\nOUTPUT D8 RASTER: again\nSCRATCH DIRECTORY: s\n");
+  EXPECT_EQ(again.status, 0) << again.text;
+  EXPECT_NE(again.text.find("Drainage passages carved: 0"), std::string::npos) << again.text;
+}
+
+TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
+  const std::string outputs(kOutputs);
+  const std::string dem = "DEM: elev_site\n";
+  const std::string scale = "CURVATURE LENGTH SCALE: 25\n";
+  for (const auto& [instructions, text] : {
+           std::pair<std::string, std::string>{outputs + scale, "Error finding DEM"},
+           {"DEM: nothing\n" + outputs + scale, "Error finding DEM"},
+           {dem + scale + "SCRATCH DIRECTORY: s\n", "Output raster not specified"},
+           {dem + outputs, "Plan curvature file not found: CURVATURE LENGTH SCALE computes it"},
+           {dem + outputs + "CURVATURE LENGTH SCALE: -1\n", "Error reading CURVATURE LENGTH SCALE"},
+           {dem + scale + outputs + "OUTPUT CONDITIONED DEM: ./elev_site\n",
+            "Output raster would replace an input raster"},
+           {dem + scale + outputs + "OUTPUT D8 RASTER: area\n", "Output raster would replace"},
+           {dem + scale + outputs + "OUTPUT D9 RASTER: x\nSTRICT:\n", "did you mean OUTPUT D8 RASTER?"},
+           {dem + scale + outputs + "OUTPUT D8 RASTER: none/x\n", "Directory of the output raster does not exist"},
+       }) {
+    const Outcome failed = run(instructions);
+    EXPECT_EQ(failed.status, 1) << instructions;
+    EXPECT_NE(failed.text.find(text), std::string::npos) << text << '\n' << failed.text;
+    EXPECT_NE(failed.text.find("PROGRAM ABORTED"), std::string::npos);
+    EXPECT_FALSE(platform::fileExists(at("area.flt")));
+  }
+}
+
+TEST_F(DrainageProgram, ShowsItsKeywords) {
+  const Outcome help = shell(std::string(TERRAIN_DRAINAGE_PROGRAM) + " --help");
+  EXPECT_EQ(help.status, 0);
+  for (const auto& row : drainageKeywords())
+    EXPECT_NE(help.text.find("  " + std::string(nameOfKeyword(row.words)) + ':'), std::string::npos);
+  EXPECT_NE(readBytes(TERRAIN_SOURCE_DIR "/docs/ostrevanmoor-drainage.1.in")
+                .find(".SH KEYWORDS\n" + drainageKeywordManual() + ".SH"),
+            std::string::npos)
+      << drainageKeywordManual();
+}
+
+}  // namespace
+}  // namespace terrain::test
