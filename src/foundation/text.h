@@ -61,4 +61,21 @@ class FixedText {
   std::array<char, N> field_;
 };
 
+/// The same for long fields: memory follows the text, since most are short and there may be many.
+template <std::size_t N>
+requires(N > 64) class FixedText<N> {
+ public:
+  FixedText() = default;
+  FixedText(std::string_view text)
+      : text_(terrain::trimmed(cut(text, N))) {}                      // NOLINT(google-explicit-constructor)
+  FixedText(const char* text) : FixedText(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+
+  [[nodiscard]] std::string_view trimmed() const { return text_; }
+  [[nodiscard]] bool blank() const { return text_.empty(); }
+  friend bool operator==(const FixedText& a, std::string_view b) { return a.text_ == terrain::trimmed(b); }
+
+ private:
+  std::string text_;
+};
+
 }  // namespace terrain

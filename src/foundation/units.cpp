@@ -4,6 +4,7 @@
 #include <cstring>
 #include <exception>
 #include <new>
+#include <utility>
 
 #include "foundation/memory.h"
 #include "foundation/text.h"
@@ -41,25 +42,26 @@ bool TextFile::fill() {
 bool TextFile::readLine(std::string& line, std::size_t limit) {
   line.clear();
   flush();
-  bool any = false;
   // Characters beyond the limit are skipped in pieces, so that a line without an end needs no memory.
   const auto append = [&](std::string_view piece) {
     if (line.size() < limit) line.append(cut(piece, limit - line.size()));
   };
-  bool endedWithReturn = false;
-  while (true) {
-    if (at_ == in_.size() && !fill()) break;
-    const std::string_view rest = asText(std::span(in_).subspan(at_));
+  bool any = false;
+  while (at_ < in_.size() || fill()) {
+    std::string_view rest = asText(std::span(in_).subspan(at_));
     if (rest.empty()) continue;  // the file so far was its byte order mark
+    if (std::exchange(afterReturn_, false) && rest.front() == '\n') {
+      ++at_;
+      continue;
+    }
     any = true;
-    const std::size_t end = rest.find('\n');
-    std::string_view piece = rest.substr(0, end);
-    at_ += piece.size() + (end == std::string_view::npos ? 0 : 1);
-    if (endedWithReturn && !piece.empty()) append("\r");
-    if (!piece.empty()) endedWithReturn = piece.back() == '\r';
-    if (endedWithReturn && !piece.empty()) piece.remove_suffix(1);
+    rest = rest.substr(0, rest.find('\n'));
+    const std::string_view piece = rest.substr(0, rest.find('\r'));
     append(piece);
-    if (end != std::string_view::npos) return true;
+    at_ += piece.size();
+    if (at_ == in_.size()) continue;
+    afterReturn_ = in_[at_++] == std::byte{'\r'};
+    return true;
   }
   return any;
 }
@@ -88,6 +90,7 @@ void TextFile::rewind() {
   at_ = 0;
   readOffset_ = 0;
   atStart_ = true;
+  afterReturn_ = false;
 }
 
 // ---- direct-access files ----

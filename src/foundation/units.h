@@ -17,7 +17,7 @@ namespace terrain {
 
 inline constexpr int32_t kFirstUnit = 11;
 
-/// A sequential file of lines. Lines end in LF or CR LF; a UTF-8 byte order mark at the start of
+/// A sequential file of lines. Lines end in LF, CR LF or CR; a UTF-8 byte order mark at the start of
 /// the file is no part of the first line. Written lines end in LF.
 class TextFile {
  public:
@@ -51,7 +51,8 @@ class TextFile {
   std::size_t at_ = 0;
   std::uint64_t readOffset_ = 0;
   bool atStart_ = true;
-  std::string out_;  // bytes not yet written; they belong at the end of the file
+  bool afterReturn_ = false;  // the last line ended in CR: a LF now belongs to its end
+  std::string out_;           // bytes not yet written; they belong at the end of the file
   IoCode fault_ = kIoOk;
 };
 

@@ -2,6 +2,7 @@
 // records, then for the values, so that no more than one line is in memory.
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <vector>
 
@@ -99,24 +100,54 @@ int readHeading(Lines& lines, Heading& heading) {
   return kSuccess;
 }
 
+/// Lines of one fault: one log line for all of them.
+struct FaultyLines {
+  int64_t count = 0;
+  int64_t first = 0;
+
+  void add(int64_t line) {
+    if (++count == 1) first = line;
+  }
+  void log(std::string_view what) const {
+    if (count == 0) return;
+    std::string text = std::string("WARNING ").append(what).append(", line ").append(freeText(first));
+    if (count > 1) text.append(" (the first of ").append(freeText(count)).append(" lines)");
+    putMessage(text);
+  }
+};
+
+/// Lines that do not have the fields of the heading say nothing about the columns. Blank cells beyond the
+/// heading's, as a delimiter at the end of a line makes one, do not count.
 int surveyColumns(Lines& lines, Heading& heading) {
   const std::size_t numFields = heading.names.size();
   std::vector<std::string_view> values(numFields);
   heading.columns.resize(numFields);
+  FaultyLines shortLines;
+  FaultyLines longLines;
   while (lines.next()) {
     ++heading.numRecords;
     DelimitedLine cells = lines.cells();
     std::size_t count = 0;
+    bool beyond = false;
     for (std::string_view cell; cells.next(cell); ++count)
-      if (count < numFields) values[count] = cell;
-    if (count != numFields) {
-      putMessage("WARNING Missing fields, line", lines.number());
-      continue;
-    }
-    for (std::size_t f = 0; f < numFields; ++f) heading.columns[f].note(values[f]);
+      if (count < numFields)
+        values[count] = cell;
+      else
+        beyond = beyond || !cell.empty();
+    if (count < numFields)
+      shortLines.add(lines.number());
+    else if (beyond)
+      longLines.add(lines.number());
+    else
+      for (std::size_t f = 0; f < numFields; ++f) heading.columns[f].note(values[f]);
   }
-  if (lines.fault() == kSuccess) return kSuccess;
-  return failFile(lines.path(), "NewInputFile%findFormats failed for " + std::string(lines.path()));
+  if (lines.fault() != kSuccess)
+    return failFile(lines.path(), "NewInputFile%findFormats failed for " + std::string(lines.path()));
+  shortLines.log("Missing fields");
+  longLines.log("Fields beyond those of the header line");
+  if (heading.numRecords > 0 && shortLines.count + longLines.count == heading.numRecords)
+    return failFile(lines.path(), "No line has the fields of the header line");
+  return kSuccess;
 }
 
 // ---- the table's columns ----
@@ -144,8 +175,9 @@ int addColumns(DataTableType& table, const Lines& lines, const Heading& heading,
   std::vector<AttributeType> list;
   std::vector<std::size_t> sources;  // the cell of each column
   for (std::size_t f = 0; f < numFields; ++f) {
-    const ColumnFormat format = heading.columns[f].format();
-    if (kindOf(format.dataType) == FieldKind::unknown) {  // the table has no such column
+    ColumnFormat format = heading.columns[f].format();
+    if (heading.numRecords == 0) format = {.length = 1, .dataType = "C "};  // a file of headings keeps them
+    if (kindOf(format.dataType) == FieldKind::unknown) {                    // the table has no such column
       fail(kAddTag, "Unknown data type " + std::string(format.dataType));
       continue;
     }
@@ -181,11 +213,11 @@ Stored store(std::string_view text, TextColumn& column, std::size_t record, Targ
   if (text.size() > kTextLength) ++target.cutTexts;
   return column.set(record, text) ? Stored::yes : Stored::noMemory;
 }
-/// A blank cell leaves the nodata with which the column was filled.
+/// A blank cell, or NaN, leaves the nodata with which the column was filled.
 template <class T>
 Stored store(std::string_view text, std::vector<T>& column, std::size_t record, Target& /*target*/) {
   text = leftAdjusted(trimmedField(text));  // as when the type was inferred
-  if (text.empty()) return Stored::yes;
+  if (text.empty() || isMissingNumber(text)) return Stored::yes;
   return isDelimitedNumber(text) && parseNumber(text, column[record]) ? Stored::yes : Stored::unreadable;
 }
 
@@ -230,6 +262,19 @@ int readRecords(Lines& lines, std::span<Target> targets, int64_t numRecords) {
 
 // ---- files ----
 
+/// True if the file begins with a byte order mark of UTF-16, or, as such text without a mark does, with a NUL
+/// in every other place.
+bool isUtf16(platform::File& file) {
+  std::array<std::byte, 64> start{};
+  std::size_t got = 0;
+  if (file.readAt(0, start, got) != kIoOk || got < 2) return false;
+  const auto at = [&](std::size_t i) { return std::to_integer<unsigned>(start[i]); };
+  if ((at(0) == 0xFF && at(1) == 0xFE) || (at(0) == 0xFE && at(1) == 0xFF)) return true;
+  std::array<std::size_t, 2> nuls{};
+  for (std::size_t i = 0; i < got; ++i) nuls[i % 2] += at(i) == 0 ? 1U : 0U;
+  return got >= 4 && std::max(nuls[0], nuls[1]) >= got / 2 && std::min(nuls[0], nuls[1]) == 0;
+}
+
 /// Opens the file as `unit`. False, after a report, if that fails or the file is empty.
 bool openFile(std::string_view path, int32_t unit) {
   if (!platform::fileExists(path) && !platform::isDirectory(path)) {
@@ -240,8 +285,12 @@ bool openFile(std::string_view path, int32_t unit) {
     putMessage("ERROR NewInputFile, Cannot open " + std::string(path));
     return false;
   }
-  if (units().text(unit)->file().size() > 0) return true;
-  reportError({.routine = kOpenTag, .file = path, .message1 = "Input file is empty"});
+  if (units().text(unit)->file().size() == 0) {
+    reportError({.routine = kOpenTag, .file = path, .message1 = "Input file is empty"});
+    return false;
+  }
+  if (!isUtf16(units().text(unit)->file())) return true;
+  reportError({.routine = kOpenTag, .file = path, .message1 = "The file is UTF-16 text: save it as UTF-8"});
   return false;
 }
 

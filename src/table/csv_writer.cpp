@@ -1,14 +1,15 @@
 // A table written as delimited text: every line begins with one blank, as all free-format lines do.
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <type_traits>
 #include <vector>
 
-#include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
 #include "foundation/messages.h"
+#include "foundation/replacement.h"
 #include "foundation/sorting.h"
 #include "foundation/status.h"
 #include "foundation/units.h"
@@ -21,13 +22,11 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kTag = "WriteCSV in DataTableModule";
-constexpr std::size_t kFieldRoom = kValueWidth + 1;  // of a record's length; a value and its delimiter
 
 struct Column {
   const FieldContent* content;
   std::string name;         ///< in the heading
   int64_t lost = 0;         ///< values for which there is no number
-  int64_t substituted = 0;  ///< values too large for the work field
   int64_t joinedLines = 0;  ///< texts of several lines
 };
 
@@ -69,25 +68,18 @@ class RecordLine {
   RecordLine(std::span<Column> columns, std::optional<int32_t> nodataOut)
       : columns_(columns), nodataOut_(nodataOut) {}
 
-  /// The line of `record` (from 1), without the blank before it. The report names `path`.
-  int make(int64_t record, std::string_view path) {
+  /// The line of `record` (from 1), without the blank before it.
+  std::string_view make(int64_t record) {
     line_.clear();
     for (std::size_t c = 0; c < columns_.size(); ++c) {
       Column& column = columns_[c];
       visitColumn(*column.content, [&](const auto& values) {
         append(values[static_cast<std::size_t>(record) - 1], column, c == 0);
       });
-      if (line_.size() > columns_.size() * kFieldRoom)
-        return reportError({.routine = kTag,
-                            .code = kOwnWords,
-                            .file = path,
-                            .message1 = "Record exceeded RecordLength",
-                            .message2 = "Record " + freeText(record) + ", field " + column.name});
       if (c + 1 < columns_.size()) line_ += ',';
     }
-    return kSuccess;
+    return line_;
   }
-  [[nodiscard]] std::string_view text() const { return line_; }
 
  private:
   void append(std::string_view text, Column& column, bool first) {
@@ -112,20 +104,16 @@ class RecordLine {
       return;
     }
     if constexpr (std::is_integral_v<T>)
-      text_.set(value);
+      line_ += freeText(value);
+    else if (std::isfinite(value))
+      line_ += text_.set(value, column.content->decimals);
     else
-      text_.set(value, column.content->decimals);
-    if (!text_.isNumber()) {  // their words would turn the column into text: blank is a missing number
-      ++column.lost;
-      return;
-    }
-    if (text_.substituted()) ++column.substituted;
-    line_ += text_.text();
+      ++column.lost;  // a blank is a missing number
   }
 
   std::span<Column> columns_;
   std::optional<int32_t> nodataOut_;
-  ValueText text_;
+  ExactText text_;
   std::string line_;
 };
 
@@ -146,8 +134,8 @@ void writeHeading(TextFile& file, std::span<const Column> columns) {
   writeLine(file, line, columns.size());
 }
 
-int writeRecords(DataTableType& table, TextFile& file, std::span<const int32_t> recOrder,
-                 std::span<Column> columns, const CsvWriteOptions& options) {
+void writeRecords(DataTableType& table, TextFile& file, std::span<const int32_t> recOrder,
+                  std::span<Column> columns, const CsvWriteOptions& options) {
   const bool flagged = options.isFlag && table.hasRecordFlags();
   RecordLine line(columns, options.nodataOut);
   for (int64_t place = 1; place <= table.numRecords && file.fault() == kIoOk; ++place) {
@@ -156,10 +144,8 @@ int writeRecords(DataTableType& table, TextFile& file, std::span<const int32_t> 
       const bool* const flag = table.recordFlag(record);
       if (flag == nullptr || !*flag) continue;
     }
-    if (line.make(record, file.name()) != kSuccess) return kFailure;
-    writeLine(file, line.text(), columns.size());
+    writeLine(file, line.make(record), columns.size());
   }
-  return kSuccess;
 }
 
 void logLosses(std::span<const Column> columns) {
@@ -168,7 +154,6 @@ void logLosses(std::span<const Column> columns) {
       if (count > 0) putMessage("Values of " + column.name + std::string(what), count);
     };
     log(" that are no numbers, written as missing: ", column.lost);
-    log(" beyond 25 characters, written as -9999: ", column.substituted);
     log(" whose line ends are written as blanks: ", column.joinedLines);
   }
 }
@@ -184,15 +169,14 @@ int DataTableType::WriteCSV(std::string_view path, const CsvWriteOptions& option
 
   std::string name(trimmed(path));
   if (!name.ends_with(".csv")) name += ".csv";
-  const int32_t unit = freeUnit();
-  const UnitGuard guard(unit);
-  if (units().openText(unit, name, platform::Open::replace) != kIoOk)
+  Replacement file;
+  if (file.open(name) != kIoOk)
     return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
-  writeHeading(*units().text(unit), columns);
-  const int written = writeRecords(*this, *units().text(unit), recOrder, columns, options);
-  if (units().close(unit) != kIoOk) return reportError({.routine = kTag, .code = kWriteError, .file = name});
+  writeHeading(file.text(), columns);
+  writeRecords(*this, file.text(), recOrder, columns, options);
+  if (file.commit() != kIoOk) return reportError({.routine = kTag, .code = kWriteError, .file = name});
   logLosses(columns);
-  return attempt.end(written);
+  return attempt.succeed();
 }
 
 }  // namespace terrain

@@ -34,7 +34,7 @@ int32_t numberWhere(const auto& list, const auto& is) {
 /// The name under which a new field replaces an old one: the 10 characters that a DBF file holds.
 std::string replacementKey(const AttributeType& attribute) {
   const FixedText<256>& name = attribute.outName.blank() ? attribute.name : attribute.outName;
-  return std::string(trimmed(withoutNuls(cut(name.padded(), kDbfNameLength))));
+  return std::string(trimmed(withoutNuls(cut(name.trimmed(), kDbfNameLength))));
 }
 
 bool fillColumn(TextColumn& column, std::size_t count, int32_t /*fill*/) { return column.assign(count); }
@@ -47,8 +47,8 @@ bool fillColumn(std::vector<T>& column, std::size_t count, int32_t fill) {
 
 std::unique_ptr<FieldContent> describe(const AttributeType& attribute) {
   auto content = std::make_unique<FieldContent>();
-  content->name = std::string_view(withoutNuls(attribute.name.padded()));
-  content->outName = std::string_view(withoutNuls(attribute.outName.padded()));
+  content->name = std::string_view(withoutNuls(attribute.name.trimmed()));
+  content->outName = std::string_view(withoutNuls(attribute.outName.trimmed()));
   if (content->name.blank()) content->name = content->outName;
   if (content->outName.blank()) content->outName = content->name;
   content->dataType = attribute.dataType;

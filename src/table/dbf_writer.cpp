@@ -44,7 +44,7 @@ const FixedText<kTextLength>& outputName(const FieldContent& content) {
 
 /// At most 10 characters without blanks: those inside become "_".
 std::string fileName(const FieldContent& content) {
-  std::string name(cut(outputName(content).padded(), kNameLength));
+  std::string name(cut(outputName(content).trimmed(), kNameLength));
   std::size_t end = name.size();
   while (end > 0 && !isPrintable(name[end - 1])) --end;
   name.resize(end);

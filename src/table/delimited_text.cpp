@@ -31,6 +31,14 @@ std::size_t countDigits(std::string_view text) {
   return count;
 }
 
+/// Digits of a number without its exponent, zeros at its start not counted.
+std::size_t countDigitsOf(std::string_view number) {
+  std::size_t count = 0;
+  for (const char c : number)
+    if (isDigit(c) && (count > 0 || c != '0')) ++count;
+  return count;
+}
+
 void dropSign(std::string_view& text) {
   if (!text.empty() && (text.front() == '+' || text.front() == '-')) text.remove_prefix(1);
 }
@@ -142,16 +150,25 @@ bool isDelimitedNumber(std::string_view text) {
   return !text.empty() && countDigits(text) == text.size();
 }
 
+bool isMissingNumber(std::string_view text) {
+  dropSign(text);
+  constexpr std::string_view word = "NAN";
+  return std::ranges::equal(text, word, [](char c, char w) { return c == w || c == w - 'A' + 'a'; });
+}
+
 /// The kind of the column with one more value; text for a value that is no number, or beyond float64.
 ColumnSurvey::Kind ColumnSurvey::kindWith(std::string_view value) {
   constexpr std::size_t kMostCharactersOfR4 = 8;
-  if (!looksNumeric(value) || !isDelimitedNumber(value)) return Kind::text;
+  constexpr std::size_t kDigitsOfR4 = 7;  // which a float32 always holds
+  if (!isDelimitedNumber(value)) return Kind::text;
+  const std::size_t exponent = value.find_first_of("Ee");
   const std::size_t point = value.find('.');
-  const bool wide = value.size() > kMostCharactersOfR4;
-  if (point == std::string_view::npos && kind_ != Kind::real) {
+  const bool wide =
+      value.size() > kMostCharactersOfR4 || countDigitsOf(value.substr(0, exponent)) > kDigitsOfR4;
+  if (point == std::string_view::npos && exponent == std::string_view::npos && kind_ != Kind::real) {
     int64_t whole = 0;
     wide_ = wide_ || wide;             // in case the column turns out to be real
-    if (!parseNumber(value, whole)) {  // "1E-05", or beyond 64 bits: a number where the column is real
+    if (!parseNumber(value, whole)) {  // beyond 64 bits: a number where the column is real
       double real = 0.0;
       float narrow = 0.0F;
       wide_ = wide_ || !parseNumber(value, narrow);
@@ -168,7 +185,8 @@ ColumnSurvey::Kind ColumnSurvey::kindWith(std::string_view value) {
     if (!parseNumber(value, real)) return Kind::text;
     wide_ = true;
   }
-  if (point != std::string_view::npos) decimals_ = std::max(decimals_, value.size() - point - 1);
+  if (point != std::string_view::npos)
+    decimals_ = std::max(decimals_, std::min(exponent, value.size()) - point - 1);
   return Kind::real;
 }
 
@@ -177,7 +195,10 @@ void ColumnSurvey::note(std::string_view cell) {
   if (value.empty()) return;
   length_ = std::max(length_, value.size());
   characters_ += std::min(value.size(), kTextLength);
-  if (kind_ != Kind::text) kind_ = kindWith(leftAdjusted(value));
+  if (isMissingNumber(leftAdjusted(value)))
+    hasMissing_ = true;
+  else if (kind_ != Kind::text)
+    kind_ = kindWith(leftAdjusted(value));
 }
 
 ColumnFormat ColumnSurvey::format() const {
@@ -188,7 +209,7 @@ ColumnFormat ColumnSurvey::format() const {
   found.decCnt = static_cast<int32_t>(std::min(decimals_, kTextLength));
   switch (kind_) {
     case Kind::none:
-      found.dataType = "U ";
+      found.dataType = hasMissing_ ? "R4" : "U ";
       break;
     case Kind::integer:
       found.dataType = notInteger_ ? "C " : smallest_ < low || largest_ > high ? "I8" : "I4";

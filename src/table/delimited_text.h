@@ -53,11 +53,14 @@ void appendCell(std::string& line, std::string_view text, bool firstCell);
 /// "12.05.2020") are text.
 [[nodiscard]] bool isDelimitedNumber(std::string_view text);
 
-/// Infers type, width and decimals of one column from its values. Numbers hold the characters
-/// "-+E1234567890." alone; whether they stood in quotes makes no difference. A column with a value that
-/// is no such number is text; else one with a point in a value is real: float64 if any of its numbers
-/// has more than 8 characters or is beyond float32, else float32; else it is integer, of 64 bits if a
-/// value needs them, or text if one is no 64-bit integer ("1E-05").
+/// True for "NaN", in either case and with or without a sign: a number that is missing.
+[[nodiscard]] bool isMissingNumber(std::string_view text);
+
+/// Infers type, width and decimals of one column from its values; whether they stood in quotes makes no
+/// difference. A column with a value that is neither a number nor NaN is text; else one with a point or an
+/// exponent in a value is real: float64 if any of its numbers has more than 8 characters or 7 digits or is
+/// beyond float32, else float32; else it is integer, of 64 bits if a value needs them, or text if one is no
+/// 64-bit integer. A column of nothing but NaN is float32.
 class ColumnSurvey {
  public:
   /// Blank cells are ignored.
@@ -73,6 +76,7 @@ class ColumnSurvey {
   Kind kind_ = Kind::none;
   bool wide_ = false;        // a value asks for float64
   bool notInteger_ = false;  // a value without a point is no integer: the column is real or text
+  bool hasMissing_ = false;  // a NaN, which a text column takes as it is
   std::size_t length_ = 0;
   std::size_t decimals_ = 0;
   std::size_t characters_ = 0;

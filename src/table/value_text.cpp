@@ -67,6 +67,30 @@ void ValueText::setReal(double value, int32_t decimals) {
   substituted_ = true;
 }
 
+template <std::floating_point Real>
+std::string_view ExactText::set(Real value, int32_t decimals) {
+  constexpr Real least = Real(1e-4);
+  constexpr Real most = Real(1e15);
+  char* const begin = text_.data();
+  char* const room = begin + text_.size();
+  const Real magnitude = std::abs(value);
+  if (magnitude != 0 && (magnitude < least || magnitude >= most)) {
+    const char* const fixedEnd = std::to_chars(begin, room, value, std::chars_format::fixed).ptr;
+    const auto fixedSize = fixedEnd - begin;
+    char* const end = std::to_chars(begin, room, value, std::chars_format::scientific).ptr;
+    std::replace(begin, end, 'e', 'E');
+    if (end - begin < fixedSize) return {begin, end};
+  }
+  char* end = std::to_chars(begin, room, value, std::chars_format::fixed).ptr;
+  const char* const point = std::find(begin, end, '.');
+  const auto digits = std::max<std::ptrdiff_t>(end - point - 1, 0);
+  if (point == end) *end++ = '.';
+  for (std::ptrdiff_t i = digits; i < writtenDecimals(decimals); ++i) *end++ = '0';
+  return {begin, end};
+}
+template std::string_view ExactText::set(float value, int32_t decimals);
+template std::string_view ExactText::set(double value, int32_t decimals);
+
 bool countsAsNodata(int32_t value) { return value < 0 && value % 9 == 0; }
 bool countsAsNodata(int64_t value) { return value < 0 && value % 9 == 0; }
 bool countsAsNodata(float value) { return value < 0 && std::fmod(-value, 9.0F) == 0.0F; }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -51,6 +52,18 @@ class ValueText {
   std::size_t wholeLength_ = 0;
   bool substituted_ = false;
   bool isNumber_ = true;
+};
+
+/// The text of a real that reads back as the same value of its width: fixed-point with as many digits as that
+/// takes, at least `decimals` of them after the point (`writtenDecimals`). Values below 0.0001 or from 1E15
+/// on are in exponent form where that is shorter. Always with a point or an exponent.
+class ExactText {
+ public:
+  template <std::floating_point Real>
+  [[nodiscard]] std::string_view set(Real value, int32_t decimals);
+
+ private:
+  std::array<char, 400> text_;  // 309 digits before the point, or 324 zeros and 17 digits after it
 };
 
 /// True for a negative value whose magnitude is a whole multiple of 9 (-9, -18, -9999): such values are

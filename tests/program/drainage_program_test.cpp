@@ -79,8 +79,8 @@ TEST_F(DrainageProgram, WritesTheRastersOfTheLibraryAndALogBesideEach) {
   // The surface is drained: a run on it carves nothing. The DEM is found by path and identifier as well.
   fs::rename(at("cond.flt"), at("elev_cond.flt"));
   fs::rename(at("cond.hdr"), at("elev_cond.hdr"));
-  const Outcome again =
-      run("PATH: .\nDEM ID: cond\nCURVATURE LENGTH SCALE: 25\nOUTPUT D8 RASTER: again\nSCRATCH DIRECTORY: s\n");
+  const Outcome again = run(
+      "PATH: .\nDEM ID: cond\nCURVATURE LENGTH SCALE: 25\nOUTPUT D8 RASTER: again\nSCRATCH DIRECTORY: s\n");
   EXPECT_EQ(again.status, 0) << again.text;
   EXPECT_NE(again.text.find("Drainage passages carved: 0"), std::string::npos) << again.text;
 }
@@ -99,7 +99,8 @@ TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
             "Output raster would replace an input raster"},
            {dem + scale + outputs + "OUTPUT D8 RASTER: area\n", "Output raster would replace"},
            {dem + scale + outputs + "OUTPUT D9 RASTER: x\nSTRICT:\n", "did you mean OUTPUT D8 RASTER?"},
-           {dem + scale + outputs + "OUTPUT D8 RASTER: none/x\n", "Directory of the output raster does not exist"},
+           {dem + scale + outputs + "OUTPUT D8 RASTER: none/x\n",
+            "Directory of the output raster does not exist"},
        }) {
     const Outcome failed = run(instructions);
     EXPECT_EQ(failed.status, 1) << instructions;
