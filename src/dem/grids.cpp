@@ -54,8 +54,8 @@ void diagnose(std::string_view line) {
 int readOnto(const DEM_type& dem, const Grid_Header& extent, R4Grid_type& grid, std::string_view name,
              const MatchTexts& mismatch) {
   Grid_Header file;
-  const bool read = readRaster(grid, name,
-                               {.clipGrid = &extent, .onDisk = grid.onDisk, .fileHeader = &file}) == kSuccess;
+  const bool read =
+      readRaster(grid, name, {.clipGrid = &extent, .onDisk = grid.onDisk, .fileHeader = &file}) == kSuccess;
   if (!read) fail(mismatch.routine, "ReadGrid failed for " + std::string(stripped(name)));
   if (extent.feetConverted) FeetToMeters(file);
   const bool covered = coversExtent(file, extent);

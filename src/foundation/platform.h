@@ -105,7 +105,7 @@ IoCode removeFile(std::string_view name);
 struct Console {
   std::ostream* out;
   std::istream* in;
-  std::ostream* errors;        ///< warnings
+  std::ostream* errors;       ///< warnings
   bool repeatErrors = false;  ///< errors go there as well as to `out`
 };
 Console& console();

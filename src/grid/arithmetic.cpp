@@ -34,7 +34,8 @@ int combine(GridOf<T>& out, const GridOf<T>& a, const GridOf<T>& b, const Combin
     return fail(texts.routine, "CellAccess not set for on-disk grid (1st argument)");
   if (b.useRowAccess() != kSuccess)
     return fail(texts.routine, "CellAccess not set for on-disk grid (2nd argument)");
-  if (CreateGrid(out, {.like = &a, .setCells = false}) != kSuccess) return fail(texts.routine, texts.createFailed);
+  if (CreateGrid(out, {.like = &a, .setCells = false}) != kSuccess)
+    return fail(texts.routine, texts.createFailed);
   const auto body = [aMissing = missingIn(a), bMissing = missingIn(b), none = out.nodataValue(), operation](
                         int32_t, std::span<const T> left, std::span<const T> right, std::span<T> result) {
     for (std::size_t i = 0; i < result.size(); ++i) {

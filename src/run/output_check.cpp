@@ -55,8 +55,7 @@ void checkReplaceable(const std::string& raster) {
   for (const std::string_view written : kWrittenFiles) {
     const std::string file = raster + std::string(written);
     const IoCode code = platform::canReplace(file);
-    if (code != kIoOk)
-      stopRun("Output file cannot be written: " + describe(code), file);
+    if (code != kIoOk) stopRun("Output file cannot be written: " + describe(code), file);
   }
 }
 
@@ -70,8 +69,7 @@ void checkDirectory(const RunState& run, const std::string& output) {
     stopRun("Directory of the output raster cannot be written", output);
   const std::uint64_t needed = static_cast<std::uint64_t>(std::max(run.DEM.cols(), 0)) *
                                static_cast<std::uint64_t>(std::max(run.DEM.rows(), 0)) * sizeof(float);
-  if (platform::freeSpace(directory) < needed)
-    stopRun("The disk of the output raster is full", output);
+  if (platform::freeSpace(directory) < needed) stopRun("The disk of the output raster is full", output);
 }
 
 }  // namespace

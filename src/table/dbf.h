@@ -14,6 +14,8 @@
 
 namespace terrain {
 
+class TableOutput;
+
 struct DbfField {
   std::string name{};  ///< at most 10 bytes
   char letter = ' ';   ///< "C", "N", "F", "D", ...
@@ -54,15 +56,16 @@ class DbfImage {
   /// Chooses the written fields, sets their flags and names, and formats the records. 0, or -1 with a
   /// report that names the field and the record.
   int make(DataTableType& table, const DbfWriteOptions& options);
-  /// Writes path + ".dbf", and path + ".cpg" where the table has a `codePage`; without one an older
-  /// file of that name is removed. 0, or -1 with a report.
-  [[nodiscard]] int save(std::string_view path) const;
+  /// Adds path + ".dbf" to the files of the table, and path + ".cpg" where the table has a `codePage`;
+  /// without one an older file of that name goes. The image must live until the commit. 0, or -1 with a
+  /// report.
+  [[nodiscard]] int addTo(TableOutput& out, std::string_view path) const;
 
  private:
   int allocate(std::span<const std::byte> header, uint64_t recordBytes);
 
   std::vector<std::byte> bytes_{};
-  uint64_t blockSize_ = 0;  ///< the bytes are written in blocks of this many
+  uint64_t blockSize_ = 0;  ///< the bytes are a whole number of blocks of this many
   std::string codePage_{};
 };
 

@@ -10,8 +10,8 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/status.h"
-#include "foundation/units.h"
 #include "table/dbf.h"
+#include "table/table_output.h"
 #include "table/value_text.h"
 
 namespace terrain {
@@ -263,40 +263,22 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
   out.little(uint8_t{0x0D});
 }
 
-int writeImage(const std::string& name, std::span<const std::byte> image, uint64_t blockSize) {
-  const int32_t unit = freeUnit();
-  const auto size = static_cast<std::size_t>(blockSize);
-  IoCode code = units().openRecords(unit, name, platform::Open::replace, size);
-  if (code != kIoOk) {
-    reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error opening dbf file"});
+/// Reports a fault of the file of a table that has `bytes` in blocks of `blockSize`.
+void reportFault(const std::string& name, TableOutput::Step step, IoCode code, std::size_t bytes,
+                 uint64_t blockSize) {
+  const bool opening = step == TableOutput::Step::open;
+  reportError({.routine = kTag,
+               .code = kOwnWords,
+               .file = name,
+               .message1 = opening ? "Error opening dbf file" : "Error writing to dbf file"});
+  if (opening) {
     putMessage("Error code:    ", code);
-    putMessage("Unit number:   ", unit);
-    putMessage("dbfFileSize:   ", static_cast<int64_t>(image.size()));
+    putMessage("Unit number:   ", freeUnit());
+    putMessage("dbfFileSize:   ", static_cast<int64_t>(bytes));
     putMessage("dbfRecordSize: ", static_cast<int64_t>(blockSize));
-    return kFailure;
+  } else if (step == TableOutput::Step::commit) {
+    putMessage(" IOSTAT on close: ", code);
   }
-  for (std::size_t at = 0; at < image.size() && code == kIoOk; at += size)
-    code = units().records(unit)->write(static_cast<int64_t>(at / size) + 1, image.subspan(at, size));
-  const IoCode closed = units().close(unit);
-  if (code == kIoOk && closed == kIoOk) return kSuccess;
-  reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error writing to dbf file"});
-  if (closed != kIoOk) putMessage(" IOSTAT on close: ", closed);
-  return kFailure;
-}
-
-/// Writes the name of the encoding beside the table. Without one the file that an older table of that name
-/// left is removed, as it describes other texts.
-int replaceCodePage(const std::string& name, std::string_view codePage) {
-  if (codePage.empty()) {
-    if (platform::fileExists(name) && platform::removeFile(name) != kIoOk)
-      return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
-    return kSuccess;
-  }
-  platform::File file;
-  if (file.open(name, platform::Open::replace) == kIoOk &&
-      file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk && file.close() == kIoOk)
-    return kSuccess;
-  return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
 }
 
 int writeRecords(RecordWriter& writer, std::span<Column> columns, std::span<const int64_t> records) {
@@ -358,16 +340,27 @@ int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
   return kSuccess;
 }
 
-int DbfImage::save(std::string_view path) const {
+int DbfImage::addTo(TableOutput& out, std::string_view path) const {
   const std::string stem(trimmed(path));
-  if (writeImage(stem + ".dbf", bytes_, blockSize_) != kSuccess) return kFailure;
-  return replaceCodePage(stem + ".cpg", codePage_);
+  const auto report = [name = stem + ".dbf", size = bytes_.size(), blockSize = blockSize_](
+                          TableOutput::Step step, IoCode code) {
+    reportFault(name, step, code, size, blockSize);
+  };
+  if (out.add(stem + ".dbf", bytes_, report) != kSuccess) return kFailure;
+  const std::string name = stem + ".cpg";
+  const auto reportCodePage = [name](TableOutput::Step /*step*/, IoCode code) {
+    reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name, .message1 = describe(code)});
+  };
+  return codePage_.empty() ? out.addRemoval(name, reportCodePage)
+                           : out.add(name, std::as_bytes(std::span(codePage_)), reportCodePage);
 }
 
 int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
   Attempt attempt{table.status};
   DbfImage image;
-  return attempt.end(image.make(table, options) == kSuccess ? image.save(path) : kFailure);
+  TableOutput out;
+  if (image.make(table, options) != kSuccess || image.addTo(out, path) != kSuccess) return kFailure;
+  return attempt.end(out.commit());
 }
 
 }  // namespace terrain

@@ -10,6 +10,7 @@
 #include "foundation/status.h"
 #include "foundation/text.h"
 #include "table/dbf.h"
+#include "table/table_output.h"
 
 namespace terrain {
 
@@ -46,15 +47,17 @@ void completeHeader(ByteWriter& out, const Box& box, const Range& z, const Range
   }
 }
 
-/// `failed` is the message code of the step that fails, the opening or the writing.
-IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name, int32_t& failed) {
-  failed = kCannotOpenToWrite;
-  IoCode code = file.open(name, platform::Open::replace);
-  if (code != kIoOk) return code;
-  failed = kWriteError;
-  code = image.finish();
-  const IoCode closing = file.close();
-  return code != kIoOk ? code : closing;
+/// Adds path + ".prj" with the lines of `prj`, or without any the removal of an older one.
+int addProjection(TableOutput& out, std::string_view routine, std::string_view path,
+                  const InputFileType& prj) {
+  const std::string name = shapefileName(path, ".prj");
+  const auto report = [routine, path](TableOutput::Step /*step*/, IoCode /*code*/) {
+    fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
+  };
+  if (prj.LineCount() < 1) return out.addRemoval(name, report);
+  std::string text;
+  for (const std::string& line : prj.lines) text.append(trimmed(line)) += '\n';
+  return out.add(name, std::as_bytes(std::span(text)), report);
 }
 
 }  // namespace
@@ -165,8 +168,9 @@ int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSourc
 // ---- writing ----
 
 ShapefileWriter::ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records)
-    : main_(mainFile_, static_cast<std::size_t>(mainBytes)),
-      index_(indexFile_, static_cast<std::size_t>(kShapeHeaderBytes + kShapeIndexEntryBytes * records)),
+    : main_(mainFile_.file(), static_cast<std::size_t>(mainBytes)),
+      index_(indexFile_.file(),
+             static_cast<std::size_t>(kShapeHeaderBytes + kShapeIndexEntryBytes * records)),
       type_(type) {
   if (!ok()) return;
   writeHeader(main_, type);
@@ -188,23 +192,28 @@ void ShapefileWriter::setRanges(const Box& box, const Range& z, const Range& m) 
   completeHeader(index_, box, z, m);
 }
 
-int ShapefileWriter::save(std::string_view routine, std::string_view path) {
+int ShapefileWriter::addTo(TableOutput& out, std::string_view routine, std::string_view path) {
   const std::string name = shapefileName(path, ".shp");
-  int32_t failed = 0;
-  IoCode code = writeImage(mainFile_, main_, name, failed);
-  if (code != kIoOk)
-    return reportError({.routine = routine,
-                        .code = kOwnWords,
-                        .message1 = "Failed to write file " + name,
-                        .message2 = describe(code)});
+  const auto reportMain = [routine, name](TableOutput::Step /*step*/, IoCode code) {
+    reportError({.routine = routine,
+                 .code = kOwnWords,
+                 .message1 = "Failed to write file " + name,
+                 .message2 = describe(code)});
+  };
   const std::string indexName = shapefileName(path, ".shx");
-  code = writeImage(indexFile_, index_, indexName, failed);
-  if (code != kIoOk) {
-    reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
+  const auto reportIndex = [routine, indexName](TableOutput::Step step, IoCode code) {
+    reportError({.routine = routine,
+                 .code = step == TableOutput::Step::open ? kCannotOpenToWrite : kWriteError,
+                 .file = indexName,
+                 .message1 = describe(code)});
     putConsoleLine("Error code: " + freeText(code));
-    return kFailure;
-  }
-  return kSuccess;
+  };
+  using enum TableOutput::Place;
+  return out.add(mainFile_, name, last, reportMain, [this] { return main_.finish(); }) == kSuccess &&
+                 out.add(indexFile_, indexName, last, reportIndex, [this] { return index_.finish(); }) ==
+                     kSuccess
+             ? kSuccess
+             : kFailure;
 }
 
 int checkShapeCount(std::string_view routine, const DataTableType& table, std::size_t shapes,
@@ -218,9 +227,11 @@ int saveShapefile(std::string_view routine, std::string_view path, ShapefileWrit
                   const DbfWriteOptions& rows, const InputFileType& prj) {
   DbfImage image;
   if (image.make(table, rows) != kSuccess) return fail(routine, "writeDBFfile failed");
-  if (out.save(routine, path) != kSuccess) return kFailure;
-  if (image.save(path) != kSuccess) return fail(routine, "writeDBFfile failed");
-  return writeProjection(routine, path, prj);
+  TableOutput files;
+  if (out.addTo(files, routine, path) != kSuccess) return kFailure;
+  if (image.addTo(files, path) != kSuccess) return fail(routine, "writeDBFfile failed");
+  if (addProjection(files, routine, path, prj) != kSuccess) return kFailure;
+  return files.commit();
 }
 
 // ---- projection ----
@@ -231,13 +242,6 @@ void readProjection(std::string_view path, InputFileType& prj) {
   platform::File file;
   const bool empty = file.open(name, platform::Open::read) == kIoOk && file.size() == 0;  // which is no error
   if (platform::fileExists(name) && !empty) prj = NewInputFile(name, {.lineLength = std::string::npos});
-}
-
-int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
-  if (prj.LineCount() < 1) return kSuccess;
-  InputFileType text = prj.Copy();
-  if (text.writeAscii(shapefileName(path, ".prj")) == kSuccess) return kSuccess;
-  return fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
 }
 
 // ---- numbers ----

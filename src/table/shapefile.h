@@ -15,10 +15,13 @@
 
 #include "foundation/bytes.h"
 #include "foundation/input_file.h"
+#include "foundation/replacement.h"
 #include "table/data_table.h"
 #include "table/geometry.h"
 
 namespace terrain {
+
+class TableOutput;
 
 /// Shape types by their code in the file.
 enum class Shape : int32_t {
@@ -93,7 +96,8 @@ class ShapefileReader {
   Box box_{};
 };
 
-/// Builds the images of a main and an index file, of sizes known in advance, and writes each at once.
+/// Builds the images of a main and an index file, of sizes known in advance, and writes each at once under
+/// its temporary name.
 class ShapefileWriter {
  public:
   ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records);
@@ -104,12 +108,13 @@ class ShapefileWriter {
   ByteWriter& beginRecord(uint64_t contentBytes);
   /// Puts the ranges of all records into both headers. Called after the last record.
   void setRanges(const Box& box, const Range& z = {0, 0}, const Range& m = {0, 0});
-  /// Writes both files. 0, or -1 with a report.
-  int save(std::string_view routine, std::string_view path);
+  /// Adds both files to those of the table, the index last; the writer must live until the commit. 0, or -1
+  /// with a report.
+  int addTo(TableOutput& out, std::string_view routine, std::string_view path);
 
  private:
-  platform::File mainFile_;
-  platform::File indexFile_;
+  Replacement mainFile_;
+  Replacement indexFile_;
   ByteWriter main_;
   ByteWriter index_;
   Shape type_;
@@ -142,12 +147,10 @@ int checkShapeCount(std::string_view routine, const DataTableType& table, std::s
 
 /// Reads path + ".prj" into `prj`, which has no lines if there is no such file.
 void readProjection(std::string_view path, InputFileType& prj);
-/// Writes `prj`, where it has lines, to path + ".prj". 0, or -1 with a report.
-int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
 
 /// Writes the files of a shapefile whose records are in `out`: ".shp" and ".shx", the rows chosen by `rows`
-/// as ".dbf" (and ".cpg", see `DbfImage`), and `prj`. The rows are formatted before any file is touched, so
-/// a value that does not fit its field leaves older files of that name whole. 0, or -1 after a report.
+/// as ".dbf" (and ".cpg", see `DbfImage`), and `prj` as ".prj"; a ".prj" of an older shapefile goes where
+/// `prj` has no lines. A fault at any of them leaves the older shapefile whole. 0, or -1 after a report.
 int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
                   const DbfWriteOptions& rows, const InputFileType& prj);
 

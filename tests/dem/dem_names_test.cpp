@@ -74,8 +74,9 @@ TEST_F(DemNames, ComeFromDirectoryAndIdentifierOrTheReference) {
   EXPECT_TRUE(printed("DEM FILE unresolved"));
 
   dem.ClearNames();
-  EXPECT_EQ(dem.file + dem.path + dem.demID + dem.dataID + dem.refFile + dem.refPath + dem.refID + dem.refDataID,
-            "");
+  EXPECT_EQ(
+      dem.file + dem.path + dem.demID + dem.dataID + dem.refFile + dem.refPath + dem.refID + dem.refDataID,
+      "");
 
   dem.len_scale = 12;
   dem.dataID = "data";

@@ -105,8 +105,8 @@ TEST_F(ParameterFile, FeetBecomeMetres) {
 TEST_F(ParameterFile, OtherLayoutNamesTheFile) {
   DEM_type dem;
   ErrorList errors;
-  writeBytes(at("input.txt"),
-            "DEM FILE: " + at("elev_site.flt") + "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
+  writeBytes(at("input.txt"), "DEM FILE: " + at("elev_site.flt") +
+                                  "\nREFERENCE PATH: /ref\nREFERENCE ID: old\nDEM UNITS: m\n");
   ASSERT_EQ(GetInput(dem, errors, at("input.txt")), 0);
   EXPECT_EQ(dem.file, at("elev_site"));
   EXPECT_EQ(dem.refFile, "/ref/elev_old");

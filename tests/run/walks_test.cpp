@@ -253,10 +253,15 @@ TEST_P(WalksTest, RefuseGridsThatAreAbsentOrOfAnotherExtentAndTheOtherKindOfWalk
   const WalkValues byTime{.byTime = true, .duration = 1, .conductivity = 1};
   const WalkValues specific{.byDistance = true, .specific = true, .maxDistance = 20};
   R4Grid_type accum;
-  for (const Case& c : {Case{byTime, none, fits, none}, {byTime, small, fits, none}, {byTime, fits, small, none},
-                        {byTime, fits, none, none}, {specific, none, fits, none}, {specific, none, fits, small}}) {
-    EXPECT_EQ(accumulateCells(c.values, {.grad = c.grad, .aspect = c.aspect, .bcon = c.bcon, .accum = accum}, fits),
-              -1);
+  for (const Case& c : {Case{byTime, none, fits, none},
+                        {byTime, small, fits, none},
+                        {byTime, fits, small, none},
+                        {byTime, fits, none, none},
+                        {specific, none, fits, none},
+                        {specific, none, fits, small}}) {
+    EXPECT_EQ(
+        accumulateCells(c.values, {.grad = c.grad, .aspect = c.aspect, .bcon = c.bcon, .accum = accum}, fits),
+        -1);
     EXPECT_TRUE(console_.has("There is no grid of ") || console_.has("has another extent"));
   }
   for (const WalkValues& values : {byTime, specific}) {

@@ -24,9 +24,7 @@ inline std::string storageName(const ::testing::TestParamInfo<Storage>& info) {
 }
 
 /// For operations that must give the same bytes whatever the storage and the access mode.
-inline auto everyStorage() {
-  return ::testing::Values(Storage::memory, Storage::disk, Storage::diskByCell);
-}
+inline auto everyStorage() { return ::testing::Values(Storage::memory, Storage::disk, Storage::diskByCell); }
 
 /// Tests that run with grids in memory and on disk: the parameter says which.
 class InBothStorages : public ::testing::TestWithParam<Storage> {
