@@ -40,13 +40,16 @@ struct DbfHeader {
 struct DbfReadOptions {
   bool headerOnly =
       false;  ///< fields without values; the file stays open on `dbfUnit` as long as the table lives
+  std::vector<int64_t>* deleted = nullptr;  ///< gets the numbers in the file of the records left out, rising
 };
 
 /// Reads a file into a table without fields: `numRecords`, the fields in the file's order, the values.
 /// A field of a letter without a type keeps its place, without values. Every field of a known type
-/// gets its three output flags. Numbers that cannot be read keep the fill value -9999 and are logged,
-/// once a field. The text of a ".cpg" file beside it becomes the table's `codePage`. Faults are
-/// reported with the file's name and leave the table without fields.
+/// gets its three output flags, and keeps its form (`DbfForm`). A column of 32-bit reals with a value that
+/// needs more than 7 digits is one of 64 bits. Records that are marked as deleted are left out, and their
+/// count is logged; in header-only mode `numRecords` counts them. Numbers that cannot be read keep the fill
+/// value -9999 and are logged, once a field. The text of a ".cpg" file beside it becomes the table's
+/// `codePage`. Faults are reported with the file's name and leave the table without fields.
 int readDbf(DataTableType& table, std::string_view path, const DbfReadOptions& options = {});
 
 /// The bytes of a file, complete before anything is written: what cannot be written is reported while an

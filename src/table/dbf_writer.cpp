@@ -11,8 +11,8 @@
 #include "foundation/messages.h"
 #include "foundation/status.h"
 #include "table/dbf.h"
+#include "table/dbf_form.h"
 #include "table/table_output.h"
-#include "table/value_text.h"
 
 namespace terrain {
 
@@ -26,12 +26,14 @@ constexpr uint64_t kLargestBlock = 199999999;
 
 /// One written field.
 struct Column {
-  FieldContent* content;
+  const FieldContent* content;
   std::string name;  ///< in the file
-  std::size_t length;
-  std::size_t start;        ///< after the delete flag
-  int64_t lost = 0;         ///< values for which there is no number
-  int64_t substituted = 0;  ///< values too large for 25 characters
+  WrittenForm form;
+  std::size_t start;         ///< after the delete flag
+  int64_t lost = 0;          ///< values for which there is no number
+  int64_t substituted = 0;   ///< values too large for 25 characters
+  int64_t cutTexts = 0;      ///< texts longer than the field
+  int64_t firstCutText = 0;  ///< record of the first of them
 };
 
 // ---- which fields, under which names ----
@@ -85,11 +87,12 @@ void setFlags(DataTableType& table, const DbfWriteOptions& options) {
     for (const auto& content : table.field) content->outFlag = content->shpFlag = true;
 }
 
-int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vector<Column>& columns) {
+int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::span<const int64_t> records,
+                  std::vector<Column>& columns) {
   const std::vector<int32_t> lengths = table.FieldLengths();
   std::size_t start = 0;
   for (std::size_t f = 0; f < lengths.size(); ++f) {
-    FieldContent& content = *table.field[f];
+    const FieldContent& content = *table.field[f];
     if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag))
       continue;
     const std::optional<std::size_t> held = numValues(content);
@@ -103,9 +106,9 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
     if (lengths[f] < 1 || lengths[f] > (content.dataType == "C " ? kLongest : kLongestNumber))
       return fail(kTag, "Field length " + freeText(lengths[f]) + " out of range: " + name);
     logDecimals(content);
-    const auto length = static_cast<std::size_t>(lengths[f]);
-    columns.push_back({&content, fileName(content), length, start});
-    start += length;
+    const WrittenForm form = writtenForm(content, lengths[f], records, options.nodataOut);
+    columns.push_back({&content, fileName(content), form, start});
+    start += form.length;
   }
   const auto numFields = static_cast<int64_t>(columns.size());
   if (33 + 32 * numFields > kLongest)
@@ -164,35 +167,43 @@ class RecordWriter {
   }
 
  private:
-  static int put(std::string_view value, const Column& column, std::byte* at, int64_t /*record*/) {
-    copy(cut(value, column.length), at);
+  int put(std::string_view value, Column& column, std::byte* at, int64_t record) {
+    if (value.size() > column.form.length && column.cutTexts++ == 0) column.firstCutText = record;
+    copy(cut(value, column.form.length), at);
     return kSuccess;
   }
   template <class T>
   requires std::is_arithmetic_v<T>
   int put(T value, Column& column, std::byte* at, int64_t record) {
-    const bool isNodata = nodataOut_ && countsAsNodata(value);
-    if (isNodata) value = static_cast<T>(*nodataOut_);
+    const std::optional<T> written = writtenValue(value, *column.content, nodataOut_);
+    if (!written) return kSuccess;
+    if (column.form.kept) {
+      KeptNumber number(*column.content->dbfForm, column.form.length);
+      if (number.set(*written)) {
+        copy(number.text(), at);
+        return kSuccess;
+      }
+    }
     if constexpr (std::is_integral_v<T>)
-      text_.set(value);
+      text_.set(*written);
     else
-      text_.set(value, column.content->decimals);
+      text_.set(*written, column.content->decimals);
     if (!text_.isNumber()) {  // the format has no NaN and no infinity: a field of "*" is a missing number
-      std::fill_n(at, column.length, std::byte{'*'});
+      std::fill_n(at, column.form.length, std::byte{'*'});
       ++column.lost;
       return kSuccess;
     }
     if (text_.substituted()) ++column.substituted;
-    if (text_.wholeLength() > column.length) {
-      const std::string why =
-          "Record " + freeText(record) + ": value does not fit field " + column.name + ": " + freeText(value);
-      return isNodata ? reportError({.routine = kTag,
-                                     .code = kOwnWords,
-                                     .message1 = "Error writing nodata value",
-                                     .message2 = why})
-                      : fail(kTag, why);
+    if (text_.wholeLength() > column.form.length) {
+      const std::string why = "Record " + freeText(record) + ": value does not fit field " + column.name +
+                              ": " + freeText(*written);
+      return nodataOut_ && countsAsNodata(value) ? reportError({.routine = kTag,
+                                                                .code = kOwnWords,
+                                                                .message1 = "Error writing nodata value",
+                                                                .message2 = why})
+                                                 : fail(kTag, why);
     }
-    copy(cut(text_.text(), column.length), at);  // this drops decimals at most
+    copy(cut(text_.text(), column.form.length), at);  // this drops decimals at most
     return kSuccess;
   }
   static void copy(std::string_view text, std::byte* at) {
@@ -246,17 +257,17 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
     out.text(column.name);
     out.fill(std::byte{0}, kNameLength - column.name.size() + 1);
     const bool isText = column.content->dataType == "C ";
-    out.text(isText ? "C" : "N");
+    out.text(std::string_view(&column.form.letter, 1));
     out.fill(std::byte{0}, 4);
     // Readers infer the type from the count of decimals: integers have none whatever the field says, and
     // reals keep theirs at any length. Only text has a length of 16 bits.
-    if (column.length < 128 || !isText) {
-      out.little(static_cast<uint8_t>(column.length));
+    if (column.form.length < 128 || !isText) {
+      out.little(static_cast<uint8_t>(column.form.length));
       const bool isReal = kindOf(column.content->dataType.padded()) == FieldKind::R4 ||
                           kindOf(column.content->dataType.padded()) == FieldKind::R8;
       out.little(static_cast<uint8_t>(isReal ? writtenDecimals(column.content->decimals) : 0));
     } else {
-      out.little(static_cast<uint16_t>(column.length));
+      out.little(static_cast<uint16_t>(column.form.length));
     }
     out.fill(std::byte{0}, 14);
   }
@@ -298,6 +309,10 @@ void logLosses(std::span<const Column> columns) {
     if (column.substituted > 0)
       putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
                  column.substituted);
+    if (column.cutTexts > 0)
+      putMessage("Texts of " + column.name + " cut to " + freeText(static_cast<int64_t>(column.form.length)) +
+                 " characters, the first in record " + freeText(column.firstCutText) + ": " +
+                 freeText(column.cutTexts));
   }
 }
 
@@ -325,11 +340,11 @@ int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
   if (chooseRecords(table, options, records) != kSuccess) return kFailure;
   setFlags(table, options);
   std::vector<Column> columns;
-  if (chooseColumns(table, options, columns) != kSuccess) return kFailure;
+  if (chooseColumns(table, options, records, columns) != kSuccess) return kFailure;
 
   const std::size_t recordLength =
       1 + std::accumulate(columns.begin(), columns.end(), std::size_t{0},
-                          [](std::size_t sum, const Column& c) { return sum + c.length; });
+                          [](std::size_t sum, const Column& c) { return sum + c.form.length; });
   std::vector<std::byte> header;
   writeHeader(header, columns, records.size(), recordLength, options.date);
   codePage_ = table.codePage;

@@ -51,6 +51,15 @@ class TextColumn {
   std::size_t unused_ = 0;  // characters that no slice covers any more
 };
 
+/// The form that a column had in the DBF file that it was read from, in which it is written again as long as
+/// its values fit and its output length and decimals are not changed.
+struct DbfForm {
+  char letter = ' ';            ///< type: "C", "N", "F", "D", "L", or another for a number
+  int32_t decimals = 0;         ///< beside `fileLength`
+  bool anyDigits = false;       ///< some numbers had an exponent, or more decimals than these
+  bool blankIsMissing = false;  ///< missing numbers were blank: -9999 is written as blank
+};
+
 /// What is known of a column without its values.
 struct FieldDescription {
   FixedText<2> dataType = "U ";  ///< "I4", "I8", "R4", "R8" or "C "; any other type has no array
@@ -63,6 +72,7 @@ struct FieldDescription {
   bool outFlag = false;  ///< written at all
   bool csvFlag = true;   ///< also to delimited text
   bool shpFlag = true;   ///< also to the table of a shapefile
+  std::optional<DbfForm> dbfForm{};
 };
 
 /// One column. Only the array of its `dataType` ever holds values: none, or one a record.

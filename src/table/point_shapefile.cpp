@@ -58,7 +58,7 @@ void appendPoints(const ShapefileReader& file, ShapeRecord& record, uint64_t pai
     PointType& point = read.points.emplace_back();
     point.x = x * factor;
     point.y = y * factor;
-    read.rows.push_back(record.number);
+    read.rows.push_back(record.row);
   }
 }
 

@@ -99,7 +99,9 @@ int ShapefileReader::load() {
   return kSuccess;
 }
 
-int ShapefileReader::checkRecords(int64_t tableRecords) {
+int ShapefileReader::checkRecords(int64_t tableRecords, std::vector<int64_t> deleted) {
+  deleted_ = std::move(deleted);
+  tableRecords += std::ssize(deleted_);
   if (declaredBytes_ < kShapeHeaderBytes || declaredBytes_ > bytes_.size())
     return fault("File size discrepency: the header says " + freeText(static_cast<int64_t>(declaredBytes_)) +
                  " bytes, the file has " + freeText(static_cast<int64_t>(bytes_.size())));
@@ -133,6 +135,12 @@ int ShapefileReader::checkRecords(int64_t tableRecords) {
 
 int ShapefileReader::next(ShapeRecord& record) {
   record.number = ++lastRecord_;
+  for (; deletedPassed_ < deleted_.size() && deleted_[deletedPassed_] == record.number; ++deletedPassed_) {
+    in_.skip(sizeof(int32_t));
+    in_.skip(2 * static_cast<std::uint64_t>(in_.big<int32_t>()));
+    record.number = ++lastRecord_;
+  }
+  record.row = record.number - static_cast<int64_t>(deletedPassed_);
   in_.skip(sizeof(int32_t));
   const auto words = in_.big<int32_t>();
   record.content = in_.part(2 * static_cast<std::uint64_t>(words));
@@ -149,7 +157,8 @@ int ShapefileReader::noMemory(std::string_view object) const { return cannotAllo
 int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSource& source,
                   const ReadingStep& check, const ReadingStep& readShapes) {
   const std::string stem(trimmed(source.path));
-  if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
+  std::vector<int64_t> deleted;
+  if (readDbf(table, stem + ".dbf", {.deleted = &deleted}) != kSuccess)
     return fail(source.routine, "NewDataTable failed for " + stem);
   if (source.idField) {
     const int32_t number = table.FieldNumber(*source.idField);
@@ -158,8 +167,8 @@ int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSourc
     table.IDfield = number;
   }
   ShapefileReader file(source.routine, stem);
-  if (file.load() != kSuccess || check(file) != kSuccess || file.checkRecords(table.numRecords) != kSuccess ||
-      readShapes(file) != kSuccess)
+  if (file.load() != kSuccess || check(file) != kSuccess ||
+      file.checkRecords(table.numRecords, std::move(deleted)) != kSuccess || readShapes(file) != kSuccess)
     return kFailure;
   readProjection(stem, prj);
   return kSuccess;

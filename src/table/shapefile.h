@@ -51,7 +51,8 @@ inline constexpr Box kHeaderBox{.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 
 
 /// One record of a main file.
 struct ShapeRecord {
-  int64_t number = 0;  ///< from 1
+  int64_t number = 0;  ///< in the file, from 1
+  int64_t row = 0;     ///< in the table, which lacks the rows that the file marks as deleted
   Shape type = Shape::null;
   ByteReader content{{}};  ///< of the content, after the shape type
 };
@@ -74,9 +75,9 @@ class ShapefileReader {
 
   /// Checks all record headers before any record is read: numbers from 1 without a gap, contents within
   /// the file, the last one ending at the length that the file's header gives, as many records as the table
-  /// has. 0 or -1. Bytes after that length are ignored.
-  int checkRecords(int64_t tableRecords);
-  /// The next record. Its type is null, or the file's. 0 or -1.
+  /// has, with its deleted ones. 0 or -1. Bytes after that length are ignored.
+  int checkRecords(int64_t tableRecords, std::vector<int64_t> deleted);
+  /// The next record whose row is not deleted. Its type is null, or the file's. 0 or -1.
   int next(ShapeRecord& record);
 
   /// Reports a fault of the file, or of one record (number 1 or more). Gives -1.
@@ -92,6 +93,8 @@ class ShapefileReader {
   ByteReader in_{{}};  // of the records
   std::uint64_t declaredBytes_ = 0;
   int64_t lastRecord_ = 0;
+  std::vector<int64_t> deleted_;  // numbers of records without a row, rising
+  std::size_t deletedPassed_ = 0;
   int32_t typeCode_ = 0;
   Box box_{};
 };

@@ -61,6 +61,24 @@ TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
   EXPECT_EQ(table.point.at(500).x, 599.0);
 }
 
+TEST_F(PointShapefile, DeletedRowsTakeTheirShapesAlong) {
+  std::string rows = idTable(3);
+  rows[65] = '*';
+  const auto withFirstDeleted = [&](auto& shapes, Shape type, const std::string& shape) {
+    putShapefile(scratch.path("d"), mainFile(type, {nullContent(), shape, shape}), rows);
+    EXPECT_EQ(readShapes(shapes, scratch.path("d")), 0) << seen.text();
+    EXPECT_EQ(shapes.numRecords, 2);
+    EXPECT_EQ(idsOf(shapes), (std::vector<int32_t>{20, 30}));
+  };
+  LineVectorType lines;
+  withFirstDeleted(lines, Shape::polyline,
+                   content(Shape::polyline, {.starts = {0}, .x = {1, 2}, .y = {1, 2}}));
+  EXPECT_EQ(lines.NumVertices(1), 2);
+  withFirstDeleted(table, Shape::point, pointContent(Shape::point, 1, 1));
+  EXPECT_FALSE(seen.has("dropped (null")) << "a deleted shape is no null shape";
+  EXPECT_EQ(std::ssize(table.point), 2);
+}
+
 TEST_F(PointShapefile, FeetAreComparedBeforeTheyAreConverted) {
   const Box box{.x = {100, 200}, .y = {100, 200}};
   ASSERT_EQ(ReadPointShapefile(table, put(Shape::point, {pointContent(Shape::point, 150, 190)}, box),
