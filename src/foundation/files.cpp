@@ -1,5 +1,7 @@
 #include "foundation/files.h"
 
+#include <algorithm>
+#include <cctype>
 #include <string>
 
 #include "foundation/free_format.h"
@@ -22,7 +24,7 @@ std::string zeroLength(std::string_view name) {
 }
 
 int loadComponent(std::string_view name, std::string_view extension, std::vector<std::byte>& bytes) {
-  const std::string file = std::string(trimmed(name)) + '.' + std::string(extension);
+  const std::string file = existingFile(trimmed(name), '.' + std::string(extension));
   const int64_t size = fsize(file);
   if (size < 1) return fail(kLoadTag, zeroLength(file));
   bytes.clear();
@@ -40,6 +42,15 @@ int loadComponent(std::string_view name, std::string_view extension, std::vector
 int32_t freeUnit() { return units().freeUnit(); }
 
 // The file system is asked: the answer of a search over readable records in one call.
+std::string existingFile(std::string_view stem, std::string_view ending) {
+  std::string name = std::string(stem).append(ending);
+  if (platform::fileExists(name)) return name;
+  std::string capitals = name;
+  std::transform(capitals.begin() + std::ssize(stem), capitals.end(), capitals.begin() + std::ssize(stem),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return platform::fileExists(capitals) ? capitals : name;
+}
+
 int64_t fsize(std::string_view name) {
   constexpr std::string_view tag = "fsize in Utilities";
   platform::File file;

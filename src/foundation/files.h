@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -10,6 +11,9 @@ namespace terrain {
 
 /// The lowest unit from 11 that is not open.
 [[nodiscard]] int32_t freeUnit();
+
+/// The name of the file `stem` + `ending`, or with the ending in capitals where only that file exists.
+[[nodiscard]] std::string existingFile(std::string_view stem, std::string_view ending);
 
 /// Size of a file in bytes; -1, with a report, if it cannot be opened or holds nothing.
 [[nodiscard]] int64_t fsize(std::string_view name);

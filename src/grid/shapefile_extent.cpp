@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "foundation/bytes.h"
+#include "foundation/files.h"
 #include "foundation/messages.h"
 #include "foundation/text.h"
 
@@ -33,7 +34,7 @@ class ExtentReport {
 
 int readBox(Box& box, std::string_view stem, const ExtentReport& report) {
   constexpr std::uint64_t boxOffset = 36;  // four little-endian float64 of the file's header
-  const std::string name = std::string(stripped(stem)) + ".shp";
+  const std::string name = existingFile(stripped(stem), ".shp");
   platform::File file;
   if (file.open(name, platform::Open::read) != kIoOk)
     return report({.code = kCannotOpenToRead, .file = name});

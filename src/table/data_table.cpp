@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "foundation/memory.h"
 #include "foundation/messages.h"
@@ -169,10 +170,30 @@ DataTableType::~DataTableType() {
   if (dbfUnit > 0 && units().isOpen(dbfUnit)) units().close(dbfUnit);
 }
 
+DataTableType::DataTableType(DataTableType&& other) noexcept { *this = std::move(other); }
+
+DataTableType& DataTableType::operator=(DataTableType&& other) noexcept {
+  if (this == &other) return *this;
+  DataTableType::clear();
+  status = other.status;
+  field = std::move(other.field);
+  codePage = std::move(other.codePage);
+  languageDriver = std::exchange(other.languageDriver, std::uint8_t{0});
+  nfields = std::exchange(other.nfields, 0);
+  IDfield = std::exchange(other.IDfield, 0);
+  dbfUnit = std::exchange(other.dbfUnit, 0);
+  dbfRecordLength = std::exchange(other.dbfRecordLength, 0);
+  dbfPosition = std::exchange(other.dbfPosition, 0);
+  numRecords = std::exchange(other.numRecords, 0);
+  other.DataTableType::clear();
+  return *this;
+}
+
 void DataTableType::clear() {
   if (dbfUnit > 0 && units().isOpen(dbfUnit)) units().close(dbfUnit);
   field.clear();
   codePage.clear();
+  languageDriver = 0;
   nfields = IDfield = dbfUnit = dbfRecordLength = 0;
   dbfPosition = numRecords = 0;
 }
@@ -289,8 +310,12 @@ int NewDataTable(DataTableType& table, const NewTableOptions& options) {
   }
   const std::string_view path = trimmed(*options.filePath);
   const std::string_view type = path.substr(path.size() - std::min<std::size_t>(path.size(), 3));
-  if (type == "dbf") return attempt.end(readDbf(table, path, {.headerOnly = options.headerOnly}));
-  if (type == "csv")
+  const auto isType = [type](std::string_view name) {
+    return std::equal(type.begin(), type.end(), name.begin(), name.end(),
+                      [](char c, char lower) { return c == lower || c == lower - 'a' + 'A'; });
+  };
+  if (isType("dbf")) return attempt.end(readDbf(table, path, {.headerOnly = options.headerOnly}));
+  if (isType("csv"))
     return attempt.end(
         readDelimited(table, path, options.headerOnly ? DelimitedPart::columnsOnly : DelimitedPart::whole));
   return fail(kNewTag, "Unknown file type: " + std::string(type));

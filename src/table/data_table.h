@@ -68,12 +68,13 @@ struct CsvWriteOptions {
   bool isFlag = false;                 ///< only records whose flag is set; tables without flags write all
 };
 
+/// Tables are moved, not copied; a table that was moved from has no fields and no records.
 class DataTableType {
  public:
   DataTableType() = default;
   virtual ~DataTableType();
-  DataTableType(const DataTableType&) = delete;
-  DataTableType& operator=(const DataTableType&) = delete;
+  DataTableType(DataTableType&& other) noexcept;
+  DataTableType& operator=(DataTableType&& other) noexcept;
 
   int32_t status = 0;
   int32_t IDfield = 0;  ///< number of the field that identifies a record; 0 or less: none
@@ -83,7 +84,8 @@ class DataTableType {
   int32_t dbfRecordLength = 0;  ///< bytes of a record in the file, delete flag included
   int64_t dbfPosition = 0;      ///< position, from 1, of the next record of the file
   int64_t numRecords = 0;
-  std::string codePage{};  ///< name of the texts' encoding, as the file beside the table gives it
+  std::string codePage{};           ///< name of the texts' encoding, as the file beside the table gives it
+  std::uint8_t languageDriver = 0;  ///< number of the texts' encoding in a DBF file; 0: not known
 
   [[nodiscard]] int64_t NumRecords() const { return numRecords; }
   [[nodiscard]] int32_t NumFields() const { return nfields; }
@@ -161,7 +163,7 @@ class DataTableType {
   /// shapes where every record has one; `numRecords` becomes their number. Links between shapes keep the
   /// old numbers. If memory runs out or a number is out of range nothing changes.
   int takeRecords(std::span<const int64_t> records);
-  /// No fields, no records and no shapes, no open file.
+  /// No fields, no records and no shapes, no open file; nothing of the file that was read is left.
   virtual void clear();
 
   /// True for the tables whose records have a selection flag.

@@ -10,9 +10,9 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/status.h"
-#include "foundation/units.h"
 #include "table/dbf.h"
-#include "table/value_text.h"
+#include "table/dbf_form.h"
+#include "table/table_output.h"
 
 namespace terrain {
 
@@ -26,12 +26,14 @@ constexpr uint64_t kLargestBlock = 199999999;
 
 /// One written field.
 struct Column {
-  FieldContent* content;
+  const FieldContent* content;
   std::string name;  ///< in the file
-  std::size_t length;
-  std::size_t start;        ///< after the delete flag
-  int64_t lost = 0;         ///< values for which there is no number
-  int64_t substituted = 0;  ///< values too large for 25 characters
+  WrittenForm form;
+  std::size_t start;         ///< after the delete flag
+  int64_t lost = 0;          ///< values for which there is no number
+  int64_t substituted = 0;   ///< values too large for 25 characters
+  int64_t cutTexts = 0;      ///< texts longer than the field
+  int64_t firstCutText = 0;  ///< record of the first of them
 };
 
 // ---- which fields, under which names ----
@@ -85,11 +87,12 @@ void setFlags(DataTableType& table, const DbfWriteOptions& options) {
     for (const auto& content : table.field) content->outFlag = content->shpFlag = true;
 }
 
-int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vector<Column>& columns) {
+int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::span<const int64_t> records,
+                  std::vector<Column>& columns) {
   const std::vector<int32_t> lengths = table.FieldLengths();
   std::size_t start = 0;
   for (std::size_t f = 0; f < lengths.size(); ++f) {
-    FieldContent& content = *table.field[f];
+    const FieldContent& content = *table.field[f];
     if (!content.outFlag || (options.shpOnly && !content.shpFlag) || (options.csvOnly && !content.csvFlag))
       continue;
     const std::optional<std::size_t> held = numValues(content);
@@ -103,9 +106,9 @@ int chooseColumns(DataTableType& table, const DbfWriteOptions& options, std::vec
     if (lengths[f] < 1 || lengths[f] > (content.dataType == "C " ? kLongest : kLongestNumber))
       return fail(kTag, "Field length " + freeText(lengths[f]) + " out of range: " + name);
     logDecimals(content);
-    const auto length = static_cast<std::size_t>(lengths[f]);
-    columns.push_back({&content, fileName(content), length, start});
-    start += length;
+    const WrittenForm form = writtenForm(content, lengths[f], records, options.nodataOut);
+    columns.push_back({&content, fileName(content), form, start});
+    start += form.length;
   }
   const auto numFields = static_cast<int64_t>(columns.size());
   if (33 + 32 * numFields > kLongest)
@@ -164,35 +167,43 @@ class RecordWriter {
   }
 
  private:
-  static int put(std::string_view value, const Column& column, std::byte* at, int64_t /*record*/) {
-    copy(cut(value, column.length), at);
+  int put(std::string_view value, Column& column, std::byte* at, int64_t record) {
+    if (value.size() > column.form.length && column.cutTexts++ == 0) column.firstCutText = record;
+    copy(cut(value, column.form.length), at);
     return kSuccess;
   }
   template <class T>
   requires std::is_arithmetic_v<T>
   int put(T value, Column& column, std::byte* at, int64_t record) {
-    const bool isNodata = nodataOut_ && countsAsNodata(value);
-    if (isNodata) value = static_cast<T>(*nodataOut_);
+    const std::optional<T> written = writtenValue(value, *column.content, nodataOut_);
+    if (!written) return kSuccess;
+    if (column.form.kept) {
+      KeptNumber number(*column.content->dbfForm, column.form.length);
+      if (number.set(*written)) {
+        copy(number.text(), at);
+        return kSuccess;
+      }
+    }
     if constexpr (std::is_integral_v<T>)
-      text_.set(value);
+      text_.set(*written);
     else
-      text_.set(value, column.content->decimals);
+      text_.set(*written, column.content->decimals);
     if (!text_.isNumber()) {  // the format has no NaN and no infinity: a field of "*" is a missing number
-      std::fill_n(at, column.length, std::byte{'*'});
+      std::fill_n(at, column.form.length, std::byte{'*'});
       ++column.lost;
       return kSuccess;
     }
     if (text_.substituted()) ++column.substituted;
-    if (text_.wholeLength() > column.length) {
-      const std::string why =
-          "Record " + freeText(record) + ": value does not fit field " + column.name + ": " + freeText(value);
-      return isNodata ? reportError({.routine = kTag,
-                                     .code = kOwnWords,
-                                     .message1 = "Error writing nodata value",
-                                     .message2 = why})
-                      : fail(kTag, why);
+    if (text_.wholeLength() > column.form.length) {
+      const std::string why = "Record " + freeText(record) + ": value does not fit field " + column.name +
+                              ": " + freeText(*written);
+      return nodataOut_ && countsAsNodata(value) ? reportError({.routine = kTag,
+                                                                .code = kOwnWords,
+                                                                .message1 = "Error writing nodata value",
+                                                                .message2 = why})
+                                                 : fail(kTag, why);
     }
-    copy(cut(text_.text(), column.length), at);  // this drops decimals at most
+    copy(cut(text_.text(), column.form.length), at);  // this drops decimals at most
     return kSuccess;
   }
   static void copy(std::string_view text, std::byte* at) {
@@ -224,8 +235,8 @@ Blocks blocksFor(uint64_t natural) {
   return blocks;
 }
 
-void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns, std::size_t numRecords,
-                 std::size_t recordLength, const std::optional<CalendarDate>& fixedDate) {
+void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns, const DbfHeader& header,
+                 const std::optional<CalendarDate>& fixedDate) {
   CalendarDate date;
   if (fixedDate) {
     date = *fixedDate;
@@ -238,65 +249,49 @@ void writeHeader(std::vector<std::byte>& front, std::span<const Column> columns,
   out.little(static_cast<uint8_t>(date.year - 1900));
   out.little(static_cast<uint8_t>(date.month));
   out.little(static_cast<uint8_t>(date.day));
-  out.little(static_cast<uint32_t>(numRecords));
+  out.little(static_cast<uint32_t>(header.numRecords));
   out.little(static_cast<uint16_t>(33 + 32 * columns.size()));
-  out.little(static_cast<uint16_t>(recordLength));
-  out.fill(std::byte{0}, 20);
+  out.little(header.recordLength);
+  out.fill(std::byte{0}, 17);
+  out.little(header.languageDriver);
+  out.fill(std::byte{0}, 2);
   for (const Column& column : columns) {
     out.text(column.name);
     out.fill(std::byte{0}, kNameLength - column.name.size() + 1);
     const bool isText = column.content->dataType == "C ";
-    out.text(isText ? "C" : "N");
+    out.text(std::string_view(&column.form.letter, 1));
     out.fill(std::byte{0}, 4);
     // Readers infer the type from the count of decimals: integers have none whatever the field says, and
     // reals keep theirs at any length. Only text has a length of 16 bits.
-    if (column.length < 128 || !isText) {
-      out.little(static_cast<uint8_t>(column.length));
+    if (column.form.length < 128 || !isText) {
+      out.little(static_cast<uint8_t>(column.form.length));
       const bool isReal = kindOf(column.content->dataType.padded()) == FieldKind::R4 ||
                           kindOf(column.content->dataType.padded()) == FieldKind::R8;
       out.little(static_cast<uint8_t>(isReal ? writtenDecimals(column.content->decimals) : 0));
     } else {
-      out.little(static_cast<uint16_t>(column.length));
+      out.little(static_cast<uint16_t>(column.form.length));
     }
     out.fill(std::byte{0}, 14);
   }
   out.little(uint8_t{0x0D});
 }
 
-int writeImage(const std::string& name, std::span<const std::byte> image, uint64_t blockSize) {
-  const int32_t unit = freeUnit();
-  const auto size = static_cast<std::size_t>(blockSize);
-  IoCode code = units().openRecords(unit, name, platform::Open::replace, size);
-  if (code != kIoOk) {
-    reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error opening dbf file"});
+/// Reports a fault of the file of a table that has `bytes` in blocks of `blockSize`.
+void reportFault(const std::string& name, TableOutput::Step step, IoCode code, std::size_t bytes,
+                 uint64_t blockSize) {
+  const bool opening = step == TableOutput::Step::open;
+  reportError({.routine = kTag,
+               .code = kOwnWords,
+               .file = name,
+               .message1 = opening ? "Error opening dbf file" : "Error writing to dbf file"});
+  if (opening) {
     putMessage("Error code:    ", code);
-    putMessage("Unit number:   ", unit);
-    putMessage("dbfFileSize:   ", static_cast<int64_t>(image.size()));
+    putMessage("Unit number:   ", freeUnit());
+    putMessage("dbfFileSize:   ", static_cast<int64_t>(bytes));
     putMessage("dbfRecordSize: ", static_cast<int64_t>(blockSize));
-    return kFailure;
+  } else if (step == TableOutput::Step::commit) {
+    putMessage(" IOSTAT on close: ", code);
   }
-  for (std::size_t at = 0; at < image.size() && code == kIoOk; at += size)
-    code = units().records(unit)->write(static_cast<int64_t>(at / size) + 1, image.subspan(at, size));
-  const IoCode closed = units().close(unit);
-  if (code == kIoOk && closed == kIoOk) return kSuccess;
-  reportError({.routine = kTag, .code = kOwnWords, .file = name, .message1 = "Error writing to dbf file"});
-  if (closed != kIoOk) putMessage(" IOSTAT on close: ", closed);
-  return kFailure;
-}
-
-/// Writes the name of the encoding beside the table. Without one the file that an older table of that name
-/// left is removed, as it describes other texts.
-int replaceCodePage(const std::string& name, std::string_view codePage) {
-  if (codePage.empty()) {
-    if (platform::fileExists(name) && platform::removeFile(name) != kIoOk)
-      return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
-    return kSuccess;
-  }
-  platform::File file;
-  if (file.open(name, platform::Open::replace) == kIoOk &&
-      file.writeAt(0, std::as_bytes(std::span(codePage))) == kIoOk && file.close() == kIoOk)
-    return kSuccess;
-  return reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name});
 }
 
 int writeRecords(RecordWriter& writer, std::span<Column> columns, std::span<const int64_t> records) {
@@ -316,6 +311,10 @@ void logLosses(std::span<const Column> columns) {
     if (column.substituted > 0)
       putMessage("Values of " + column.name + " beyond 25 characters, written as -9999: ",
                  column.substituted);
+    if (column.cutTexts > 0)
+      putMessage("Texts of " + column.name + " cut to " + freeText(static_cast<int64_t>(column.form.length)) +
+                 " characters, the first in record " + freeText(column.firstCutText) + ": " +
+                 freeText(column.cutTexts));
   }
 }
 
@@ -343,13 +342,17 @@ int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
   if (chooseRecords(table, options, records) != kSuccess) return kFailure;
   setFlags(table, options);
   std::vector<Column> columns;
-  if (chooseColumns(table, options, columns) != kSuccess) return kFailure;
+  if (chooseColumns(table, options, records, columns) != kSuccess) return kFailure;
 
   const std::size_t recordLength =
       1 + std::accumulate(columns.begin(), columns.end(), std::size_t{0},
-                          [](std::size_t sum, const Column& c) { return sum + c.length; });
+                          [](std::size_t sum, const Column& c) { return sum + c.form.length; });
   std::vector<std::byte> header;
-  writeHeader(header, columns, records.size(), recordLength, options.date);
+  writeHeader(header, columns,
+              {.numRecords = std::ssize(records),
+               .recordLength = static_cast<uint16_t>(recordLength),
+               .languageDriver = table.languageDriver},
+              options.date);
   codePage_ = table.codePage;
   if (allocate(header, uint64_t{recordLength} * records.size()) != kSuccess) return kFailure;
   RecordWriter writer(bytes_, header.size(), recordLength, options.nodataOut);
@@ -358,16 +361,27 @@ int DbfImage::make(DataTableType& table, const DbfWriteOptions& options) {
   return kSuccess;
 }
 
-int DbfImage::save(std::string_view path) const {
+int DbfImage::addTo(TableOutput& out, std::string_view path) const {
   const std::string stem(trimmed(path));
-  if (writeImage(stem + ".dbf", bytes_, blockSize_) != kSuccess) return kFailure;
-  return replaceCodePage(stem + ".cpg", codePage_);
+  const auto report = [name = stem + ".dbf", size = bytes_.size(), blockSize = blockSize_](
+                          TableOutput::Step step, IoCode code) {
+    reportFault(name, step, code, size, blockSize);
+  };
+  if (out.add(stem + ".dbf", bytes_, report) != kSuccess) return kFailure;
+  const std::string name = stem + ".cpg";
+  const auto reportCodePage = [name](TableOutput::Step /*step*/, IoCode code) {
+    reportError({.routine = kTag, .code = kCannotOpenToWrite, .file = name, .message1 = describe(code)});
+  };
+  return codePage_.empty() ? out.addRemoval(name, reportCodePage)
+                           : out.add(name, std::as_bytes(std::span(codePage_)), reportCodePage);
 }
 
 int writeDbf(DataTableType& table, std::string_view path, const DbfWriteOptions& options) {
   Attempt attempt{table.status};
   DbfImage image;
-  return attempt.end(image.make(table, options) == kSuccess ? image.save(path) : kFailure);
+  TableOutput out;
+  if (image.make(table, options) != kSuccess || image.addTo(out, path) != kSuccess) return kFailure;
+  return attempt.end(out.commit());
 }
 
 }  // namespace terrain

@@ -17,7 +17,8 @@ namespace terrain {
 inline constexpr std::size_t kTextLength = 256;  ///< longest text that a column or a name holds
 
 /// Texts of a column, each of at most 256 characters and read without its trailing blanks. Memory
-/// follows the text: 8 bytes a record and the characters, which are in one block.
+/// follows the text: 8 bytes a record and the characters, which are in one block. Copies of one record that
+/// follow each other have their characters once.
 class TextColumn {
  public:
   [[nodiscard]] std::size_t size() const { return slices_.size(); }
@@ -48,7 +49,17 @@ class TextColumn {
 
   std::vector<Slice> slices_;
   std::vector<char> characters_;
-  std::size_t unused_ = 0;  // characters that no slice covers any more
+  std::size_t used_ = 0;  // sum of the lengths of all slices
+  bool shared_ = false;   // slices may have the same characters, which are then not overwritten
+};
+
+/// The form that a column had in the DBF file that it was read from, in which it is written again as long as
+/// its values fit and its output length and decimals are not changed.
+struct DbfForm {
+  char letter = ' ';            ///< type: "C", "N", "F", "D", "L", or another for a number
+  int32_t decimals = 0;         ///< beside `fileLength`
+  bool anyDigits = false;       ///< some numbers had an exponent, or more decimals than these
+  bool blankIsMissing = false;  ///< missing numbers were blank: -9999 is written as blank
 };
 
 /// What is known of a column without its values.
@@ -63,6 +74,7 @@ struct FieldDescription {
   bool outFlag = false;  ///< written at all
   bool csvFlag = true;   ///< also to delimited text
   bool shpFlag = true;   ///< also to the table of a shapefile
+  std::optional<DbfForm> dbfForm{};
 };
 
 /// One column. Only the array of its `dataType` ever holds values: none, or one a record.

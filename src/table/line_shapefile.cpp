@@ -185,9 +185,10 @@ bool makeImage(const SegmentType& line, const LineWriteOptions& options, bool fe
 }  // namespace
 
 int ReadPolylineShapefile(LineVectorType& table, std::string_view path, const LineReadOptions& options) {
-  table.DestroySegments();
-  table.prj = InputFileType{};
+  table.clear();
   Attempt attempt{table.status};
+  if (options.grid != nullptr && options.mask != nullptr && options.grid->units != options.mask->units)
+    return fail(kReadTag, "The grid and the mask are not in the same units");
   setReference(table, options);
 
   const Clipper clipper(options, table.feetConverted);
@@ -223,8 +224,8 @@ int LineVectorType::WriteShapefile(std::string_view path, const LineWriteOptions
   const OutlineFileOptions form{.routine = kWriteTag,
                                 .type = options.zForm ? Shape::polylineZ : Shape::polyline,
                                 .z = options.zForm,
-                                .reverse = options.reverse,
-                                .box = chosen.records.empty() ? kHeaderBox : Box{}};
+                                .leastVertices = 2,
+                                .reverse = options.reverse};
   const DbfWriteOptions rows{.shpOnly = true,
                              .nodataOut = options.nodataOut,
                              .recIndex = chosen.records,

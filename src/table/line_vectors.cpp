@@ -64,8 +64,8 @@ void LineVectorType::ConvertToMeters() {
   if (feetConverted) return;
   for (double* side : {&xmin, &xmax, &ymin, &ymax}) *side *= kMetersPerFootR4;
   for (SegmentType& each : segment) {
-    for (double& x : each.x) x *= kMetersPerFootR4;
-    for (double& y : each.y) y *= kMetersPerFootR4;
+    for (auto* values : {&each.x, &each.y, &each.xAlt, &each.yAlt})
+      for (double& value : *values) value *= kMetersPerFootR4;
     // With the flag set below, writers convert z back to feet.
     for (double& z : each.z)
       if (z != kMissing) z *= kMetersPerFootR4;
@@ -301,9 +301,6 @@ int LineVectorType::CopyRecord(int64_t irec, DataTableType& other, int64_t other
   return attempt.end(copied ? kSuccess : kFailure);
 }
 
-void LineVectorType::DestroySegments() {
-  std::vector<SegmentType>().swap(segment);
-  clear();
-}
+void LineVectorType::DestroySegments() { clear(); }
 
 }  // namespace terrain

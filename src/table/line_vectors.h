@@ -46,18 +46,16 @@ struct SegmentEndCells {
   int32_t lastCol = -1, lastRow = -1, firstCol = -1, firstRow = -1;
 };
 
-struct SegmentArray {
+/// The geometry is that of the grid, or mask, that the lines were read against.
+struct SegmentArray : GridGeometry {
   std::vector<SegmentType> segment{};  ///< that of record n is at n - 1
+  char units = 'm';                    ///< of the grid; 'f': the file is in feet
+  bool feetConverted = false;          ///< read in feet, held in metres, written back in feet
 };
 
-/// The geometry is that of the grid, or mask, that the lines were read against.
-class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArray::segment>,
-                       public GridGeometry {
+class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArray::segment> {
  public:
-  char units = 'm';            ///< of the grid; 'f': the file is in feet
-  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
-
-  /// Once: extents and vertices times the float32 0.3048.
+  /// Once: extents, vertices and their second positions times the float32 0.3048.
   void ConvertToMeters();
   /// Makes `segment`, of `numRecords` segments or n; a table without columns takes n records.
   int initializeSegments(std::optional<int64_t> n = std::nullopt);
@@ -94,7 +92,7 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   /// -9999.0 for both outputs, and -1, where there is no vertex.
   int LastVertex(int64_t irec, double& x, double& y);
   /// Writes the lines that have vertices and, with an ID field, an ID above 0; in ascending order of
-  /// the IDs unless `isFlag`. In the Z form a missing elevation is -9999.0.
+  /// the IDs unless `isFlag`. In the Z form a missing elevation is -9999.0. A line of one vertex is a fault.
   int WriteShapefile(std::string_view path, const LineWriteOptions& options = {});
   /// One flag or, without a record, all of them.
   void SetSegmentFlag(std::optional<int64_t> irec = std::nullopt, bool value = false);
@@ -107,7 +105,7 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   [[nodiscard]] int32_t VertexCount(int64_t irec) const;  ///< -1 without vertices
   /// Outputs for which the line has no value are left unchanged.
   void VertexInfo(int64_t irec, int32_t index, const VertexInfoOut& out) const;
-  /// Releases the segments and the columns.
+  /// Releases the segments and the columns: the same as `clear`.
   void DestroySegments();
 
  private:
@@ -118,7 +116,8 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
 
 struct LineReadOptions {
   const Grid_Header* grid = nullptr;  ///< vertices outside it are dropped
-  const R4Grid_type* mask = nullptr;  ///< vertices outside it or on its nodata are dropped
+  const R4Grid_type* mask =
+      nullptr;  ///< vertices outside it or on its nodata are dropped; in the grid's units
   std::optional<std::string_view> IDfieldName{};
   double xOffset = 0;  ///< added in the file's units
   double yOffset = 0;

@@ -131,12 +131,13 @@ int writeOutlines(DataTableType& table, std::string_view path, const OutlineFile
   ShapefileWriter out(options.type, bytes, chosen.records.size());
   if (!out.ok()) return noMemory();
 
-  ShapeRanges ranges{.box = options.box};
+  ShapeRanges ranges;
   OutlineImage image;
   for (const int64_t irec : chosen.records) {
     if (!makeImage(irec, image)) return noMemory();
-    if (const std::string why = faultOf(image.content); !why.empty())
-      return fail(options.routine, "Record " + freeText(irec) + ": " + why);
+    std::string why = faultOf(image.content);
+    if (why.empty() && image.content.x.size() < options.leastVertices) why = "A line of one vertex";
+    if (!why.empty()) return fail(options.routine, "Record " + freeText(irec) + ": " + why);
     if (options.reverse && !reverseOutline(image)) return noMemory();
     writeParts(out, image.content, ranges);
   }

@@ -65,10 +65,10 @@ struct OutlineImage {
 struct OutlineFileOptions {
   std::string_view routine{};  ///< under which failures are reported
   Shape type = Shape::null;
-  bool z = false;        ///< records have elevations
-  bool m = false;        ///< and measures
-  bool reverse = false;  ///< vertices and parts last to first
-  Box box{};             ///< of the header, before the records widen it
+  bool z = false;                 ///< records have elevations
+  bool m = false;                 ///< and measures
+  std::size_t leastVertices = 1;  ///< a record with fewer is a fault: it would be read back empty
+  bool reverse = false;           ///< vertices and parts last to first
 };
 
 /// Writes the files of the records chosen. `makeImage` makes the image of a record and gives false if there

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <type_traits>
 
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
@@ -25,7 +26,9 @@ constexpr std::uint64_t kContentBytes = 20;  // of a point record
 struct PointsRead {
   std::vector<PointType> points{};
   std::vector<int64_t> rows{};  ///< the table record of each point
-  int64_t dropped = 0;          ///< points outside the header's box, and null shapes
+  int64_t dropped = 0;          ///< null shapes, and points that are no finite numbers
+  int64_t outside = 0;          ///< points outside the header's box, which are kept
+  Box box{};                    ///< of the header, widened by those
 };
 
 /// The number of points in one record, which is reported if they are not all there.
@@ -43,22 +46,23 @@ int countPairs(const ShapefileReader& file, ShapeRecord& record, uint64_t& pairs
   return kSuccess;
 }
 
-/// Appends the points of one record that lie within the header's box. The comparison is in the file's units,
-/// before the conversion.
+/// Appends the points of one record. They are compared with the header's box in the file's units, before the
+/// conversion.
 void appendPoints(const ShapefileReader& file, ShapeRecord& record, uint64_t pairs, double factor,
                   PointsRead& read) {
   for (; pairs > 0; --pairs) {
     const auto x = record.content.little<double>();
     const auto y = record.content.little<double>();
-    // Infinite sides of a box would accept points that no operation can use.
-    if (!file.box().contains(x, y) || !std::isfinite(x) || !std::isfinite(y)) {
+    if (!std::isfinite(x) || !std::isfinite(y)) {
       ++read.dropped;
       continue;
     }
+    if (!file.box().contains(x, y)) ++read.outside;
+    read.box.add(x, y);
     PointType& point = read.points.emplace_back();
     point.x = x * factor;
     point.y = y * factor;
-    read.rows.push_back(record.number);
+    read.rows.push_back(record.row);
   }
 }
 
@@ -107,25 +111,48 @@ int checkLimits(int64_t n) {
   return kSuccess;
 }
 
-/// The type of the file, and its box as the table's extents.
-int readHeader(PointVectorType& table, const ShapefileReader& file) {
-  if (!isPointType(file.type()))
-    return file.fault("unknown shapefile type" + rightJustified(freeText(file.typeCode()), 2));
-  table.xmin = file.box().x.low;
-  table.ymin = file.box().y.low;
-  table.xmax = file.box().x.high;
-  table.ymax = file.box().y.high;
-  return kSuccess;
+int checkType(const ShapefileReader& file) {
+  if (isPointType(file.type())) return kSuccess;
+  return file.fault("unknown shapefile type" + rightJustified(freeText(file.typeCode()), 2));
+}
+
+/// The header's box, widened by the points outside it, as the table's extents.
+void setExtents(PointVectorType& table, const Box& header, const PointsRead& read, double factor) {
+  Box box = header;
+  if (read.outside > 0) box.add(read.box);
+  table.xmin = box.x.low * factor;
+  table.ymin = box.y.low * factor;
+  table.xmax = box.x.high * factor;
+  table.ymax = box.y.high * factor;
+}
+
+/// Memory stays in proportion to the files: one row of a small file may be that of many points.
+int checkRows(const PointVectorType& table, const ShapefileReader& file, const PointsRead& read) {
+  constexpr std::uint64_t kMostTimes = 20;
+  constexpr std::uint64_t kAlways = std::uint64_t{64} << 20U;
+  std::uint64_t rowBytes = 0;
+  for (const auto& field : table.field)
+    visitColumn(*field, [&](const auto& column) {
+      using Value = std::decay_t<decltype(column[0])>;
+      rowBytes += std::is_arithmetic_v<Value> ? sizeof(Value) : sizeof(std::uint64_t);
+    });
+  const std::uint64_t files =
+      file.size() + static_cast<std::uint64_t>(std::max<int64_t>(table.dbfPosition, 0));
+  if (rowBytes * read.points.size() <= kMostTimes * files + kAlways) return kSuccess;
+  return file.fault(freeText(std::ssize(read.points)) + " points with " + freeText(table.nfields) +
+                    " fields each are too many for a file of " + freeText(table.numRecords) + " records");
 }
 
 /// Stores the points read, with their rows.
 int storePoints(PointVectorType& table, const ShapefileReader& file, PointsRead& read) {
   const bool oneEach = file.type() != Shape::multiPoint && read.dropped == 0;
+  if (!oneEach && checkRows(table, file, read) != kSuccess) return kFailure;
   if (!oneEach && table.takeRecords(read.rows) != kSuccess)
     return file.fault("The table rows cannot be matched to the points");
   if (read.dropped > 0)
-    putMessage("  Points dropped (null shapes, or outside the extents of the file): " +
-               freeText(read.dropped));
+    putMessage("  Points dropped (null shapes, or no finite numbers): " + freeText(read.dropped));
+  if (read.outside > 0)
+    putMessage("  Points outside the extents that the file gives, which are kept: " + freeText(read.outside));
   table.numRecords = std::ssize(read.points);
   table.point = std::move(read.points);
   return kSuccess;
@@ -134,19 +161,17 @@ int storePoints(PointVectorType& table, const ShapefileReader& file, PointsRead&
 }  // namespace
 
 int ReadPointShapefile(PointVectorType& table, std::string_view path, const PointReadOptions& options) {
-  table.DestroyTable();
-  table.prj = InputFileType{};
+  table.clear();
   table.units = options.units.value_or(options.grid != nullptr ? options.grid->units : 'm');
-  table.gridReference = false;
-  table.xmin = table.xmax = table.ymin = table.ymax = 0;
+  table.feetConverted = table.units == 'f';
   Attempt attempt{table.status};
-  const double factor = table.units == 'f' ? kMetersPerFoot : 1.0;
-  const auto check = [&](ShapefileReader& file) { return readHeader(table, file); };
+  const double factor = table.feetConverted ? kMetersPerFoot : 1.0;
   const auto readShapes = [&](ShapefileReader& file) {
     PointsRead read;
     if (readPoints(file, table.numRecords, factor, read) != kSuccess ||
         storePoints(table, file, read) != kSuccess)
       return kFailure;
+    setExtents(table, file.box(), read, factor);
     table.gridReference = options.grid != nullptr;
     if (!table.gridReference) return kSuccess;
     for (PointType& point : table.point) {
@@ -156,7 +181,8 @@ int ReadPointShapefile(PointVectorType& table, std::string_view path, const Poin
     }
     return kSuccess;
   };
-  return attempt.end(readShapefile(table, table.prj, {.routine = kReadTag, .path = path}, check, readShapes));
+  return attempt.end(
+      readShapefile(table, table.prj, {.routine = kReadTag, .path = path}, checkType, readShapes));
 }
 
 int PointVectorType::WritePointShapefile(std::string_view path, const PointWriteOptions& options) {
@@ -173,12 +199,16 @@ int PointVectorType::WritePointShapefile(std::string_view path, const PointWrite
   std::vector<int64_t> written;
   if (!out.ok() || !tryReserve(written, count))
     return cannotAllocate(kWriteTag, "shapefile component file shp");
-  Box box = kHeaderBox;
+  // Divided by the factor of reading, most coordinates come back to the last bit.
+  const double divisor = feetConverted ? kMetersPerFoot : 1.0;
+  Box box;
   for (int64_t irec = 1; irec <= numRecords; ++irec) {
     if (!isWritten(*shapeAt(irec))) continue;
     double x = 0;
     double y = 0;
     PointXY(irec, x, y, options.applyOffset);
+    x /= divisor;
+    y /= divisor;
     // A reader would drop such a point.
     if (!std::isfinite(x) || !std::isfinite(y))
       return fail(kWriteTag, "Record " + freeText(irec) + ": x or y is not a finite number");

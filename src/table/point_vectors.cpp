@@ -101,9 +101,6 @@ void PointVectorType::SetPointFlag(int64_t irec, bool value) { setFlag(irec, val
 
 bool PointVectorType::PointFlag(int64_t irec) const { return valueOf(irec, &PointType::flag, false); }
 
-void PointVectorType::DestroyTable() {
-  std::vector<PointType>().swap(point);
-  clear();
-}
+void PointVectorType::DestroyTable() { clear(); }
 
 }  // namespace terrain

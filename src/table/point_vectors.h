@@ -22,22 +22,22 @@ struct PointWriteOptions {
   std::optional<CalendarDate> date{};      ///< of writing, in the table's header; absent: today
 };
 
-/// The extent of the points of a table.
+/// The extent of the points of a table, in the units of their coordinates.
 struct PointGridInfo {
   char units = 'm';
   double xmin = 0, xmax = 0, ymin = 0, ymax = 0;
 };
 
 struct PointArray {
-  std::vector<PointType> point{};  ///< that of record n is at n - 1; none, or one a record
+  std::vector<PointType> point{};                 ///< that of record n is at n - 1; none, or one a record
+  double xmin = 0, xmax = 0, ymin = 0, ymax = 0;  ///< extents of the file, in the units of the points
+  char units = 'm';                               ///< of the file that was read, 'f' where it was in feet
+  bool feetConverted = false;                     ///< read in feet, held in metres, written back in feet
+  bool gridReference = false;                     ///< the points were read against a grid
 };
 
 class PointVectorType : public VectorTable<PointType, PointArray, &PointArray::point> {
  public:
-  double xmin = 0, xmax = 0, ymin = 0, ymax = 0;  ///< extents from the file's header, in the file's units
-  char units = 'm';                               ///< of the file that was read, 'f' where it was in feet
-  bool gridReference = false;                     ///< the points were read against a grid
-
   [[nodiscard]] int32_t PointCol(int64_t irec) const;  ///< -9999 for a bad record
   [[nodiscard]] int32_t PointRow(int64_t irec) const;
   int WritePointShapefile(std::string_view path, const PointWriteOptions& options = {});
@@ -60,8 +60,10 @@ class PointVectorType : public VectorTable<PointType, PointArray, &PointArray::p
   void SetAllPointFlags(bool value);
   void SetPointFlag(int64_t irec, bool value);
   [[nodiscard]] bool PointFlag(int64_t irec) const;  ///< false for a bad record
-  [[nodiscard]] PointGridInfo GridInfo() const { return {units, xmin, xmax, ymin, ymax}; }
-  /// Releases the points and the columns.
+  [[nodiscard]] PointGridInfo GridInfo() const {
+    return {feetConverted ? 'm' : units, xmin, xmax, ymin, ymax};
+  }
+  /// Releases the points and the columns: the same as `clear`.
   void DestroyTable();
   [[nodiscard]] bool HasGridReference() const { return gridReference; }
 
@@ -75,9 +77,11 @@ struct PointReadOptions {
   std::optional<char> units{};        ///< 'f': the file is in feet; absent: the grid's units
   const Grid_Header* grid = nullptr;  ///< gives each point its col and row
 };
-/// Reads the shapefile with the stem `path`; what the table held before is lost. Points outside the box of
-/// the file's header, null shapes and points that are no finite numbers are dropped together with their
-/// rows, and their count is logged; each point of a MultiPoint record gets a copy of the row.
+/// Reads the shapefile with the stem `path`; what the table held before is lost. Null shapes and points that
+/// are no finite numbers are dropped together with their rows, and their count is logged. Points outside the
+/// box of the file's header are kept, counted in the log, and widen the table's extents. Each point of a
+/// MultiPoint record gets the row of the record; where the rows of all points would take more than 20 times
+/// the files and 64 MiB, that is a fault.
 int ReadPointShapefile(PointVectorType& table, std::string_view path, const PointReadOptions& options = {});
 
 }  // namespace terrain

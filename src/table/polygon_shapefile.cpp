@@ -90,7 +90,6 @@ bool makeImage(const PolygonType& polygon, const OutlineFileOptions& form, bool 
 
 int ReadPolygonShapefile(PolyVectorType& table, std::string_view path, const PolygonReadOptions& options) {
   table.clear();
-  table.prj = InputFileType{};
   table.geometry() = options.grid != nullptr ? options.grid->geometry() : GridGeometry{};
   table.units = options.grid != nullptr ? options.grid->units : 'm';
   table.feetConverted = table.units == 'f';
@@ -125,8 +124,7 @@ int PolyVectorType::write(std::string_view routine, std::string_view path, const
   const OutlineFileOptions form{.routine = routine,
                                 .type = zForm ? Shape::polygonZ : Shape::polygon,
                                 .z = zForm,
-                                .m = zForm && measures,
-                                .box = kHeaderBox};
+                                .m = zForm && measures};
   // Without `shpOnly`: polygon tables keep every column with `outFlag`, whatever its `shpFlag`.
   const DbfWriteOptions rows{.nodataOut = options.nodataOut,
                              .recIndex = chosen.records,

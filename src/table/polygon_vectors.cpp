@@ -103,7 +103,7 @@ void PolygonType::updateBox() {
 
 // ---- what a polygon holds ----
 
-void PolyVectorType::DestroyPolygons() { std::vector<PolygonType>().swap(polygon); }
+void PolyVectorType::DestroyPolygons() { clearShapes(); }
 
 void PolyVectorType::PolygonBounds(int64_t irec, double& west, double& east, double& south,
                                    double& north) const {

@@ -45,19 +45,17 @@ struct ReferencePointOptions {
   bool relative = false;  ///< also `dx` and `dy`, the vertices relative to the point
 };
 
-struct PolygonArray {
-  std::vector<PolygonType> polygon{};  ///< that of record n is at n - 1
-};
-
 /// The geometry is that of the grid that the polygons were read with; without one it has the extents of the
 /// file alone.
-class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArray::polygon>,
-                       public GridGeometry {
- public:
-  char units = 'm';            ///< of the grid; 'f': the file is in feet
-  bool feetConverted = false;  ///< read in feet, held in metres, written back in feet
+struct PolygonArray : GridGeometry {
+  std::vector<PolygonType> polygon{};  ///< that of record n is at n - 1
+  char units = 'm';                    ///< of the grid; 'f': the file is in feet
+  bool feetConverted = false;          ///< read in feet, held in metres, written back in feet
+};
 
-  /// Releases the polygons; the columns stay.
+class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArray::polygon> {
+ public:
+  /// Releases the polygons, and all that was read with them; the columns stay.
   void DestroyPolygons();
   /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
   void PolygonBounds(int64_t irec, double& west, double& east, double& south, double& north) const;

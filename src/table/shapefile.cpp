@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
 #include "foundation/messages.h"
@@ -10,6 +11,7 @@
 #include "foundation/status.h"
 #include "foundation/text.h"
 #include "table/dbf.h"
+#include "table/table_output.h"
 
 namespace terrain {
 
@@ -36,9 +38,10 @@ void writeHeader(ByteWriter& out, Shape type) {
   out.fill(std::byte{0}, kShapeHeaderBytes - kBoxOffset);
 }
 
-/// The header's numbers that are known only at the end.
-void completeHeader(ByteWriter& out, const Box& box, const Range& z, const Range& m) {
+/// The header's numbers that are known only at the end. The box of a file without shapes is 0.
+void completeHeader(ByteWriter& out, Box box, const Range& z, const Range& m) {
   out.patchBig(kShapeLengthOffset, static_cast<int32_t>(out.position() / 2));
+  if (box.x.empty()) box = {.x = {0, 0}, .y = {0, 0}};
   std::uint64_t at = kBoxOffset;
   for (const double value : {box.x.low, box.y.low, box.x.high, box.y.high, z.low, z.high, m.low, m.high}) {
     out.patchLittle(at, value);
@@ -46,15 +49,17 @@ void completeHeader(ByteWriter& out, const Box& box, const Range& z, const Range
   }
 }
 
-/// `failed` is the message code of the step that fails, the opening or the writing.
-IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& name, int32_t& failed) {
-  failed = kCannotOpenToWrite;
-  IoCode code = file.open(name, platform::Open::replace);
-  if (code != kIoOk) return code;
-  failed = kWriteError;
-  code = image.finish();
-  const IoCode closing = file.close();
-  return code != kIoOk ? code : closing;
+/// Adds path + ".prj" with the lines of `prj`, or without any the removal of an older one.
+int addProjection(TableOutput& out, std::string_view routine, std::string_view path,
+                  const InputFileType& prj) {
+  const std::string name = shapefileName(path, ".prj");
+  const auto report = [routine, path](TableOutput::Step /*step*/, IoCode /*code*/) {
+    fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
+  };
+  if (prj.LineCount() < 1) return out.addRemoval(name, report);
+  std::string text;
+  for (const std::string& line : prj.lines) text.append(trimmed(line)) += '\n';
+  return out.add(name, std::as_bytes(std::span(text)), report);
 }
 
 }  // namespace
@@ -62,7 +67,7 @@ IoCode writeImage(platform::File& file, ByteWriter& image, const std::string& na
 // ---- reading ----
 
 ShapefileReader::ShapefileReader(std::string_view routine, std::string_view path)
-    : routine_(routine), name_(shapefileName(path, ".shp")) {}
+    : routine_(routine), name_(existingFile(trimmed(path), ".shp")) {}
 
 int ShapefileReader::fault(std::string_view what, int64_t record) const {
   std::string line(what);
@@ -96,7 +101,9 @@ int ShapefileReader::load() {
   return kSuccess;
 }
 
-int ShapefileReader::checkRecords(int64_t tableRecords) {
+int ShapefileReader::checkRecords(int64_t tableRecords, std::vector<int64_t> deleted) {
+  deleted_ = std::move(deleted);
+  tableRecords += std::ssize(deleted_);
   if (declaredBytes_ < kShapeHeaderBytes || declaredBytes_ > bytes_.size())
     return fault("File size discrepency: the header says " + freeText(static_cast<int64_t>(declaredBytes_)) +
                  " bytes, the file has " + freeText(static_cast<int64_t>(bytes_.size())));
@@ -130,6 +137,12 @@ int ShapefileReader::checkRecords(int64_t tableRecords) {
 
 int ShapefileReader::next(ShapeRecord& record) {
   record.number = ++lastRecord_;
+  for (; deletedPassed_ < deleted_.size() && deleted_[deletedPassed_] == record.number; ++deletedPassed_) {
+    in_.skip(sizeof(int32_t));
+    in_.skip(2 * static_cast<std::uint64_t>(in_.big<int32_t>()));
+    record.number = ++lastRecord_;
+  }
+  record.row = record.number - static_cast<int64_t>(deletedPassed_);
   in_.skip(sizeof(int32_t));
   const auto words = in_.big<int32_t>();
   record.content = in_.part(2 * static_cast<std::uint64_t>(words));
@@ -146,7 +159,8 @@ int ShapefileReader::noMemory(std::string_view object) const { return cannotAllo
 int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSource& source,
                   const ReadingStep& check, const ReadingStep& readShapes) {
   const std::string stem(trimmed(source.path));
-  if (NewDataTable(table, {.filePath = stem + ".dbf"}) != kSuccess)
+  std::vector<int64_t> deleted;
+  if (readDbf(table, existingFile(stem, ".dbf"), {.deleted = &deleted}) != kSuccess)
     return fail(source.routine, "NewDataTable failed for " + stem);
   if (source.idField) {
     const int32_t number = table.FieldNumber(*source.idField);
@@ -155,8 +169,8 @@ int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSourc
     table.IDfield = number;
   }
   ShapefileReader file(source.routine, stem);
-  if (file.load() != kSuccess || check(file) != kSuccess || file.checkRecords(table.numRecords) != kSuccess ||
-      readShapes(file) != kSuccess)
+  if (file.load() != kSuccess || check(file) != kSuccess ||
+      file.checkRecords(table.numRecords, std::move(deleted)) != kSuccess || readShapes(file) != kSuccess)
     return kFailure;
   readProjection(stem, prj);
   return kSuccess;
@@ -165,8 +179,9 @@ int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSourc
 // ---- writing ----
 
 ShapefileWriter::ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records)
-    : main_(mainFile_, static_cast<std::size_t>(mainBytes)),
-      index_(indexFile_, static_cast<std::size_t>(kShapeHeaderBytes + kShapeIndexEntryBytes * records)),
+    : main_(mainFile_.file(), static_cast<std::size_t>(mainBytes)),
+      index_(indexFile_.file(),
+             static_cast<std::size_t>(kShapeHeaderBytes + kShapeIndexEntryBytes * records)),
       type_(type) {
   if (!ok()) return;
   writeHeader(main_, type);
@@ -188,23 +203,28 @@ void ShapefileWriter::setRanges(const Box& box, const Range& z, const Range& m) 
   completeHeader(index_, box, z, m);
 }
 
-int ShapefileWriter::save(std::string_view routine, std::string_view path) {
+int ShapefileWriter::addTo(TableOutput& out, std::string_view routine, std::string_view path) {
   const std::string name = shapefileName(path, ".shp");
-  int32_t failed = 0;
-  IoCode code = writeImage(mainFile_, main_, name, failed);
-  if (code != kIoOk)
-    return reportError({.routine = routine,
-                        .code = kOwnWords,
-                        .message1 = "Failed to write file " + name,
-                        .message2 = describe(code)});
+  const auto reportMain = [routine, name](TableOutput::Step /*step*/, IoCode code) {
+    reportError({.routine = routine,
+                 .code = kOwnWords,
+                 .message1 = "Failed to write file " + name,
+                 .message2 = describe(code)});
+  };
   const std::string indexName = shapefileName(path, ".shx");
-  code = writeImage(indexFile_, index_, indexName, failed);
-  if (code != kIoOk) {
-    reportError({.routine = routine, .code = failed, .file = indexName, .message1 = describe(code)});
+  const auto reportIndex = [routine, indexName](TableOutput::Step step, IoCode code) {
+    reportError({.routine = routine,
+                 .code = step == TableOutput::Step::open ? kCannotOpenToWrite : kWriteError,
+                 .file = indexName,
+                 .message1 = describe(code)});
     putConsoleLine("Error code: " + freeText(code));
-    return kFailure;
-  }
-  return kSuccess;
+  };
+  using enum TableOutput::Place;
+  return out.add(mainFile_, name, last, reportMain, [this] { return main_.finish(); }) == kSuccess &&
+                 out.add(indexFile_, indexName, last, reportIndex, [this] { return index_.finish(); }) ==
+                     kSuccess
+             ? kSuccess
+             : kFailure;
 }
 
 int checkShapeCount(std::string_view routine, const DataTableType& table, std::size_t shapes,
@@ -218,26 +238,20 @@ int saveShapefile(std::string_view routine, std::string_view path, ShapefileWrit
                   const DbfWriteOptions& rows, const InputFileType& prj) {
   DbfImage image;
   if (image.make(table, rows) != kSuccess) return fail(routine, "writeDBFfile failed");
-  if (out.save(routine, path) != kSuccess) return kFailure;
-  if (image.save(path) != kSuccess) return fail(routine, "writeDBFfile failed");
-  return writeProjection(routine, path, prj);
+  TableOutput files;
+  if (out.addTo(files, routine, path) != kSuccess) return kFailure;
+  if (image.addTo(files, path) != kSuccess) return fail(routine, "writeDBFfile failed");
+  if (addProjection(files, routine, path, prj) != kSuccess) return kFailure;
+  return files.commit();
 }
 
 // ---- projection ----
 
 void readProjection(std::string_view path, InputFileType& prj) {
   prj = InputFileType{};
-  const std::string name = shapefileName(path, ".prj");
-  platform::File file;
-  const bool empty = file.open(name, platform::Open::read) == kIoOk && file.size() == 0;  // which is no error
-  if (platform::fileExists(name) && !empty) prj = NewInputFile(name, {.lineLength = std::string::npos});
-}
-
-int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj) {
-  if (prj.LineCount() < 1) return kSuccess;
-  InputFileType text = prj.Copy();
-  if (text.writeAscii(shapefileName(path, ".prj")) == kSuccess) return kSuccess;
-  return fail(routine, "Error writing projection file for " + std::string(trimmed(path)));
+  const std::string name = existingFile(trimmed(path), ".prj");
+  if (platform::fileExists(name))
+    prj = NewInputFile(name, {.lineLength = std::string::npos, .mayBeEmpty = true});
 }
 
 // ---- numbers ----

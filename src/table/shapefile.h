@@ -15,10 +15,13 @@
 
 #include "foundation/bytes.h"
 #include "foundation/input_file.h"
+#include "foundation/replacement.h"
 #include "table/data_table.h"
 #include "table/geometry.h"
 
 namespace terrain {
+
+class TableOutput;
 
 /// Shape types by their code in the file.
 enum class Shape : int32_t {
@@ -40,15 +43,14 @@ inline constexpr uint64_t kShapeRecordHeaderBytes = 8;
 inline constexpr uint64_t kShapeIndexEntryBytes = 8;
 inline constexpr uint64_t kShapeLengthOffset = 24;        ///< of the file's length in words, in both headers
 inline constexpr int64_t kLargestShapefile = 2147483647;  ///< bytes that a main file may have
-/// Where the box of a header starts whose maxima are at least 0; the box of a file without records.
-inline constexpr Box kHeaderBox{.x = {kLargestReal8, 0.0}, .y = {kLargestReal8, 0.0}};
 
-/// The name of one file of a shapefile, of the stem without trailing blanks.
+/// The name under which one file of a shapefile is written, of the stem without trailing blanks.
 [[nodiscard]] std::string shapefileName(std::string_view path, std::string_view extension);
 
 /// One record of a main file.
 struct ShapeRecord {
-  int64_t number = 0;  ///< from 1
+  int64_t number = 0;  ///< in the file, from 1
+  int64_t row = 0;     ///< in the table, which lacks the rows that the file marks as deleted
   Shape type = Shape::null;
   ByteReader content{{}};  ///< of the content, after the shape type
 };
@@ -63,6 +65,8 @@ class ShapefileReader {
   /// Loads the file and reads its header. 0 or -1.
   int load();
   [[nodiscard]] int32_t typeCode() const { return typeCode_; }
+  /// Bytes of the main file.
+  [[nodiscard]] std::uint64_t size() const { return bytes_.size(); }
   [[nodiscard]] Shape type() const { return static_cast<Shape>(typeCode_); }
   /// Box of the header, unchanged.
   [[nodiscard]] const Box& box() const { return box_; }
@@ -71,9 +75,9 @@ class ShapefileReader {
 
   /// Checks all record headers before any record is read: numbers from 1 without a gap, contents within
   /// the file, the last one ending at the length that the file's header gives, as many records as the table
-  /// has. 0 or -1. Bytes after that length are ignored.
-  int checkRecords(int64_t tableRecords);
-  /// The next record. Its type is null, or the file's. 0 or -1.
+  /// has, with its deleted ones. 0 or -1. Bytes after that length are ignored.
+  int checkRecords(int64_t tableRecords, std::vector<int64_t> deleted);
+  /// The next record whose row is not deleted. Its type is null, or the file's. 0 or -1.
   int next(ShapeRecord& record);
 
   /// Reports a fault of the file, or of one record (number 1 or more). Gives -1.
@@ -89,11 +93,14 @@ class ShapefileReader {
   ByteReader in_{{}};  // of the records
   std::uint64_t declaredBytes_ = 0;
   int64_t lastRecord_ = 0;
+  std::vector<int64_t> deleted_;  // numbers of records without a row, rising
+  std::size_t deletedPassed_ = 0;
   int32_t typeCode_ = 0;
   Box box_{};
 };
 
-/// Builds the images of a main and an index file, of sizes known in advance, and writes each at once.
+/// Builds the images of a main and an index file, of sizes known in advance, and writes each at once under
+/// its temporary name.
 class ShapefileWriter {
  public:
   ShapefileWriter(Shape type, uint64_t mainBytes, uint64_t records);
@@ -104,12 +111,13 @@ class ShapefileWriter {
   ByteWriter& beginRecord(uint64_t contentBytes);
   /// Puts the ranges of all records into both headers. Called after the last record.
   void setRanges(const Box& box, const Range& z = {0, 0}, const Range& m = {0, 0});
-  /// Writes both files. 0, or -1 with a report.
-  int save(std::string_view routine, std::string_view path);
+  /// Adds both files to those of the table, the index last; the writer must live until the commit. 0, or -1
+  /// with a report.
+  int addTo(TableOutput& out, std::string_view routine, std::string_view path);
 
  private:
-  platform::File mainFile_;
-  platform::File indexFile_;
+  Replacement mainFile_;
+  Replacement indexFile_;
   ByteWriter main_;
   ByteWriter index_;
   Shape type_;
@@ -140,14 +148,12 @@ int readShapefile(DataTableType& table, InputFileType& prj, const ShapefileSourc
 int checkShapeCount(std::string_view routine, const DataTableType& table, std::size_t shapes,
                     std::string_view what);
 
-/// Reads path + ".prj" into `prj`, which has no lines if there is no such file.
+/// Reads path + ".prj", or ".PRJ", into `prj`, which has no lines if there is no such file.
 void readProjection(std::string_view path, InputFileType& prj);
-/// Writes `prj`, where it has lines, to path + ".prj". 0, or -1 with a report.
-int writeProjection(std::string_view routine, std::string_view path, const InputFileType& prj);
 
 /// Writes the files of a shapefile whose records are in `out`: ".shp" and ".shx", the rows chosen by `rows`
-/// as ".dbf" (and ".cpg", see `DbfImage`), and `prj`. The rows are formatted before any file is touched, so
-/// a value that does not fit its field leaves older files of that name whole. 0, or -1 after a report.
+/// as ".dbf" (and ".cpg", see `DbfImage`), and `prj` as ".prj"; a ".prj" of an older shapefile goes where
+/// `prj` has no lines. A fault at any of them leaves the older shapefile whole. 0, or -1 after a report.
 int saveShapefile(std::string_view routine, std::string_view path, ShapefileWriter& out, DataTableType& table,
                   const DbfWriteOptions& rows, const InputFileType& prj);
 

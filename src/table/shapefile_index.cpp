@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <array>
 
+#include "foundation/files.h"
 #include "foundation/free_format.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
+#include "foundation/text.h"
 #include "table/shapefile.h"
 
 namespace terrain {
@@ -92,8 +94,8 @@ int64_t countRecords(const NamedFile& main, uint64_t end) {
 }  // namespace
 
 int64_t NumRecordsInShapefile(std::string_view path) {
-  NamedFile index{.name = shapefileName(path, ".shx")};
-  NamedFile main{.name = shapefileName(path, ".shp")};
+  NamedFile index{.name = existingFile(trimmed(path), ".shx")};
+  NamedFile main{.name = existingFile(trimmed(path), ".shp")};
   const IoCode code = index.file.open(index.name, platform::Open::read);
   if (code != kIoOk)
     return reportError(

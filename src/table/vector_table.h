@@ -35,7 +35,8 @@ template <class T>
   return needed <= list.capacity() || tryReserve(list, std::max(needed, 2 * list.capacity()));
 }
 
-/// A table of shapes. `Holder` is the struct that gives the array of shapes its published name.
+/// A table of shapes. `Holder` is the struct that gives the array of shapes its published name, and has what
+/// else belongs to the shapes of one file; a table that is cleared starts with a new one.
 template <class ShapeType, class Holder, std::vector<ShapeType> Holder::*kShapes>
 class VectorTable : public DataTableType, public Holder {
  public:
@@ -43,7 +44,7 @@ class VectorTable : public DataTableType, public Holder {
 
   void clear() override {
     DataTableType::clear();
-    shapes().clear();
+    clearShapes();
   }
   [[nodiscard]] bool hasRecordFlags() const final { return true; }
   [[nodiscard]] bool* recordFlag(int64_t irec) final {
@@ -55,6 +56,11 @@ class VectorTable : public DataTableType, public Holder {
   [[nodiscard]] const ShapeType* shapeAt(int64_t irec) const { return entryAt(shapes(), irec); }
 
  protected:
+  /// No shapes, and nothing of the file that they came from.
+  void clearShapes() {
+    static_cast<Holder&>(*this) = Holder{};
+    prj = InputFileType{};
+  }
   [[nodiscard]] std::vector<ShapeType>& shapes() { return this->*kShapes; }
   [[nodiscard]] const std::vector<ShapeType>& shapes() const { return this->*kShapes; }
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <csignal>
@@ -141,9 +140,7 @@ TEST_F(Replacing, FullDiskLeavesTheOlderFiles) {
   store("a", "older");
   store("b", "older");
   const auto onFullDisk = [&] {
-    const rlimit limit{100, 100};
-    platform::prepareProcess();
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const test::FileSizeLimit limit(100);
     Replacement a;
     Replacement b;
     if (a.open(at("a")) != kIoOk || b.open(at("b")) != kIoOk) std::_Exit(1);

@@ -1,7 +1,6 @@
 #include "grid/float_raster.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <fstream>
 
@@ -217,13 +216,10 @@ TEST_P(FloatRaster, FilesOfARasterChangeTogetherOrNotAtAll) {
   const std::string older = all();
   grid.projection.Clear();
   grid.nodata = -1;
-  rlimit limit{};
-  ::getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit full{1000, limit.rlim_max};
-  platform::prepareProcess();
-  ::setrlimit(RLIMIT_FSIZE, &full);
-  EXPECT_EQ(grid.WritefltR4(at("w")), -1);
-  ::setrlimit(RLIMIT_FSIZE, &limit);
+  {
+    const test::FileSizeLimit full(1000);
+    EXPECT_EQ(grid.WritefltR4(at("w")), -1);
+  }
   EXPECT_TRUE(said("Error in writing to file"));
   EXPECT_TRUE(all() == older);
   EXPECT_EQ(grid.WritefltR4(at("none/w")), -1);

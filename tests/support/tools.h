@@ -1,6 +1,7 @@
 #pragma once
 // Files for tests, and programs that tests run: ours, and other people's tools where they are installed.
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/platform.h"
 #include "foundation/scratch.h"
 
 namespace terrain::test {
@@ -47,6 +49,23 @@ inline std::string readBytes(const std::string& name) {
 inline void writeBytes(const std::string& name, std::string_view bytes) {
   std::ofstream(name, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
+
+/// While it lives, no file can be written beyond so many bytes: what a full disk is to a program.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(std::uint64_t bytes) {
+    platform::prepareProcess();  // a write beyond the limit is an error, not a signal
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
 
 struct Outcome {
   int status = -1;   ///< exit status; 128 and the number for a signal

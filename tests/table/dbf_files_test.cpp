@@ -10,9 +10,9 @@ namespace {
 
 using namespace terrain::test;
 
-/// The values, with 6 digits, which reals of both widths hold.
 std::string valuesOf(const DataTableType& table) {
   std::ostringstream out;
+  out.precision(17);
   for (const auto& field : table.field)
     visitColumn(*field, [&out](const auto& column) {
       for (std::size_t r = 0; r < column.size(); ++r) out << column[r] << '|';
@@ -36,6 +36,8 @@ TEST(DbfFiles, RealTablesKeepTheirRecords) {
     ASSERT_EQ(NewDataTable(back, {.filePath = scratch.path("out.dbf")}), 0) << seen.text();
     EXPECT_EQ(back.numRecords, table.numRecords);
     EXPECT_TRUE(valuesOf(back) == valuesOf(table));
+    // Where two fields have one name, that of the second is changed.
+    EXPECT_EQ(formOf(readBytes(scratch.path("out.dbf")), false), formOf(readBytes(entry.path()), false));
   }
   EXPECT_GT(found, 0);
 }

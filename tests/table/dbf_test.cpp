@@ -45,14 +45,14 @@ class Dbf : public TableTest {
 TEST_F(Dbf, TypesFollowLetterLengthAndDecimals) {
   const std::vector<RawDbfField> fields{{"A", 'F', 8, 2}, {"B", 'O', 9},    {"C", 'N', 9},
                                         {"D", 'N', 10},   {"E", 'N', 8, 2}, {"F", 'N', 9, 2},
-                                        {"G", 'D', 8},    {"H", 'L', 1},    {"I", 'C', 4}};
+                                        {"G", 'D', 8},    {"H", 'B', 1},    {"I", 'C', 4}};
   const std::string record = std::string(" ") + "1.5     " + "2.5      " + "12       " + "3456789012" +
                              "3.25    " + "45.50    " + "20010203" + "T" + "abcd";
   ASSERT_EQ(read(rawDbf(fields, {record})), 0) << seen.text();
   EXPECT_EQ(
       shown(table),
-      "A R4 1.5; B R8 2.5; C I4 12; D I8 3456789012; E R4 3.25; F R8 45.5; G C 20010203; H L; I C abcd; ");
-  EXPECT_TRUE(seen.has("Unknown data type L"));
+      "A R4 1.5; B R8 2.5; C I4 12; D I8 3456789012; E R4 3.25; F R8 45.5; G C 20010203; H B; I C abcd; ");
+  EXPECT_TRUE(seen.has("Unknown data type B"));
   const std::string bytes = written();
   EXPECT_EQ(static_cast<unsigned char>(bytes[8]) + 256 * bytes[9], 33 + 8 * 32) << "H is not written";
 }
@@ -103,10 +103,48 @@ TEST_F(Dbf, LongTextKeepsLaterColumnsInPlace) {
   ASSERT_EQ(read(odd), 0) << seen.text();
   EXPECT_EQ(shown(table), "T C " + std::string(44, 'y') + "; N I4 43; ");
   EXPECT_EQ(table.fieldAt(1)->decimals, 0);
-  // Every byte of a text is written as it was read.
+  // Every byte of a text is written as it was read, but for NULs at its end.
   const std::string mixed = std::string(" \xC3\xA4 b\0c\t", 8) + std::string(192, 'z');
   ASSERT_EQ(read(rawDbf({{"T", 'C', 200}, {"N", 'N', 4}}, {" " + mixed + "  44"})), 0);
   EXPECT_EQ(written().substr(33 + 64 + 1, 200), mixed);
+}
+
+TEST_F(Dbf, AFileWrittenUnchangedComesBackTheSame) {
+  const std::vector<RawDbfField> fields{{"C", 'C', 2},    {"N", 'N', 3},     {"D", 'D', 8},     {"L", 'L', 1},
+                                        {"F", 'F', 8, 2}, {"N4", 'N', 8, 4}, {"E", 'F', 19, 11}};
+  const auto row = [&](std::string flag, std::vector<std::string> cells) {
+    for (std::size_t i = 0; i < cells.size(); ++i)
+      flag += cells[i] + std::string(static_cast<std::size_t>(fields[i].length) - cells[i].size(), ' ');
+    return flag;
+  };
+  ASSERT_EQ(
+      read(rawDbf(fields, {row(" ", {"ab", "999", "20010203", "T", "16777217", "123456.8", "1.50e-015"}),
+                           row("*", {"zz", "bad", "99999999", "F", "bad", "bad", "bad"}),
+                           row(" ", {"c", "", "", "?", "99999999", "  1.2500", "-2.000000e+0030"}),
+                           row(" ", {{"\0\0", 2}, "-99", "19991231", "", "-9.5", "", "-9999."})})),
+      0);
+  EXPECT_EQ(seen.text(), " Deleted records left out of " + scratch.path("in.dbf") + ": 1\n");
+  const std::string values = shown(table);
+  EXPECT_EQ(values.substr(0, values.find("F R8")),
+            "C C ab c ; N I4 999 -9999 -99; D C 20010203  19991231; L C T ? ; ");
+  EXPECT_EQ(table.field[4]->R8, (std::vector<double>{16777217, 99999999, -9.5}));
+  const std::string bytes = written();
+  EXPECT_EQ(bytes.substr(33 + 7 * 32, 3 * 50),
+            row(" ", {"ab", "999", "20010203", "T", "16777217", "123456.8", "1.5e-15"}) +
+                row(" ", {"c", "", "", "?", "99999999", "1.2500", "-2e30"}) +
+                row(" ", {"", "-99", "19991231", "", "-9.50", "", "-9999.00000000000"}));
+  EXPECT_EQ(writtenTable(), values);
+  EXPECT_EQ(formOf(bytes), "C C2.0; N N3.0; D D8.0; L L1.0; F F8.2; N4 N8.4; E F19.11; ");
+
+  // Values that the form of the file does not hold take the form of a new column.
+  for (const int32_t number : {1, 3, 4}) ASSERT_EQ(table.WriteCharValue(number, 1, "later"), 0);
+  ASSERT_EQ(table.WriteI4Value(2, 1, 12345), 0);
+  ASSERT_EQ(table.WriteR4Value(6, 1, 12.34567F), 0) << "decimals beyond those of the field are no fault";
+  ASSERT_EQ(table.WriteR8Value(7, 1, -1.0 / 3e300), 0);
+  EXPECT_EQ(formOf(written()), "C C5.0; N N5.0; D C8.0; L C5.0; F F8.2; N4 N8.4; E F23.11; ");
+  ASSERT_EQ(NewDataTable(table, {.filePath = scratch.path("out.dbf")}), 0);
+  EXPECT_EQ(table.field[6]->R8[0], -1.0 / 3e300);
+  EXPECT_EQ(table.field[0]->Char[0], "later");
 }
 
 TEST_F(Dbf, CountZeroComesFromTheFileUnlessItEnds) {
@@ -257,17 +295,26 @@ TEST_F(Dbf, NothingLongerThanSixteenBitsIsWritten) {
   make(std::vector<AttributeType>(2046, attribute("F", "I4", 5)), 1);
   EXPECT_EQ(written().substr(8, 2), "\xE1\xFF") << "33 + 2046 * 32";
   EXPECT_TRUE(writtenTable().ends_with("F_2045 I4 -9999; "));
-  make(std::vector<AttributeType>(2, attribute("F", "C ", 32767)), 1);
-  EXPECT_EQ(written().size(), 33U + 64U + 65535U + 1U + 1U);
-  table.field[0]->outLength = 32768;
+  make(std::vector<AttributeType>(259, attribute("F", "C ", 254)), 1);
   EXPECT_EQ(written(), "");
-  EXPECT_TRUE(seen.has("Fields are too long for a dbf file: 65536"));
+  EXPECT_TRUE(seen.has("Fields are too long for a dbf file: 65787")) << seen.text();
 }
 
-TEST_F(Dbf, CodePageIsKept) {
-  writeBytes(scratch.path("in.cpg"), "UTF-8\r\n");
-  ASSERT_EQ(read(rawDbf({{"N", 'N', 4}}, {"    1"})), 0);
+TEST_F(Dbf, WideTextIsCutAtWhatOthersRead) {
+  make({attribute("T", "C ", 256), attribute("N", "I4", 5)}, 3);
+  for (const int64_t r : {2, 3}) ASSERT_EQ(table.WriteCharValue(1, r, std::string(256, 'x')), 0);
   ASSERT_FALSE(written().empty());
+  EXPECT_TRUE(seen.has("Texts of T cut to 254 characters, the first in record 2: 2")) << seen.text();
+  EXPECT_EQ(writtenTable(),
+            "T C  " + std::string(254, 'x') + " " + std::string(254, 'x') + "; N I4 -9999 -9999 -9999; ");
+}
+
+TEST_F(Dbf, TheEncodingOfTextsIsKept) {
+  std::string bytes = rawDbf({{"N", 'N', 4}}, {"    1"});
+  bytes[29] = '\xC9';
+  writeBytes(scratch.path("in.cpg"), "UTF-8\r\n");
+  ASSERT_EQ(read(bytes), 0);
+  EXPECT_EQ(written()[29], '\xC9');
   EXPECT_EQ(readBytes(scratch.path("out.cpg")), "UTF-8\r\n");
   table.codePage.clear();
   ASSERT_FALSE(written().empty());

@@ -78,6 +78,20 @@ TEST_F(LineVectors, MaskIsReadAtTheCellWithoutInterpolation) {
   EXPECT_EQ(table.segment[0].x, (Numbers{0.5, 1.9, 3.9, 3.9}));
   EXPECT_EQ(table.segment[0].row, (Starts{2, 2, 2, 1}));
   EXPECT_EQ(table.ncols, 4);
+  mask.units = 'f';
+  EXPECT_EQ(ReadPolylineShapefile(table, scratch.path("in"), {.grid = &grid, .mask = &mask}), -1);
+  EXPECT_TRUE(seen.has("The grid and the mask are not in the same units"));
+}
+
+TEST_F(LineVectors, ALineOfOneVertexIsNotWritten) {
+  const AttributeType list[] = {attribute("ID", "I4", 8)};
+  ASSERT_EQ(NewDataTable(table, {.attributeList = list, .numRecords = 2}), 0);
+  ASSERT_EQ(table.initializeSegments(), 0);
+  ASSERT_EQ(table.setSegmentXY(1, Numbers{1, 2}, Numbers{1, 2}), 0);
+  ASSERT_EQ(table.setSegmentXY(2, Numbers{1}, Numbers{1}), 0);
+  EXPECT_EQ(table.WriteShapefile(scratch.path("out")), -1);
+  EXPECT_TRUE(seen.has("Record 2: A line of one vertex")) << seen.text();
+  EXPECT_FALSE(platform::fileExists(scratch.path("out.shp")));
 }
 
 TEST_F(LineVectors, GridMustOverlapTheShiftedFile) {
@@ -110,7 +124,9 @@ TEST_F(LineVectors, CoordinatesAreShiftedConvertedAndRounded) {
   roundTrip({.zForm = true});
   EXPECT_EQ(back.segment[0].x[0], 3.35 * 3.2808399200439453);
   EXPECT_EQ(back.segment[0].z, (Numbers{-9999.0, 3.1 * 3.2808399200439453}));
+  ASSERT_EQ(back.SetVerticesAlt(1, Numbers{10, 20}, Numbers{0, 1}), 0);
   back.ConvertToMeters();
+  EXPECT_EQ(back.segment[0].xAlt, (Numbers{10 * 0.30480000376701355, 20 * 0.30480000376701355}));
   EXPECT_EQ(back.segment[0].x[0], 3.35 * 3.2808399200439453 * 0.30480000376701355);
   EXPECT_EQ(back.segment[0].z, (Numbers{-9999.0, 3.1 * 3.2808399200439453 * 0.30480000376701355}));
   EXPECT_EQ(roundedTo(1e300, 300), 1e300);

@@ -38,9 +38,12 @@ TEST_F(PointShapefile, DroppedPointsTakeTheirRowsAlong) {
                                           box)),
             0)
       << seen.text();
-  EXPECT_EQ(idsOf(table), (std::vector<int32_t>{20, 60}));
-  EXPECT_EQ(table.point.at(1).x, 3);
-  EXPECT_TRUE(seen.has("Points dropped (null shapes, or outside the extents of the file): 5")) << seen.text();
+  EXPECT_EQ(idsOf(table), (std::vector<int32_t>{10, 20, 60}));
+  EXPECT_EQ(table.point.at(2).x, 3);
+  EXPECT_TRUE(seen.has("Points dropped (null shapes, or no finite numbers): 4")) << seen.text();
+  EXPECT_TRUE(seen.has("Points outside the extents that the file gives, which are kept: 1"));
+  EXPECT_EQ(table.GridInfo().xmax, 11);
+  EXPECT_EQ(table.GridInfo().ymax, 10);
 }
 
 TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
@@ -59,6 +62,85 @@ TEST_F(PointShapefile, MultiPointsCopyTheirRowToEachPoint) {
   ids[0] = 10;
   EXPECT_EQ(idsOf(table), ids);
   EXPECT_EQ(table.point.at(500).x, 599.0);
+}
+
+TEST_F(PointShapefile, RowsOfMultiPointsStayInProportionToTheFile) {
+  constexpr std::size_t kPoints = 100000;
+  const std::string shape = content(
+      Shape::multiPoint, {.x = std::vector<double>(kPoints, 1), .y = std::vector<double>(kPoints, 2)});
+  const auto putRow = [&](const RawDbfField& field, std::size_t count, char filler) {
+    const std::string row = " " + std::string(count * static_cast<std::size_t>(field.length), filler);
+    putShapefile(scratch.path("in"), mainFile(Shape::multiPoint, {shape}),
+                 rawDbf(std::vector<RawDbfField>(count, field), {row}));
+  };
+  putRow({"T", 'C', 250}, 100, 'x');  // 2.5 GB if each point had its own
+  ASSERT_EQ(ReadPointShapefile(table, scratch.path("in")), 0) << seen.text();
+  ASSERT_EQ(table.WriteCharValue(3, 7, "own"), 0);
+  for (const int64_t irec : {6, 8})
+    EXPECT_EQ(table.field[2]->Char[static_cast<std::size_t>(irec) - 1], std::string(250, 'x'));
+  EXPECT_EQ(table.field[2]->Char[6], "own");
+  putRow({"N", 'N', 4}, 1000, '1');
+  EXPECT_EQ(ReadPointShapefile(table, scratch.path("in")), -1);
+  EXPECT_TRUE(seen.has("100000 points with 1000 fields each are too many for a file of 1 records"));
+}
+
+TEST_F(PointShapefile, EndingsInCapitalsAreFound) {
+  putShapefile(scratch.path("ROADS"), mainFile(Shape::point, {pointContent(Shape::point, 1, 2)}), idTable(1));
+  writeBytes(scratch.path("ROADS.prj"), "LOCAL_CS[]\n");
+  for (const auto& entry : {"shp", "dbf", "shx", "prj"}) {
+    std::string capitals = entry;
+    for (char& c : capitals) c = static_cast<char>(std::toupper(c));
+    std::error_code ignored;
+    std::filesystem::rename(scratch.path("ROADS.") + entry, scratch.path("ROADS." + capitals), ignored);
+  }
+  ASSERT_EQ(ReadPointShapefile(table, scratch.path("ROADS")), 0) << seen.text();
+  EXPECT_EQ(table.numRecords, 1);
+  EXPECT_EQ(table.prj.LineCount(), 1);
+  DataTableType rows;
+  EXPECT_EQ(NewDataTable(rows, {.filePath = scratch.path("ROADS.DBF")}), 0) << seen.text();
+}
+
+TEST_F(PointShapefile, ATableUsedAgainOrMovedStartsEmpty) {
+  putShapefile(scratch.path("in"), mainFile(Shape::point, {pointContent(Shape::point, 1, 2)}), idTable(1));
+  writeBytes(scratch.path("in.prj"), "LOCAL_CS[]\n");
+  const auto readIn = [&] {
+    PointVectorType made;
+    EXPECT_EQ(ReadPointShapefile(made, scratch.path("in"), {.units = 'f'}), 0) << seen.text();
+    return made;
+  };
+  PointVectorType first = readIn();
+  EXPECT_EQ(first.GridInfo().units, 'm') << "the units of its coordinates";
+  PointVectorType second;
+  second = std::move(first);
+  EXPECT_EQ(first.numRecords + first.nfields + std::ssize(first.field),
+            0);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(idsOf(second), (std::vector<int32_t>{10}));
+  ASSERT_EQ(second.WritePointShapefile(scratch.path("out")), 0);
+  ASSERT_EQ(ReadPointShapefile(table, scratch.path("out")), 0) << seen.text();
+  EXPECT_EQ(table.point.at(0).x, 1) << "in feet again";
+  make(1);
+  second.clear();
+  EXPECT_EQ(second.units, 'm');
+  EXPECT_EQ(second.prj.LineCount(), 0);
+  EXPECT_FALSE(second.feetConverted || second.HasGridReference());
+}
+
+TEST_F(PointShapefile, DeletedRowsTakeTheirShapesAlong) {
+  std::string rows = idTable(3);
+  rows[65] = '*';
+  const auto withFirstDeleted = [&](auto& shapes, Shape type, const std::string& shape) {
+    putShapefile(scratch.path("d"), mainFile(type, {nullContent(), shape, shape}), rows);
+    EXPECT_EQ(readShapes(shapes, scratch.path("d")), 0) << seen.text();
+    EXPECT_EQ(shapes.numRecords, 2);
+    EXPECT_EQ(idsOf(shapes), (std::vector<int32_t>{20, 30}));
+  };
+  LineVectorType lines;
+  withFirstDeleted(lines, Shape::polyline,
+                   content(Shape::polyline, {.starts = {0}, .x = {1, 2}, .y = {1, 2}}));
+  EXPECT_EQ(lines.NumVertices(1), 2);
+  withFirstDeleted(table, Shape::point, pointContent(Shape::point, 1, 1));
+  EXPECT_FALSE(seen.has("dropped (null")) << "a deleted shape is no null shape";
+  EXPECT_EQ(std::ssize(table.point), 2);
 }
 
 TEST_F(PointShapefile, FeetAreComparedBeforeTheyAreConverted) {
@@ -93,8 +175,7 @@ TEST_F(PointShapefile, WrittenBytesAreTheFormats) {
       table.WritePointShapefile(scratch.path("out"), {.applyOffset = true, .isFlag = true, .prjFile = &prj}),
       0)
       << seen.text();
-  // Minima from the largest float64, maxima from 0.
-  const Box box{.x = {-4, 0}, .y = {-8.75, 0}};
+  const Box box{.x = {-4, -2.5}, .y = {-8.75, -8}};
   EXPECT_EQ(readBytes(scratch.path("out.shp")),
             mainFile(Shape::point,
                      {pointContent(Shape::point, -4, -8), pointContent(Shape::point, -2.5, -8.75)}, box));

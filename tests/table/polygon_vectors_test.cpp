@@ -40,7 +40,7 @@ TEST_F(PolygonVectors, MeasuresAreWrittenWhereAnyRecordHasThem) {
   EXPECT_EQ(readBytes(main).size(), 100u + 68 + 4 * 2 + 24 * 9);
 }
 
-TEST_F(PolygonVectors, MaximaOfTheHeaderAreAtLeastZero) {
+TEST_F(PolygonVectors, BoxesAreThoseOfTheVertices) {
   Outline negative{.starts = kHoled.starts, .x = kHoled.x, .y = kHoled.y};
   for (double& x : negative.x) x -= 10;
   ASSERT_EQ(ReadPolygonShapefile(table, put(Shape::polygon, {negative})), 0);
@@ -48,7 +48,7 @@ TEST_F(PolygonVectors, MaximaOfTheHeaderAreAtLeastZero) {
   EXPECT_EQ(table.xmin, -1e6) << "from the header";
   ASSERT_EQ(table.SetOutFlag(true, {.fieldName = "ID", .shpFlag = false}), 0);
   ASSERT_EQ(table.WritePolygonShapefile(scratch.path("out")), 0);
-  EXPECT_EQ(numbersAt(scratch.path("out.shp"), 36, 4), (Numbers{-10, 0, 0, 4}));
+  EXPECT_EQ(numbersAt(scratch.path("out.shp"), 36, 4), (Numbers{-10, 0, -6, 4}));
   EXPECT_EQ(numbersAt(scratch.path("out.shp"), 112, 4), (Numbers{-10, 0, -6, 4})) << "of the record";
   ASSERT_EQ(ReadPolygonShapefile(back, scratch.path("out")), 0);
   EXPECT_EQ(idsOf(back), (std::vector<int32_t>{10})) << "polygons have no filter but outFlag";

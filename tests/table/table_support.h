@@ -11,6 +11,7 @@
 #include "support/reporting.h"
 #include "support/tools.h"
 #include "table/data_table.h"
+#include "table/dbf.h"
 
 namespace terrain::test {
 
@@ -82,6 +83,18 @@ inline std::string rawDbf(const std::vector<RawDbfField>& fields, const std::vec
   for (const std::string& record : data) out.text(record);
   out.text("\x1A");
   return std::string(ByteReader(bytes).text(bytes.size()));
+}
+
+/// Names, letters, lengths and decimals of the fields of a DBF file that have values.
+inline std::string formOf(const std::string& bytes, bool named = true) {
+  DbfHeader header;
+  std::string form;
+  EXPECT_TRUE(parseDbfHeader(std::as_bytes(std::span(bytes)), bytes.size(), header, form)) << form;
+  for (const DbfField& field : header.fields)
+    if (kindOf(field.dataType.padded()) != FieldKind::unknown)
+      form += (named ? field.name : std::string()) + ' ' + field.letter + std::to_string(field.length) + '.' +
+              std::to_string(field.decimals) + "; ";
+  return form;
 }
 
 }  // namespace terrain::test
