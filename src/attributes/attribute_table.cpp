@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <type_traits>
 
 #include "foundation/free_format.h"
+#include "foundation/keywords.h"
 #include "foundation/messages.h"
 #include "foundation/status.h"
 
@@ -14,110 +16,78 @@ namespace {
 
 constexpr std::string_view kTag = "ReadList in Utilities";
 
-// ---- the argument names, each with the member it sets ----
+// ---- the arguments of an attribute ----
 
-template <class Member>
-struct Named {
-  std::string_view name;
-  Member AttributeType::*member;
-};
-constexpr std::array kFlags{
-    Named<bool>{"POSITIVE ONLY", &AttributeType::positiveOnly},
-    Named<bool>{"NO NEGATIVES", &AttributeType::noNegatives},
-    Named<bool>{"OUTFLAG", &AttributeType::outFlag},
-    Named<bool>{"OUTNODE", &AttributeType::shpFlag},
-    Named<bool>{"OUTREACH", &AttributeType::csvFlag},
-};
-constexpr std::array kIntegers{
-    Named<int32_t>{"LEN", &AttributeType::length},      Named<int32_t>{"len", &AttributeType::length},
-    Named<int32_t>{"LENGTH", &AttributeType::length},   Named<int32_t>{"Length", &AttributeType::length},
-    Named<int32_t>{"length", &AttributeType::length},   Named<int32_t>{"deccnt", &AttributeType::decimals},
-    Named<int32_t>{"DECCNT", &AttributeType::decimals}, Named<int32_t>{"decCnt", &AttributeType::decimals},
-    Named<int32_t>{"DecCnt", &AttributeType::decimals},
-};
-constexpr std::array kReals{
-    Named<float>{"NODATA", &AttributeType::nodata},  Named<float>{"NoData", &AttributeType::nodata},
-    Named<float>{"NO DATA", &AttributeType::nodata}, Named<float>{"NO_DATA", &AttributeType::nodata},
-    Named<float>{"No Data", &AttributeType::nodata}, Named<float>{"nodata", &AttributeType::nodata},
-};
-constexpr std::array<std::string_view, 3> kTypeNames{"type", "TYPE", "Type"};
-constexpr std::array<std::string_view, 5> kOutNames{"FIELDNAME", "FIELD NAME", "OUTPUT FIELD",
-                                                    "OUTPUT FIELD NAME", "OUT FIELD"};
-constexpr std::array<std::array<std::string_view, 2>, 12> kTypes{{
-    {"I4", "I4"},
-    {"INT4", "I4"},
-    {"I8", "I8"},
-    {"INT8", "I8"},
-    {"R4", "R4"},
-    {"REAL4", "R4"},
-    {"R8", "R8"},
-    {"REAL8", "R8"},
-    {"C", "C "},
-    {"CHAR", "C "},
-    {"Char", "C "},
-    {"char", "C "},
-}};
-
-template <class Table>
-auto memberOf(const Table& table, std::string_view name) {
-  const auto found =
-      std::find_if(table.begin(), table.end(), [&](const auto& entry) { return entry.name == name; });
-  return found == table.end() ? nullptr : found->member;
-}
-template <class Names>
-bool isOneOf(const Names& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
+/// A word that is no type leaves the type as it is.
+bool parseType(AttributeType& attribute, KeywordInput& input) {
+  constexpr std::array<std::array<std::string_view, 2>, 5> kTypes{{{"I4|INT4", "I4"},
+                                                                   {"I8|INT8", "I8"},
+                                                                   {"R4|REAL4", "R4"},
+                                                                   {"R8|REAL8", "R8"},
+                                                                   {"C|CHAR|Char|char", "C "}}};
+  for (const auto& [words, code] : kTypes)
+    if (isKeyword(words, *input.text)) attribute.dataType = code;
+  return true;
 }
 
-/// Sets the member that one argument names; -1 for a number that cannot be read.
-int applyArgument(AttributeType& attribute, std::string_view argument) {
-  const SplitArgument parts = splitArgument(argument);
-  const std::string_view name = stripped(parts.name);
-  const std::string_view value = stripped(parts.value);
-  if (name.empty()) {
-    if (const auto flag = memberOf(kFlags, value)) attribute.*flag = true;
-  } else if (const auto flag = memberOf(kFlags, name)) {
-    attribute.*flag = textIsTrue(value);
-  } else if (const auto integer = memberOf(kIntegers, name)) {
-    if (!readFree(value, attribute.*integer))
-      return fail(kTag, integer == &AttributeType::length ? "Error reading field length"
-                                                          : "Error reading field decCnt");
-  } else if (const auto real = memberOf(kReals, name)) {
-    if (!readFree(value, attribute.*real)) return fail(kTag, "Error reading field nodata");
-  } else if (isOneOf(kTypeNames, name)) {
-    for (const auto& [word, code] : kTypes)
-      if (word == value) attribute.dataType = code;
-  } else if (isOneOf(kOutNames, name)) {
-    attribute.outName = value;
+using Value = KeywordValue<AttributeType>;
+constexpr Keyword<AttributeType> kArguments[] = {
+    {.words = "POSITIVE ONLY", .value = Value::flag<&AttributeType::positiveOnly>()},
+    {.words = "NO NEGATIVES", .value = Value::flag<&AttributeType::noNegatives>()},
+    {.words = "OUTFLAG", .value = Value::flag<&AttributeType::outFlag>()},
+    {.words = "OUTNODE", .value = Value::flag<&AttributeType::shpFlag>()},
+    {.words = "OUTREACH", .value = Value::flag<&AttributeType::csvFlag>()},
+    {.words = "LEN|len|LENGTH|Length|length",
+     .value = Value::number<&AttributeType::length>(),
+     .failure = "Error reading field length"},
+    {.words = "DECCNT|deccnt|decCnt|DecCnt",
+     .value = Value::number<&AttributeType::decimals>(),
+     .failure = "Error reading field decCnt"},
+    {.words = "NODATA|NoData|NO DATA|NO_DATA|No Data|nodata",
+     .value = Value::number<&AttributeType::nodata>(),
+     .failure = "Error reading field nodata"},
+    {.words = "TYPE|type|Type", .value = Value::own<parseType>("type")},
+    {.words = "FIELDNAME|FIELD NAME|OUTPUT FIELD|OUTPUT FIELD NAME|OUT FIELD",
+     .value = Value::text<&AttributeType::outName>()},
+};
+
+// ---- the factors of a term ----
+
+bool addFactor(EquationTermType& term, KeywordInput& input) {
+  term.field.emplace_back().name = std::string_view(*input.text);
+  return true;
+}
+
+/// A number of the last factor; one before the first belongs to none and is a fault.
+template <auto Member>
+bool parseFactorNumber(EquationTermType& term, KeywordInput& input) {
+  const std::string error = "Error reading " + std::string(input.name) + " value for ";
+  if (term.field.empty()) return input.fail(error, "  No FIELD stands before it");
+  EquationFieldType& last = term.field.back();
+  return readFree(*input.text, last.*Member) || input.fail(error + std::string(last.name.trimmed()));
+}
+
+using Factor = KeywordValue<EquationTermType>;
+constexpr Keyword<EquationTermType> kFactors[] = {
+    {.words = "FIELD|ATTRIBUTE", .value = Factor::own<addFactor>("name")},
+    {.words = "COEF|COEFFICIENT",
+     .value = Factor::own<parseFactorNumber<&EquationFieldType::coef>>("number")},
+    {.words = "EXPONENT", .value = Factor::own<parseFactorNumber<&EquationFieldType::exponent>>("number")},
+    {.words = "BASE", .value = Factor::own<parseFactorNumber<&EquationFieldType::base>>("number")},
+};
+
+/// Parses arguments into a record and reports every failure.
+template <class Record>
+int parse(std::type_identity_t<std::span<const Keyword<Record>>> table, const LogicalLine& line,
+          Record& record) {
+  KeywordInput input{.line = &line};
+  if (parseArguments(table, record, input)) return kSuccess;
+  for (const KeywordFailure& failure : input.failures) {
+    Report report{.routine = kTag, .code = kOwnWords, .message1 = failure.message};
+    if (!failure.detail.empty()) report.message2 = failure.detail;
+    reportError(report);
   }
-  return kSuccess;
-}
-
-/// The arguments of a "TERM" line. A number before the first field belongs to none and is a fault.
-int addTerm(EquationType& equation, const std::vector<std::string>& arguments) {
-  EquationTermType& term = equation.term.emplace_back();
-  for (const std::string& argument : arguments) {
-    const SplitArgument parts = splitArgument(argument);
-    const std::string_view name = stripped(parts.name);
-    const bool isField = name == "FIELD" || name == "ATTRIBUTE";
-    const bool isCoef = name == "COEF" || name == "COEFFICIENT";
-    if (isField) {
-      term.field.emplace_back().name = stripped(parts.value);
-    } else if (isCoef || name == "EXPONENT" || name == "BASE") {
-      const std::string error = "Error reading " + std::string(isCoef ? "COEF" : name) + " value for ";
-      if (term.field.empty())
-        return reportError({.routine = kTag,
-                            .code = kOwnWords,
-                            .message1 = error,
-                            .message2 = "  No FIELD stands before it"});
-      EquationFieldType& last = term.field.back();
-      const bool read = isCoef               ? readFree(parts.value, last.coef)
-                        : name == "EXPONENT" ? readFree(parts.value, last.exponent)
-                                             : readFree(parts.value, last.base);
-      if (!read) return fail(kTag, error + std::string(last.name.trimmed()));
-    }
-  }
-  return kSuccess;
+  return kFailure;
 }
 
 bool isAzimuthFieldThere(const AttributeType& attribute, std::string_view which,
@@ -147,8 +117,9 @@ bool wantsEquation(const AttributeType& attribute) {
 
 int fillFromArguments(AttributeType& attribute, bool& wantsNodes) {
   if (attribute.arguments.empty()) return kSuccess;
-  for (const std::string& argument : attribute.arguments)
-    if (applyArgument(attribute, argument) != kSuccess) return kFailure;
+  LogicalLine line;
+  line.arguments = attribute.arguments;
+  if (parse(kArguments, line, attribute) != kSuccess) return kFailure;
   if (!attribute.outFlag) attribute.shpFlag = attribute.csvFlag = false;
   if (attribute.shpFlag) attribute.nodeFlag = wantsNodes = true;
   return kSuccess;
@@ -166,7 +137,7 @@ int readEquation(InputFileType& input, AttributeType& attribute) {
           !readFree(splitArgument(line.arguments.front()).value, attribute.equation.intercept))
         return fail(kTag, "Error reading INTERCEPT for " + std::string(attribute.name.trimmed()));
     } else if (keyword == "TERM") {
-      if (addTerm(attribute.equation, line.arguments) != kSuccess) return kFailure;
+      if (parse(kFactors, line, attribute.equation.term.emplace_back()) != kSuccess) return kFailure;
     }
   }
   return fail(kTag, "Error reading EQUATION inputs");

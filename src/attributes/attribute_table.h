@@ -52,8 +52,8 @@ struct AttributeType {
 /// True if one of the arguments holds the word "EQUATION", as a lone word or in its name.
 [[nodiscard]] bool wantsEquation(const AttributeType& attribute);
 
-/// Sets the members that the attribute's own arguments name. A number that does not read is reported
-/// and gives -1; the rest is not filled. `wantsNodes` becomes true if the attribute is written to the node
+/// Sets the members that the attribute's own arguments name. Each number that cannot be read is reported,
+/// and the result is -1. `wantsNodes` becomes true if the attribute is written to the node
 /// output.
 int fillFromArguments(AttributeType& attribute, bool& wantsNodes);
 

@@ -98,34 +98,43 @@ class DataTableType {
   }
 
   // ---- fields ----
+  /// Appends fields, with a column of fill values each, in the order of the list. Without memory the table
+  /// stays as it was.
   int AddField(std::span<const AttributeType> newFields, const AddFieldOptions& options = {});
-  /// If there is no memory for the new columns, the changes to old names and flags remain.
+  /// Renames old fields that have the names of the list, appends the fields of the list, and returns the
+  /// whole table's list in `list`. If there is no memory for the new columns, the changes to old names and
+  /// flags remain.
   int ApplyAttributeList(std::vector<AttributeType>& list, const ApplyListOptions& options = {});
+  /// The description of every field, in their order.
   int GetAttributeList(std::vector<AttributeType>& list);
   [[nodiscard]] std::string FieldName(int32_t fieldNum) const;  ///< trimmed; blank if out of range
   /// By `name`, then `outName`, of each field in turn; with `outputOnly` present only fields with `outFlag`.
   [[nodiscard]] int32_t FieldNumber(std::string_view name,
                                     std::optional<bool> outputOnly = std::nullopt) const;
-  [[nodiscard]] FixedText<2> FieldType(const FieldChoice& which);
-  [[nodiscard]] int32_t FieldLength(std::string_view name) const;
-  [[nodiscard]] int32_t FieldDecimals(std::string_view name) const;
-  [[nodiscard]] std::vector<int32_t> FieldLengths() const;
-  [[nodiscard]] std::vector<std::string> FieldOutNames() const;
+  [[nodiscard]] FixedText<2> FieldType(const FieldChoice& which);    ///< "U ", after a report, for none
+  [[nodiscard]] int32_t FieldLength(std::string_view name) const;    ///< characters; 0 for none
+  [[nodiscard]] int32_t FieldDecimals(std::string_view name) const;  ///< 0 for none
+  [[nodiscard]] std::vector<int32_t> FieldLengths() const;           ///< as written, of all fields
+  [[nodiscard]] std::vector<std::string> FieldOutNames() const;      ///< as written, of all fields
   /// By `name` alone; number 0 and type "U " if there is none.
   void FindField(std::string_view name, int32_t& fieldNum, FixedText<2>& dataType) const;
+  /// Changes the name, and the output name where there is none yet. -1, reported, for a bad number.
   int Rename(int32_t fieldNum, std::string_view name, std::optional<std::string_view> outName = std::nullopt);
-  void AbbreviateFieldNames();
+  void AbbreviateFieldNames();  ///< output names of at most 10 characters for the two long names in use
   /// Makes the output names of the written fields unique.
   int duplicateCheck();
   int32_t RecordID(int64_t irec);  ///< -9999 without an ID field
   /// A number below 0 means no ID field; 0, or one above `nfields`, is a failure.
   int SetIDfield(const FieldChoice& which = {});
+  /// `outFlag` of all fields, then of the ID field, as far as they are given.
   void SetOutFlags(std::optional<bool> allFields = std::nullopt, std::optional<bool> idField = std::nullopt);
+  /// `outFlag` of one field, and its flags for delimited text and shapefiles where they are given.
   int SetOutFlag(bool outFlag, const SetOutFlagOptions& options);
   void SetShpFlag(int32_t fieldNum, bool value);  ///< this and the next ignore a number out of range
   void SetOutName(int32_t fieldNum, std::string_view name);
 
-  // ---- whole columns: no conversion; `values` gets numRecords places ----
+  // ---- whole columns: the type must be that of the field, nothing is converted; `values` gets numRecords
+  // places. -1 for a bad field, a wrong type or, when writing, a wrong number of values ----
   int ReadI4Field(std::vector<int32_t>& values, const FieldChoice& which);
   int ReadI8Field(std::vector<int64_t>& values, const FieldChoice& which);
   int ReadR4Field(std::vector<float>& values, const FieldChoice& which);

@@ -68,7 +68,9 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   /// Stores a link; a list that is too short grows, new entries are -9999.
   int SetSegmentLinkA(int64_t irec, int64_t value, int32_t index = 1);
   int SetSegmentLinkB(int64_t irec, int64_t value, int32_t index = 1);
+  /// The cell of a vertex, or of one of the cells of `initializeSegment`.
   int setColRow(int64_t irec, int32_t index, int32_t col, int32_t row);
+  /// Moves a vertex that is there.
   int SetVertexXY(int64_t irec, int32_t index, double x, double y);
   /// The first call on a line gives all its vertices the elevation -9999.0.
   int setVertexZ(int64_t irec, int32_t index, float z);
@@ -84,6 +86,7 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   /// Copies of the vertices; empty for a bad record or a line without vertices.
   int Vertices(int64_t irec, std::vector<double>& x, std::vector<double>& y,
                const VerticesOptions& options = {});
+  /// Copies of the cells; empty for a bad record or a line without cells.
   int ColsRows(int64_t irec, std::vector<int32_t>& cols, std::vector<int32_t>& rows);
   /// Second positions, one for each vertex.
   int SetVerticesAlt(int64_t irec, std::span<const double> xAlt, std::span<const double> yAlt);

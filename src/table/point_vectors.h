@@ -40,11 +40,13 @@ class PointVectorType : public VectorTable<PointType, PointArray, &PointArray::p
  public:
   [[nodiscard]] int32_t PointCol(int64_t irec) const;  ///< -9999 for a bad record
   [[nodiscard]] int32_t PointRow(int64_t irec) const;
+  /// Writes the shapefile with the stem `path`, of x and y alone. A point that is no finite number is a
+  /// fault.
   int WritePointShapefile(std::string_view path, const PointWriteOptions& options = {});
   /// The first call makes `point`, of default records.
   int SetPointXY(int64_t irec, double x, double y);
-  int SetPointOffset(int64_t irec, double xOffset, double yOffset);
-  int SetPointColRow(int64_t irec, int32_t col, int32_t row);
+  int SetPointOffset(int64_t irec, double xOffset, double yOffset);  ///< in the units of the points
+  int SetPointColRow(int64_t irec, int32_t col, int32_t row);        ///< the cell of a grid, from 1
   /// -9999.0 for both outputs if the record is out of range.
   void PointXY(int64_t irec, double& x, double& y, bool applyOffset = false) const;
   /// The first call makes `point`, with `linkValue` 0 in all records.
@@ -57,7 +59,7 @@ class PointVectorType : public VectorTable<PointType, PointArray, &PointArray::p
   [[nodiscard]] int64_t LinkA(int64_t irec, std::optional<int32_t> index = std::nullopt) const;
   [[nodiscard]] int32_t NumLinksA(int64_t irec) const;  ///< -1 for a bad record
   [[nodiscard]] int64_t LinkValue(int64_t irec) const;  ///< -9999 for a bad record
-  void SetAllPointFlags(bool value);
+  void SetAllPointFlags(bool value);                    ///< the flags that choose what is written
   void SetPointFlag(int64_t irec, bool value);
   [[nodiscard]] bool PointFlag(int64_t irec) const;  ///< false for a bad record
   [[nodiscard]] PointGridInfo GridInfo() const {

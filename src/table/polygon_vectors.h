@@ -59,12 +59,13 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   void DestroyPolygons();
   /// The polygon's box; the largest float64 for the minima and 0 for the maxima of a bad record.
   void PolygonBounds(int64_t irec, double& west, double& east, double& south, double& north) const;
+  /// Copies of the vertices of all rings, closing vertices included.
   int PolygonVertices(int64_t irec, std::vector<double>& x, std::vector<double>& y,
                       const PolygonVerticesOptions& options = {});
-  int Polyz(int64_t irec, std::vector<double>& z);
+  int Polyz(int64_t irec, std::vector<double>& z);  ///< elevations; empty where there are none
   /// First vertex of each ring, from 1.
   int PolyParts(int64_t irec, std::vector<int32_t>& starts);
-  int SetPolygonValue(int64_t irec, float value);
+  int SetPolygonValue(int64_t irec, float value);        ///< a number of the caller's
   [[nodiscard]] float PolygonValue(int64_t irec) const;  ///< -9999.0 for a bad record
   /// The mean leaves out the last vertex, which closes the ring; a lone vertex is its own mean.
   int SetReferencePoint(int64_t irec, const ReferencePointOptions& options = {});
@@ -81,6 +82,7 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
                       const PolygonArrays& others = {});
   /// One elevation a vertex.
   int SetPolygonZ(int64_t irec, std::span<const double> z);
+  /// Moves a vertex that is there, and the polygon's box with it.
   int SetPolyVertex(int64_t irec, int32_t index, double x, double y);
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
