@@ -16,7 +16,9 @@
 
 namespace terrain {
 
+class I4Grid_type;
 class R4Grid_type;
+struct LineRasterOptions;
 
 struct LineWriteOptions {
   std::optional<int32_t> nodataOut{};  ///< written in the table for negative multiples of 9
@@ -97,6 +99,10 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   /// Writes the lines that have vertices and, with an ID field, an ID above 0; in ascending order of
   /// the IDs unless `isFlag`. In the Z form a missing elevation is -9999.0. A line of one vertex is a fault.
   int WriteShapefile(std::string_view path, const LineWriteOptions& options = {});
+  /// Burns the lines into a grid (table/rasterize.h): every cell of the integer line between the cells of two
+  /// vertices takes the record's value where it holds 0, so of two crossing lines the first keeps the cell.
+  /// 0, or -1 after a report; the grid then keeps what was burned so far.
+  int Rasterize(I4Grid_type& igrid, const LineRasterOptions& options);
   /// One flag or, without a record, all of them.
   void SetSegmentFlag(std::optional<int64_t> irec = std::nullopt, bool value = false);
   [[nodiscard]] bool SegmentFlag(int64_t irec) const;
