@@ -174,7 +174,8 @@ bool forEachSegment(const SegmentType& line, const LineRasterOptions& options, B
   return forEachPart(line, [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i + 1 < end; ++i) {
       const std::size_t from = options.reverseRing ? begin + end - 1 - i : i;
-      if (!burn(Segment2D{.from = at(from), .to = at(options.reverseRing ? from - 1 : from + 1)})) return false;
+      if (!burn(Segment2D{.from = at(from), .to = at(options.reverseRing ? from - 1 : from + 1)}))
+        return false;
     }
     return true;
   });
@@ -182,7 +183,7 @@ bool forEachSegment(const SegmentType& line, const LineRasterOptions& options, B
 
 /// True if the record is to be burned, with its value. A field that cannot be read has been reported.
 int burnedValue(LineVectorType& table, const LineRasterOptions& options, const RasterFields& fields,
-            int32_t record, std::optional<int32_t>& value) {
+                int32_t record, std::optional<int32_t>& value) {
   value.reset();
   int32_t flag = options.flagValue;
   if (fields.flag > 0 && table.ReadI4Value(fields.flag, record, flag) != kSuccess) return kFailure;

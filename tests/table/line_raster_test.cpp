@@ -60,7 +60,8 @@ TEST_F(LineRaster, TheFirstLineKeepsACell) {
 }
 
 TEST_F(LineRaster, LinesAreCutAtTheGridAndPartsAreNotJoined) {
-  // The second part leaves the grid and comes back; the strip above the last reference points is the first row.
+  // The second part leaves the grid and comes back; the strip above the last reference points is the first
+  // row.
   make({{{-3, 3.95}, {9, 3.95}, {0.5, 1.5}, {0.5, -7}, {2.5, -7}, {2.5, 0.5}}}, {1});
   table.segment[0].parts = {1, 3};
   EXPECT_EQ(burned({}), "1 1 1 1 1\n0 0 0 0 0\n1 0 0 0 0\n1 0 1 0 0\n");

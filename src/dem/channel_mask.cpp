@@ -1,0 +1,214 @@
+#include "dem/channel_mask.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "dem/grids.h"
+#include "dem/operations.h"
+#include "foundation/file_names.h"
+#include "foundation/messages.h"
+#include "foundation/numbers.h"
+#include "foundation/text.h"
+#include "grid/cell_view.h"
+#include "grid/float_raster.h"
+#include "grid/rows.h"
+#include "grid/storage.h"
+#include "table/line_vectors.h"
+#include "table/rasterize.h"
+
+namespace terrain {
+
+namespace {
+
+constexpr std::string_view kTag = "FlowDirection in DEM_Module";
+
+// ---- the cells of a mask ----
+
+/// The mask cell in which the reference point of each cell of the DEM lies.
+int readMaskRaster(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
+  putMessage("Reading channel mask .flt file");
+  diagnose("ReadGrid ichanI4");
+  I4Grid_type raster;
+  const auto failed = [name] {
+    return reportError({.routine = kTag,
+                        .code = kOwnWords,
+                        .message1 = "ReadGrid failed for ",
+                        .message2 = "ChannelMask file " + std::string(name)});
+  };
+  if (ReadGrid(raster, name, {.replaceNodata = true}) != kSuccess) return failed();
+  if (dem.feetConverted) FeetToMeters(raster);
+  if (!sameR8(raster.cellsize, dem.cellsize))
+    return fail(kTag, "The cell sizes of channel mask and DEM differ: " + std::string(name));
+  return withCells(raster, kTag, [&](auto mask) {
+    return withCells(cells, kTag, [&](auto to) {
+      for (int32_t row = 1; row <= cells.rows(); ++row)
+        for (int32_t col = 1; col <= cells.cols(); ++col) {
+          const Point at = cells.ColRowToXY(col, row);
+          const ColRow there = raster.XYtoColRow(at.x, at.y);
+          if (raster.contains(there.col, there.row)) to.set(col, row, mask.get(there.col, there.row) > 0 ? 1 : 0);
+        }
+      return kSuccess;
+    });
+  });
+}
+
+int burnMaskLines(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
+  putMessage("Reading channel mask shapefile " + std::string(name));
+  LineVectorType lines;
+  if (ReadPolylineShapefile(lines, name) != kSuccess)
+    return fail(kTag, "ReadPolylineShapefile failed for " + std::string(name));
+  if (dem.feetConverted) lines.ConvertToMeters();
+  putMessage("Rasterizing channel mask");
+  if (lines.Rasterize(cells, {.ival = 1}) == kSuccess) return kSuccess;
+  return fail(kTag, "Rasterize failed for channel mask");
+}
+
+int readMask(const DEM_type& dem, const ChannelMask& mask, I4Grid_type& cells) {
+  if (CreateGrid(cells, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
+    return fail(kTag, "CreateGrid failed for ichan");
+  const std::string name(trimmed(mask.file));
+  return rasterExists(stripExtension(name)) ? readMaskRaster(dem, stripExtension(name), cells)
+                                            : burnMaskLines(dem, stripExtension(name), cells);
+}
+
+// ---- where digging is preferred ----
+
+int readPreferential(const DEM_type& dem, const PreferentialFlow& paths, R4Grid_type& grid) {
+  putMessage("Reading preferential flow raster for selective drainage enforcement");
+  if (readRaster(grid, paths.raster) != kSuccess)
+    return fail(kTag, "ReadGrid failed for " + paths.raster);
+  if (dem.feetConverted) FeetToMeters(grid);
+  if (grid.ncols != dem.ncols || grid.nrows != dem.nrows || !sameR8(grid.xmin, dem.xmin) ||
+      !sameR8(grid.ymin, dem.ymin))
+    return fail(kTag, "  Preferential flow raster and DEM have different extent");
+  if (!(paths.buffer > 0.0F)) return kSuccess;
+  putMessage(" Buffering preferential flow paths; buffer (m) = ", paths.buffer);
+  // What lies off the paths is 0 for the buffer, data or not.
+  const auto toZero = [](int32_t, std::span<float> cells) {
+    for (float& cell : cells)
+      if (!(cell > 0.0F)) cell = 0.0F;
+  };
+  if (RowPass{changing(grid)}.run(kTag, toZero) == kSuccess && grid.bufferR4(paths.buffer, 1.0F) == kSuccess)
+    return kSuccess;
+  return fail(kTag, "Error applying buffer");
+}
+
+// ---- swales ----
+
+/// The grids of one swale, as cells.
+template <class Elevations, class Gradients, class Mask, class Depths>
+struct SwaleCells {
+  Elevations elevations;
+  Gradients gradients;
+  Mask mask;
+  Depths depths;
+};
+
+/// Deepens the swale around one cell of a mask. `isPath(col, row)` tells which cells may be dug.
+template <class Cells, class IsPath>
+void deepenAround(const DEM_type& dem, const ChannelMask& mask, ColRow centre, int32_t radius,
+                  const Cells& cells, IsPath isPath) {
+  const double r = radius;
+  for (int32_t row = std::max(centre.row - radius, 1); row <= std::min(centre.row + radius, dem.rows()); ++row)
+    for (int32_t col = std::max(centre.col - radius, 1); col <= std::min(centre.col + radius, dem.cols());
+         ++col) {
+      const double dx = col - centre.col;
+      const double dy = row - centre.row;
+      const double square = dx * dx + dy * dy;
+      if (!(square < r * r)) continue;
+      const float gradient = cells.gradients.get(col, row);
+      if (!(gradient >= 0.0F) || gradient > mask.maxSlope || !isPath(col, row)) continue;
+      const double share = std::max(1.0 - std::sqrt(square) / r, 0.0);
+      double depth = share * (dem.cellsize * static_cast<double>(gradient) + static_cast<double>(mask.dig));
+      if (cells.mask.get(col, row) > 0) depth += 0.25 * static_cast<double>(mask.dig);
+      if (const auto deeper = static_cast<float>(depth); deeper > cells.depths.get(col, row))
+        cells.depths.set(col, row, deeper);
+    }
+}
+
+/// Deepens `chan` along one mask. Without `paths` every cell may be dug. Gives the number of mask cells.
+int64_t makeSwale(DEM_type& dem, const ChannelMask& mask, I4Grid_type& ichan, R4Grid_type* paths,
+                  R4Grid_type& chan) {
+  const double cellsAcross = static_cast<double>(mask.radius) / dem.cellsize;
+  const int32_t most = std::max(dem.cols(), dem.rows());
+  const auto radius = static_cast<int32_t>(std::clamp(std::round(cellsAcross), 1.0, double(most)));
+  int64_t count = 0;
+  const auto dig = [&](const auto& cells, auto isPath) {
+    for (int32_t row = 1; row <= dem.rows(); ++row)
+      for (int32_t col = 1; col <= dem.cols(); ++col)
+        if (cells.mask.get(col, row) > 0 && cells.elevations.get(col, row) != 0.0F) {
+          ++count;
+          deepenAround(dem, mask, {.col = col, .row = row}, radius, cells, isPath);
+        }
+  };
+  withCells(dem.elev, kTag, [&](auto elevations) {
+    withCells(dem.grad, kTag, [&](auto gradients) {
+      withCells(ichan, kTag, [&](auto maskCells) {
+        withCells(chan, kTag, [&](auto depths) {
+          const SwaleCells cells{elevations, gradients, maskCells, depths};
+          if (paths == nullptr)
+            dig(cells, [](int32_t, int32_t) { return true; });
+          else
+            withCells(*paths, kTag, [&](auto path) {
+              dig(cells, [path](int32_t col, int32_t row) { return path.get(col, row) > 0.0F; });
+            });
+        });
+      });
+    });
+  });
+  return count;
+}
+
+/// Adds `sign` times the depths to the elevations that are dug.
+int changeByDepths(DEM_type& dem, R4Grid_type& chan, float sign) {
+  return RowPass{changing(dem.elev), reading(chan)}.run(
+      kTag, [sign](int32_t, std::span<float> elevations, std::span<const float> depths) {
+        for (std::size_t i = 0; i < elevations.size(); ++i)
+          if (depths[i] > 0.0F && elevations[i] > 0.0F) elevations[i] += sign * depths[i];
+      });
+}
+
+}  // namespace
+
+double ChannelMasks::deepest() const {
+  double deepest = 2.0;
+  for (const ChannelMask& mask : masks) deepest = std::max(deepest, static_cast<double>(mask.dig));
+  return deepest;
+}
+
+double ChannelMasks::steepest() const {
+  double steepest = 0.0;
+  for (const ChannelMask& mask : masks) steepest = std::max(steepest, static_cast<double>(mask.maxSlope));
+  return steepest;
+}
+
+int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan) {
+  diagnose("CreateGrid for chan");
+  if (CreateGrid(chan, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
+    return fail(kTag, "CreateGrid failed for chan");
+  if (dem.GetGrad() != kSuccess) return fail(kTag, "Error opening gradient flt raster");
+  R4Grid_type paths;
+  if (channels.preferential && readPreferential(dem, *channels.preferential, paths) != kSuccess)
+    return kFailure;
+  for (const ChannelMask& mask : channels.masks) {
+    if (mask.selective && !channels.preferential)
+      return fail(kTag, "Selective Enforcement List not provided");
+    I4Grid_type ichan;
+    if (readMask(dem, mask, ichan) != kSuccess) return kFailure;
+    if (!mask.selective) putMessage("Creating channel mask swale");
+    if (makeSwale(dem, mask, ichan, mask.selective ? &paths : nullptr, chan) == 0)
+      return reportError({.routine = kTag,
+                          .code = kOwnWords,
+                          .message1 = "Channel mask does not overlap DEM",
+                          .message2 = "  " + mask.file});
+    diagnose("DestroyGrid for ichan");
+  }
+  putMessage(" Using channel mask to guide channel locations");
+  return changeByDepths(dem, chan, -1.0F);
+}
+
+int undigChannels(DEM_type& dem, R4Grid_type& chan) {
+  return changeByDepths(dem, chan, 1.0F) == kSuccess ? kSuccess : fail(kTag, "unDig_it failed");
+}
+
+}  // namespace terrain
