@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   dem.plan = dem.GetPlanCurvature();
   if (dem.plan.status != 0) return 1;
 
-  if (shiftElevations(dem) != 0 || FlowDirection(dem, stem + "_elev") != 0) return 1;
+  if (shiftElevations(dem) != 0 || FlowDirection(dem, {.outfile = stem + "_elev"}) != 0) return 1;
   if (dem.aspect.WritefltR4(stem + "_angle") != 0) return 1;
   if (accumulator(dem, {.DA = &dem.DA}) != 0) return 1;
   return dem.DA.WritefltR4(stem + "_area") == 0 ? 0 : 1;

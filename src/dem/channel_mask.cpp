@@ -45,7 +45,8 @@ int readMaskRaster(const DEM_type& dem, std::string_view name, I4Grid_type& cell
         for (int32_t col = 1; col <= cells.cols(); ++col) {
           const Point at = cells.ColRowToXY(col, row);
           const ColRow there = raster.XYtoColRow(at.x, at.y);
-          if (raster.contains(there.col, there.row)) to.set(col, row, mask.get(there.col, there.row) > 0 ? 1 : 0);
+          if (raster.contains(there.col, there.row))
+            to.set(col, row, mask.get(there.col, there.row) > 0 ? 1 : 0);
         }
       return kSuccess;
     });
@@ -75,8 +76,7 @@ int readMask(const DEM_type& dem, const ChannelMask& mask, I4Grid_type& cells) {
 
 int readPreferential(const DEM_type& dem, const PreferentialFlow& paths, R4Grid_type& grid) {
   putMessage("Reading preferential flow raster for selective drainage enforcement");
-  if (readRaster(grid, paths.raster) != kSuccess)
-    return fail(kTag, "ReadGrid failed for " + paths.raster);
+  if (readRaster(grid, paths.raster) != kSuccess) return fail(kTag, "ReadGrid failed for " + paths.raster);
   if (dem.feetConverted) FeetToMeters(grid);
   if (grid.ncols != dem.ncols || grid.nrows != dem.nrows || !sameR8(grid.xmin, dem.xmin) ||
       !sameR8(grid.ymin, dem.ymin))
@@ -88,7 +88,8 @@ int readPreferential(const DEM_type& dem, const PreferentialFlow& paths, R4Grid_
     for (float& cell : cells)
       if (!(cell > 0.0F)) cell = 0.0F;
   };
-  if (RowPass{changing(grid)}.run(kTag, toZero) == kSuccess && grid.bufferR4(paths.buffer, 1.0F) == kSuccess)
+  if (RowPass{changing(grid)}.run(kTag, toZero) == kSuccess &&
+      grid.bufferR4(static_cast<double>(paths.buffer), 1.0F) == kSuccess)
     return kSuccess;
   return fail(kTag, "Error applying buffer");
 }
@@ -103,13 +104,16 @@ struct SwaleCells {
   Mask mask;
   Depths depths;
 };
+template <class... Cells>
+SwaleCells(Cells...) -> SwaleCells<Cells...>;
 
 /// Deepens the swale around one cell of a mask. `isPath(col, row)` tells which cells may be dug.
 template <class Cells, class IsPath>
 void deepenAround(const DEM_type& dem, const ChannelMask& mask, ColRow centre, int32_t radius,
                   const Cells& cells, IsPath isPath) {
   const double r = radius;
-  for (int32_t row = std::max(centre.row - radius, 1); row <= std::min(centre.row + radius, dem.rows()); ++row)
+  for (int32_t row = std::max(centre.row - radius, 1); row <= std::min(centre.row + radius, dem.rows());
+       ++row)
     for (int32_t col = std::max(centre.col - radius, 1); col <= std::min(centre.col + radius, dem.cols());
          ++col) {
       const double dx = col - centre.col;

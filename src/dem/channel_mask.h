@@ -1,7 +1,7 @@
 #pragma once
 // Channel masks: lines or cells along which water is known to flow. A swale is dug along them into the
-// elevations before flow directions are found, deepest at the mask, and filled in again afterwards, so that the
-// directions lead along the mask and the surface stays as it was.
+// elevations before flow directions are found, deepest at the mask, and filled in again afterwards, so that
+// the directions lead along the mask and the surface stays as it was.
 
 #include <optional>
 #include <string>

@@ -73,10 +73,13 @@ int restoreElevations(DEM_type& dem) {
   return attempt.succeed();
 }
 
-int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile, const VersionStamp* stamp) {
+int FlowDirection(DEM_type& dem, const FlowSettings& settings) {
   Attempt attempt{dem.status};
   if (!dem.elev.GridExists()) return fail(kTag, "There is no grid of elevations");
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
+  R4Grid_type chan;
+  const bool digs = !settings.channels.masks.empty();
+  if (digs && digChannels(dem, settings.channels, chan) != kSuccess) return kFailure;
   const auto toMillimetres = [](int32_t, std::span<float> cells) {
     for (float& cell : cells)
       if (cell > 0.0F) cell = std::round(cell * 1000.0F) / 1000.0F;
@@ -88,7 +91,10 @@ int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile, const 
     return fail(kTag, "CreateGrid failed for aspect");
   if (timed("Flow time:: ", [&] { return dem.Flow(); }) != kSuccess) return fail(kTag, "flow failed");
   if (dem.elev.SetPositiveR4() != kSuccess) return kFailure;
-  if (outfile && !isBlank(*outfile) && writeSurface(dem, *outfile, stamp) != kSuccess) return kFailure;
+  if (settings.outfile && !isBlank(*settings.outfile) &&
+      writeSurface(dem, *settings.outfile, settings.stamp) != kSuccess)
+    return kFailure;
+  if (digs && undigChannels(dem, chan) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

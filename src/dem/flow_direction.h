@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "dem/channel_mask.h"
 #include "dem/dem.h"
 
 namespace terrain {
@@ -16,12 +17,17 @@ int shiftElevations(DEM_type& dem, double dig = 2.0, double maxSlope = 0.0);
 /// The way back: nodata becomes `DEM%elevNodata`, and `DEM%elevShift` is added, both to 0 of it afterwards.
 int restoreElevations(DEM_type& dem);
 
+struct FlowSettings {
+  ChannelMasks channels{};               ///< dug before, and filled in again afterwards
+  std::optional<std::string> outfile{};  ///< the conditioned surface is written to it, swales included
+  const VersionStamp* stamp = nullptr;   ///< of that raster's header
+};
+
 /// Breaches closed depressions (`Flood`) and gives every cell its angle (`Flow`), in the new grid `aspect`.
 /// The elevations must be in the working form and are rounded to millimetres first; afterwards they are the
 /// conditioned surface, in that form still. With a file name that surface is written as a raster, with the
 /// nodata and the heights that it had before they were shifted. Needs plan curvature (`GetPlan`, or a grid
-/// in `plan`). 0, or -1 with a report.
-int FlowDirection(DEM_type& dem, std::optional<std::string_view> outfile = std::nullopt,
-                  const VersionStamp* stamp = nullptr);
+/// in `plan`), and the gradient where there are channel masks. 0, or -1 with a report.
+int FlowDirection(DEM_type& dem, const FlowSettings& settings = {});
 
 }  // namespace terrain

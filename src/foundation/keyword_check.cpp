@@ -146,7 +146,8 @@ class LineCheck {
       if (hasText) warn(name + " takes no value; it is on, whatever follows the colon");
       return;
     }
-    if (row.form == ValueForm::record || !hasText) return;
+    if (row.form == ValueForm::record) return checkArguments(row, line);
+    if (!hasText) return;
     KeywordInput input{.line = &line};
     valueOfLine_(line, input);
     if (line.arguments.size() > 1) {
@@ -159,6 +160,27 @@ class LineCheck {
     if (input.text) checkText(row, line, *input.text);
   }
 
+  /// Arguments of a record that fit none of its rows.
+  void checkArguments(const KeywordTexts& row, const LogicalLine& line) {
+    auto unnamed =
+        std::ranges::count_if(row.arguments, [](const auto& known) { return known.words.empty(); });
+    for (const std::string& argument : line.arguments) {
+      KeywordInput part;
+      if (isBlank(argument)) continue;
+      if (const KeywordTexts* const known = findArgument(row.arguments, argument, part)) {
+        if (known->form == ValueForm::number && part.text) checkNumber(*known, *part.text);
+        continue;
+      }
+      if (part.lone && unnamed-- > 0) continue;
+      std::string text =
+          quoted(stripped(argument)) + " is no argument of " + std::string(nameOfKeyword(row.words));
+      const SplitArgument pair = splitArgument(argument);
+      const Nearest word = nearest(row.arguments, wordsOf(part.lone ? pair.value : pair.name));
+      if (!word.keyword.empty()) text.append("; did you mean ").append(word.keyword).append("?");
+      warn(std::move(text));
+    }
+  }
+
   void checkText(const KeywordTexts& row, const LogicalLine& line, std::string_view value) {
     const std::string_view argument = line.arguments.front();
     const std::string before = splitArgument(argument).name;
@@ -166,7 +188,10 @@ class LineCheck {
     // Values may be named, as in "DEM: FILE = name".
     if (argument.size() > value.size() && argument.front() != '"' && !std::ranges::all_of(before, isUpper))
       warn("what stands before the \"=\" is not read: only " + quoted(value) + " of " + quoted(argument));
-    if (row.form != ValueForm::number) return;
+    if (row.form == ValueForm::number) checkNumber(row, value);
+  }
+
+  void checkNumber(const KeywordTexts& row, std::string_view value) {
     const std::size_t end = std::min(value.find_first_of(" \t"), value.size());
     const std::string_view rest = stripped(value.substr(end));
     double number = 0;

@@ -102,6 +102,25 @@ std::optional<std::string> unquotedName(std::string_view text) {
 
 // ---- help and manual ----
 
+namespace {
+
+/// An argument of a record, as in "DIG = <number> m".
+std::string argumentHelp(const KeywordTexts& row) {
+  if (row.words.empty()) return std::string("<").append(row.argument).append(">");
+  std::string help(nameOfKeyword(row.words));
+  if (row.takes == TakesValue::always) help.append(" = <").append(row.argument).append(">");
+  if (!row.unit.empty()) help.append(" ").append(row.unit);
+  return help;
+}
+
+std::string argumentNotes(const KeywordTexts& row) {
+  std::string notes(row.meaning);
+  if (!row.standard.empty()) notes.append(" Without it: ").append(row.standard).append(".");
+  return notes;
+}
+
+}  // namespace
+
 std::string keywordHelp(const KeywordTexts& row) {
   std::string help("  ");
   help.append(nameOfKeyword(row.words)).append(":");
@@ -111,6 +130,8 @@ std::string keywordHelp(const KeywordTexts& row) {
   help.append("\n      ").append(row.meaning).append("\n");
   if (const std::string others = synonyms(row.words, ", "); !others.empty())
     help.append("      Also: ").append(others).append("\n");
+  for (const KeywordTexts& argument : row.arguments)
+    help.append("      ").append(argumentHelp(argument)).append(": ").append(argumentNotes(argument)) += '\n';
   return help;
 }
 
@@ -123,7 +144,11 @@ std::string keywordManual(const KeywordTexts& row) {
   if (!row.standard.empty()) manual.append(" Without it: ").append(roff(row.standard)).append(".");
   if (const std::string others = synonyms(row.words, ", "); !others.empty())
     manual.append(" Also: ").append(roff(others)).append(".");
-  return manual.append("\n");
+  manual.append("\n");
+  for (const KeywordTexts& each : row.arguments)
+    manual.append(".br\n").append(roff(argumentHelp(each))).append(": ").append(roff(argumentNotes(each))) +=
+        '\n';
+  return manual;
 }
 
 }  // namespace terrain

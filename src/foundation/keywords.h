@@ -103,6 +103,8 @@ auto& memberAt(Record& record) {
 
 // ---- the value of a keyword ----
 
+struct KeywordTexts;
+
 /// How a value is parsed and where it goes. Made by the functions below; `Path` leads from the record to the
 /// member, through nested structs where there are several pointers.
 template <class Record>
@@ -113,6 +115,7 @@ struct KeywordValue {
   NumberRule rule{};
   bool (*parse)(const KeywordValue& self, Record& record, KeywordInput& input) = nullptr;
   void (*echo)(const Record& record, std::string_view label) = nullptr;
+  std::vector<KeywordTexts> (*arguments)() = nullptr;  ///< of a record
 
   /// A number of the member's type, or of an optional's.
   template <auto... Path>
@@ -154,12 +157,12 @@ struct KeywordValue {
     return {"yes or no", TakesValue::optionally, ValueForm::text,
             {},          &parseFlag<Path...>,    &echoMember<Path...>};
   }
-  /// A list to which every line appends a record, filled from the arguments of the line by the rows of
-  /// `Table`.
+  /// A list to which every line appends a record, or an optional record of which the last line counts, filled
+  /// from the arguments of the line by the rows of `Table`.
   template <const auto& Table, auto... Path>
   static constexpr KeywordValue records() {
-    return {"arguments", TakesValue::optionally,       ValueForm::record,
-            {},          &parseRecord<Table, Path...>, nullptr};
+    return {"arguments", TakesValue::optionally, ValueForm::record, {}, &parseRecord<Table, Path...>,
+            nullptr,     &textsOfTable<Table>};
   }
   /// A value with a form of its own: `bool Parse(Record&, KeywordInput&)` gives false for a failure. The path
   /// may be left out where nothing is echoed.
@@ -208,6 +211,8 @@ struct KeywordValue {
   }
   template <const auto& Table, auto... Path>
   static bool parseRecord(const KeywordValue&, Record& record, KeywordInput& input);
+  template <const auto& Table>
+  static std::vector<KeywordTexts> textsOfTable();
   template <bool (*Parse)(Record&, KeywordInput&)>
   static bool parseOwn(const KeywordValue&, Record& record, KeywordInput& input) {
     return Parse(record, input);
@@ -321,7 +326,11 @@ bool parseArguments(std::type_identity_t<std::span<const Keyword<Record>>> table
 template <class Record>
 template <const auto& Table, auto... Path>
 bool KeywordValue<Record>::parseRecord(const KeywordValue&, Record& record, KeywordInput& input) {
-  return parseArguments(Table, detail::memberAt<Path...>(record).emplace_back(), input);
+  auto& member = detail::memberAt<Path...>(record);
+  if constexpr (requires { member.emplace_back(); })
+    return parseArguments(Table, member.emplace_back(), input);
+  else
+    return parseArguments(Table, member.emplace(), input);
 }
 
 // ---- files ----
@@ -375,17 +384,29 @@ struct KeywordTexts {
   std::string_view words{}, argument{}, unit{}, standard{}, meaning{};
   TakesValue takes = TakesValue::never;
   ValueForm form = ValueForm::text;
+  std::vector<KeywordTexts> arguments{};  ///< the rows of a record's arguments
 };
 template <class Record>
-[[nodiscard]] constexpr KeywordTexts textsOf(const Keyword<Record>& row) {
-  return {row.words,   row.value.argument, row.unit,      row.standard,
-          row.meaning, row.value.takes,    row.value.form};
+[[nodiscard]] KeywordTexts textsOf(const Keyword<Record>& row) {
+  return {
+      row.words,      row.value.argument,
+      row.unit,       row.standard,
+      row.meaning,    row.value.takes,
+      row.value.form, row.value.arguments == nullptr ? std::vector<KeywordTexts>() : row.value.arguments()};
 }
 
 template <class Record>
 [[nodiscard]] std::vector<KeywordTexts> textsOf(std::span<const Keyword<Record>> table) {
   std::vector<KeywordTexts> texts;
   for (const Keyword<Record>& row : table) texts.push_back(textsOf(row));
+  return texts;
+}
+
+template <class Record>
+template <const auto& Table>
+std::vector<KeywordTexts> KeywordValue<Record>::textsOfTable() {
+  std::vector<KeywordTexts> texts;
+  for (const auto& row : Table) texts.push_back(textsOf(row));
   return texts;
 }
 

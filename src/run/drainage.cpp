@@ -26,6 +26,8 @@ std::vector<LineWarning> warningsOf(DrainageRun& run) {
 RunFiles filesOf(const DrainageRun& run) {
   RunFiles files{
       .instructions = run.session.inputName, .inputs = {run.DEM.file}, .bytes = rasterBytes(run.DEM)};
+  for (const ChannelMask& mask : run.channels.masks) files.inputs.push_back(mask.file);
+  if (run.channels.preferential) files.inputs.push_back(run.channels.preferential->raster);
   for (const std::string* name : {&run.surfaceName, &run.angleName, &run.codeName, &run.areaName})
     if (!name->empty()) files.outputs.push_back(*name);
   return files;
@@ -50,6 +52,21 @@ RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instruction
   return files;
 }
 
+/// The gradient limits the digging along channel masks. It is measured on the length of plan curvature where
+/// that is computed, else read.
+void loadGradient(DrainageRun& run) {
+  DEM_type& dem = run.DEM;
+  if (run.curvatureLength > 0) {
+    const double named = dem.len_scale;
+    dem.SetLengthScale(run.curvatureLength);
+    dem.grad = dem.GetSlope();
+    dem.SetLengthScale(named);
+    if (dem.grad.status != kSuccess) stopRun("Error filling gradient raster");
+  } else if (dem.GetGrad() != kSuccess) {
+    stopRun("Error opening gradient flt raster: CURVATURE LENGTH SCALE computes it");
+  }
+}
+
 /// The elevations, and plan curvature on the raw surface where it is not read.
 void loadSurface(DrainageRun& run) {
   DEM_type& dem = run.DEM;
@@ -68,7 +85,9 @@ void loadSurface(DrainageRun& run) {
   } else if (dem.GetPlan() != kSuccess) {
     stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
   }
-  if (shiftElevations(dem) != kSuccess) stopRun("Error with inputs");
+  const ChannelMasks& channels = run.channels;
+  if (!channels.masks.empty()) loadGradient(run);
+  if (shiftElevations(dem, channels.deepest(), channels.steepest()) != kSuccess) stopRun("Error with inputs");
 }
 
 /// Contributing cells, with nodata where there is no land.
@@ -95,9 +114,9 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
   loadSurface(run);
   DEM_type& dem = run.DEM;
   const VersionStamp* const stamp = &run.session.programInfo;
-  const auto surface =
-      run.surfaceName.empty() ? std::nullopt : std::optional<std::string_view>(run.surfaceName);
-  if (FlowDirection(dem, surface, stamp) != kSuccess) stopRun("Error calculating flow directions");
+  FlowSettings settings{.channels = run.channels, .stamp = stamp};
+  if (!run.surfaceName.empty()) settings.outfile = run.surfaceName;
+  if (FlowDirection(dem, settings) != kSuccess) stopRun("Error calculating flow directions");
   if (!run.angleName.empty()) stopUnlessWritten(dem.aspect.WritefltR4(run.angleName, stamp), run.angleName);
   if (!run.codeName.empty()) {
     if (dem.CalcD8() != kSuccess) stopRun("CalcD8 failed");
@@ -111,7 +130,7 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
   }
   for (std::size_t i = 0; i + 1 < files.outputs.size(); ++i) run.session.copyLog(files.outputs[i]);
   run.session.finish(files.outputs.back(), startedAt);
-  for (R4Grid_type* grid : {&dem.elev, &dem.plan, &dem.aspect, &dem.DA}) grid->releaseStorage();
+  for (R4Grid_type* grid : {&dem.elev, &dem.grad, &dem.plan, &dem.aspect, &dem.DA}) grid->releaseStorage();
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "dem/channel_mask.h"
 #include "dem/dem.h"
 #include "foundation/keywords.h"
 #include "run/session.h"
@@ -14,6 +15,7 @@ namespace terrain {
 
 struct DrainageRun {
   double curvatureLength = 0;  ///< length scale of plan curvature, metres; 0: it is read
+  ChannelMasks channels{};     ///< where swales lead the flow
   std::string scratchPath{};   ///< ends in a separator
   bool strict = false;         ///< warnings about the instruction file stop the run
   /// Rasters to write, without extension; a blank one is not written.

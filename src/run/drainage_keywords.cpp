@@ -12,6 +12,63 @@ using Row = Keyword<DrainageRun>;
 using Value = KeywordValue<DrainageRun>;
 using DemWords = DemKeywords<DrainageRun, &DrainageRun::DEM>;
 
+// ---- channel masks ----
+
+/// A raster, or a shapefile of lines, with or without its extension.
+bool parseMaskFile(ChannelMask& mask, KeywordInput& input) {
+  if (!input.isHostText()) return false;
+  mask.file = stripFileName(*input.text);
+  return rasterExists(mask.file) || shapefileExists(mask.file) ||
+         input.fail("Cannot find channel mask file " + mask.file);
+}
+
+using MaskValue = KeywordValue<ChannelMask>;
+constexpr Keyword<ChannelMask> kMaskWords[] = {
+    {.words = "FILE|File|file",
+     .value = MaskValue::own<parseMaskFile>("raster or shapefile"),
+     .meaning = "Lines, or cells above 0."},
+    {.words = "", .value = MaskValue::own<parseMaskFile>("raster or shapefile"), .meaning = "The same."},
+    {.words = "DIG|Dig|dig",
+     .value = MaskValue::number<&ChannelMask::dig>({.least = 0}),
+     .failure = "Input file; Error reading dig value for channel mask",
+     .unit = "m",
+     .standard = "2",
+     .meaning = "Depth of the swale."},
+    {.words = "RADIUS|Radius|radius|BUFFER|Buffer|buffer",
+     .value = MaskValue::number<&ChannelMask::radius>({.least = 0}),
+     .failure = "Input file; Error reading RADIUS value for channel mask",
+     .unit = "m",
+     .standard = "25",
+     .meaning = "Half its width."},
+    {.words = "MAXSLOPE|MAXIMUM SLOPE|MaxSlope|Maximum Slope|MAX SLOPE",
+     .value = MaskValue::number<&ChannelMask::maxSlope>({.least = 0}),
+     .failure = "Input file; Error reading MAXIMUM SLOPE for channel mask",
+     .standard = "0.1",
+     .meaning = "Steeper cells are not dug."},
+    {.words = "SELECTIVE|SELECTIVE ENFORCEMENT",
+     .value = MaskValue::flag<&ChannelMask::selective>(),
+     .meaning = "Only preferential flow paths are dug."},
+};
+
+bool parsePathRaster(PreferentialFlow& paths, KeywordInput& input) {
+  if (!input.isHostText()) return false;
+  paths.raster = stripFileName(*input.text);
+  return rasterExists(paths.raster);
+}
+
+using PathValue = KeywordValue<PreferentialFlow>;
+constexpr Keyword<PreferentialFlow> kPathWords[] = {
+    {.words = "PREFERENTIAL FLOW RASTER|RASTER",
+     .value = PathValue::own<parsePathRaster>("raster"),
+     .failure = "Cannot find PREFERENTIAL FLOW RASTER",
+     .meaning = "Its cells above 0 are the paths."},
+    {.words = "BUFFER",
+     .value = PathValue::number<&PreferentialFlow::buffer>({.least = 0}),
+     .unit = "m",
+     .standard = "0",
+     .meaning = "Cells within it belong to a path."},
+};
+
 constexpr Row kOwnWords[] = {
     {.words = "DEM",
      .value = Value::existing<rasterExists, &DrainageRun::DEM, &DEM_type::refFile>("raster"),
@@ -24,6 +81,15 @@ constexpr Row kOwnWords[] = {
      .standard = "plan_<length>_<id> is read",
      .meaning =
          "Radius of the circle on which plan curvature is measured, which decides between equal slopes."},
+    {.words = "CHANNEL MASK|CHANNEL MASK GRID|CHANNEL MASK FILE|CHANNEL MASK SHAPEFILE",
+     .value = Value::records<kMaskWords, &DrainageRun::channels, &ChannelMasks::masks>(),
+     .standard = "none",
+     .meaning =
+         "Known channels, any number of lines. A swale along them leads the flow and is filled in again."},
+    {.words = "SELECTIVE ENFORCEMENT",
+     .value = Value::records<kPathWords, &DrainageRun::channels, &ChannelMasks::preferential>(),
+     .standard = "none",
+     .meaning = "Where masks that are SELECTIVE may be dug."},
     {.words = "SCRATCH DIRECTORY",
      .value = Value::directory<&DrainageRun::scratchPath>(),
      .standard = "the DEM's directory",

@@ -225,7 +225,8 @@ int LineVectorType::Rasterize(I4Grid_type& igrid, const LineRasterOptions& optio
   if (burned != kSuccess) return kFailure;
   if (options.buffer && igrid.maxI4() > 0) {
     const int32_t all = options.ival.value_or(0);
-    if (igrid.buffer(*options.buffer, all != 0 ? all : 1) != kSuccess) return fail(kTag, "buffer failed");
+    if (igrid.buffer(static_cast<double>(*options.buffer), all != 0 ? all : 1) != kSuccess)
+      return fail(kTag, "buffer failed");
   }
   made.succeed();
   return attempt.succeed();

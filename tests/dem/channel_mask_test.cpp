@@ -32,7 +32,8 @@ class ChannelMaskTest : public InBothStorages {
     fillWith(raster, [](int32_t, int32_t row) { return row == 6 ? 1.0F : kNodata; });
     ASSERT_EQ(raster.WritefltR4(scratch_.path("mask")), 0);
     LineVectorType lines;
-    const AttributeType id[] = {AttributeType{.name = "ID", .dataType = "I4", .outFlag = true, .shpFlag = true}};
+    const AttributeType id[] = {
+        AttributeType{.name = "ID", .dataType = "I4", .outFlag = true, .shpFlag = true}};
     ASSERT_EQ(NewDataTable(lines, {.attributeList = id, .numRecords = 1}), 0);
     ASSERT_EQ(lines.initializeSegments(), 0);
     ASSERT_EQ(lines.setSegmentXY(1, std::vector<double>{900, 1300}, std::vector<double>{2055, 2055}), 0);
@@ -86,7 +87,8 @@ TEST_P(ChannelMaskTest, SelectiveMasksAreDugOnPreferentialPaths) {
   ASSERT_EQ(dig(mask, PreferentialFlow{.raster = scratch_.path("paths")}), 0) << console_.text();
   EXPECT_EQ(std::ranges::count_if(cellsOf(chan), [](float d) { return d > 0; }), 1);
   ASSERT_EQ(dig(mask, PreferentialFlow{.raster = scratch_.path("paths"), .buffer = 10.0F}), 0);
-  EXPECT_EQ(std::ranges::count_if(cellsOf(chan), [](float d) { return d > 0; }), 5) << "the cell and its sides";
+  EXPECT_EQ(std::ranges::count_if(cellsOf(chan), [](float d) { return d > 0; }), 5)
+      << "the cell and its sides";
   R4Grid_type other = emptyGrid<R4Grid_type>(kCols, kRows + 1, {});
   ASSERT_EQ(other.WritefltR4(scratch_.path("other")), 0);
   EXPECT_EQ(dig(mask, PreferentialFlow{.raster = scratch_.path("other")}), -1);

@@ -143,14 +143,31 @@ TEST_F(Keywords, RowsGiveEchoHelpAndManual) {
             "  DEPTH: <number> m   [2]\n      Depth, well-known.\n      Also: DIG DEPTH, CUT\n");
   EXPECT_EQ(keywordManual(depth),
             ".TP\n.B DEPTH: \\fIm\\fR\nDepth, well\\-known. Without it: 2. Also: DIG DEPTH, CUT.\n");
+  const std::string mask = keywordHelp(textsOf(*findKeyword(kWords, "MASK")));
+  EXPECT_NE(mask.find("\n      DIG = <number>: \n"), std::string::npos) << mask;
 }
 
 TEST_F(Keywords, ThatAreMisspeltOrHaveMoreThanIsReadAreNamedWithTheirLine) {
   InputFileType file;
-  file.lines = {"depth: 1",  "PLIAN:",       "DIG  DEPTH: 1",  "RASTER FILE: x",  "SWITCH",
-                "DEPTH = 3", "XYZ: 1",       "DEPTH: 1,5",     "CUT: 4 feet",     "DEPTH: 5 m",
-                "PLAIN: no", "SCRATCH: a=b", "SCRATCH: F = c", "MASK: 1,2,DIG=3", "MASK: 1",
-                "DIG: 24/7", "# x",          "NODATA: 24/7"};
+  file.lines = {"depth: 1",
+                "PLIAN:",
+                "DIG  DEPTH: 1",
+                "RASTER FILE: x",
+                "SWITCH",
+                "DEPTH = 3",
+                "XYZ: 1",
+                "DEPTH: 1,5",
+                "CUT: 4 feet",
+                "DEPTH: 5 m",
+                "PLAIN: no",
+                "SCRATCH: a=b",
+                "SCRATCH: F = c",
+                "MASK: 1,2,DIG=3",
+                "MASK: 1",
+                "DIG: 24/7",
+                "# x",
+                "NODATA: 24/7",
+                "MASK: 1, 2, 3, DIGG = 3, FORCE, DIG = 4 m"};
   std::string all;
   for (const LineWarning& warning :
        checkKeywordLines(file, textsOf(std::span<const Keyword<Settings>>(kWords)), valueAfterEquals))
@@ -172,7 +189,10 @@ TEST_F(Keywords, ThatAreMisspeltOrHaveMoreThanIsReadAreNamedWithTheirLine) {
             "line 12: what stands before the \"=\" is not read: only \"b\" of \"a=b\"\n"
             "line 13: SCRATCH was given in line 12 already; this line replaces it\n"
             "line 16: DIG is not a keyword; did you mean DIG DEPTH?\n"
-            "line 18: what follows the number is not read: \"24/7\"\n");
+            "line 18: what follows the number is not read: \"24/7\"\n"
+            "line 19: \"3\" is no argument of MASK\n"
+            "line 19: \"DIGG = 3\" is no argument of MASK; did you mean DIG?\n"
+            "line 19: what follows the number is not read: \"4 m\"\n");
 }
 
 }  // namespace

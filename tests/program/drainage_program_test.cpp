@@ -7,6 +7,7 @@
 
 #include "dem/flow_accumulation.h"
 #include "dem/flow_direction.h"
+#include "grid/directions.h"
 #include "grid/float_raster.h"
 #include "run/drainage.h"
 #include "support/grids.h"
@@ -83,6 +84,42 @@ TEST_F(DrainageProgram, WritesTheRastersOfTheLibraryAndALogBesideEach) {
       "PATH: .\nDEM ID: cond\nCURVATURE LENGTH SCALE: 25\nOUTPUT D8 RASTER: again\nSCRATCH DIRECTORY: s\n");
   EXPECT_EQ(again.status, 0) << again.text;
   EXPECT_NE(again.text.find("Drainage passages carved: 0"), std::string::npos) << again.text;
+}
+
+TEST_F(DrainageProgram, FlowFollowsAChannelMask) {
+  // A mask from the middle of the hills to the western edge, across the slopes.
+  R4Grid_type mask;
+  ASSERT_EQ(ReadGrid(mask, at("elev_site")), 0);
+  const int32_t row = mask.rows() / 2;
+  const int32_t head = mask.cols() / 2;
+  fillWith(mask, [&](int32_t col, int32_t r) { return r == row && col <= head ? 1.0F : 0.0F; });
+  ASSERT_EQ(mask.WritefltR4(at("mask")), 0);
+  const std::string start = "DEM: elev_site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\n" + std::string(kOutputs);
+  const Outcome done = run(
+      start + "CHANNEL MASK: mask, DIG = 400, RADIUS = 40 m, MAX SLOPE = 9\nCHANNEL MASK FILE: mask.flt\n");
+  ASSERT_EQ(done.status, 0) << done.text;
+  I4Grid_type codes;
+  ASSERT_EQ(ReadGrid(codes, at("d8")), 0);
+  ColRow cell{.col = head, .row = row};
+  int steps = 0;
+  for (; codes.contains(cell.col, cell.row) && cell.row == row && steps < 1000; ++steps)
+    cell = stepFrom(cell, codes.value(cell.col, cell.row, ""));
+  EXPECT_EQ(cell.row, row) << "left the mask at column " << cell.col;
+  EXPECT_EQ(cell.col, 0) << "at the western edge";
+
+  const struct {
+    std::string line, text;
+  } faults[] = {{"CHANNEL MASK: none\n", "Cannot find channel mask file none"},
+                {"CHANNEL MASK: mask, DIG = deep\n", "Error reading dig value for channel mask"},
+                {"CHANNEL MASK: mask, WIDTH = 3\n", "\"WIDTH = 3\" is no argument of CHANNEL MASK"},
+                {"CHANNEL MASK: mask, SELECTIVE\n", "Selective Enforcement List not provided"},
+                {"SELECTIVE ENFORCEMENT: RASTER = none\n", "Cannot find PREFERENTIAL FLOW RASTER"},
+                {"CHANNEL MASK: d8\n", "Output raster would replace an input raster"}};
+  for (const auto& fault : faults) {
+    const Outcome failed = run(start + fault.line);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.text.find(fault.text), std::string::npos) << failed.text;
+  }
 }
 
 TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
