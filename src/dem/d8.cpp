@@ -1,7 +1,10 @@
 // D8 codes from aspects: the one of eight directions that an aspect is nearest to.
 
+#include <cstdlib>
+
 #include "dem/operations.h"
 #include "foundation/free_format.h"
+#include "grid/cell_view.h"
 #include "grid/directions.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
@@ -50,6 +53,39 @@ int fillByCells(const R4Grid_type& aspect, I4Grid_type& codes) {
 }
 
 }  // namespace
+
+int32_t DEM_type::D8FromAspect(int32_t col, int32_t row) const {
+  const float angle = aspect.ExtractR4ValueColRow(col, row);
+  return angle >= 0.0F ? codeOfAspect(angle) : -1;
+}
+
+int32_t DEM_type::FlowDir(ColRow from, ColRow to) {
+  constexpr std::string_view tag = "flowDir in DEM_Module";
+  const auto apart = [](int32_t a, int32_t b) { return std::abs(std::int64_t{a} - b) > 1; };
+  if (apart(from.row, to.row)) return fail(tag, "Row increment > 1");
+  if (apart(from.col, to.col)) return fail(tag, "Column increment > 1");
+  return codeOfStep(to.col - from.col, to.row - from.row);
+}
+
+int DEM_type::trace(I4Grid_type& flows, int32_t col, int32_t row) {
+  constexpr std::string_view tag = "SUBROUTINE trace CONTAINED in SUBROUTINE downhill in DEM_Module";
+  Attempt attempt{status};
+  if (!D8.GridExists()) return fail(tag, "D8 grid must be created prior to calling this routine");
+  if (!flows.GridExists() || !SameGridGeometry(D8, flows))
+    return fail(tag, "The grid of flows has another extent than the DEM");
+  withCells(D8, tag, [&](auto codes) {
+    withCells(flows, tag, [&](auto marks) {
+      ColRow at{.col = col, .row = row};
+      while (D8.contains(at.col, at.row) && marks.get(at.col, at.row) != 1) {
+        marks.set(at.col, at.row, 1);
+        const int32_t code = codes.get(at.col, at.row);
+        if (code < 1 || code > kDirections) return;
+        at = stepFrom(at, code);
+      }
+    });
+  });
+  return attempt.succeed();
+}
 
 int calcD8(DEM_type& dem, D8Access access) {
   if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");

@@ -134,6 +134,14 @@ class DEM_type : public Grid_Header {
   int CalcD8(D8Access access = D8Access::rows);
   /// `CalcD8`, unless the grid exists.
   int GetD8();
+  /// The D8 code of a cell's aspect, in memory or on disk; -1 where it has none.
+  [[nodiscard]] int32_t D8FromAspect(int32_t col, int32_t row) const;
+  /// The code of the step between two adjacent cells, 0 between a cell and itself; -1, with a report, for
+  /// cells that are not adjacent.
+  [[nodiscard]] static int32_t FlowDir(ColRow from, ColRow to);
+  /// Marks a cell and all cells downstream of it along `D8` with 1 in `flows`, a grid of the DEM's extent, up
+  /// to the first that holds 1 already. 0, or -1 with a report.
+  int trace(I4Grid_type& flows, int32_t col, int32_t row);
 
   // ---- contour length (dem/contour_length.cpp) ----
   /// Fills `bcon` from `aspectGrid`, or, without one, from aspects computed at the radius `length`

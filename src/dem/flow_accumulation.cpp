@@ -390,6 +390,8 @@ int accumulate(DEM_type& dem, const AccumulatorArgs& args) {
 
 }  // namespace
 
+int routeAlongAngles(DEM_type& dem, R4Grid_type& values) { return route<AngleFlow>(dem, {.accum = &values}); }
+
 int accumulator(DEM_type& dem, const AccumulatorArgs& args) {
   const int status = accumulate(dem, args);
   for (Grid_Header* grid : {static_cast<Grid_Header*>(args.accum), static_cast<Grid_Header*>(args.DA),

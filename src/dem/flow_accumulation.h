@@ -25,4 +25,8 @@ struct AccumulatorArgs {
 /// with it.
 int accumulator(DEM_type& dem, const AccumulatorArgs& args);
 
+/// Routes what `values` holds, on the DEM's cells, along `DEM%aspect`, which must exist. 0, or -1 with a
+/// report.
+int routeAlongAngles(DEM_type& dem, R4Grid_type& values);
+
 }  // namespace terrain
