@@ -78,7 +78,8 @@ class CategoryFile {
     name_ = stripped(name);
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
       const IoCode code = file_.open(name_);
-      if (code == kIoOk) return tryAllocate(row_, cols_ * categories_) ? kSuccess : cannotAllocate(kTag, "Zero array");
+      if (code == kIoOk)
+        return tryAllocate(row_, cols_ * categories_) ? kSuccess : cannotAllocate(kTag, "Zero array");
       reportError({.routine = kTag,
                    .code = kCannotOpenToWrite,
                    .file = name_,

@@ -1,6 +1,6 @@
 #pragma once
-// Contributing cells by category, such as land use or rock: for every cell the number of cells of each category
-// whose flow reaches it.
+// Contributing cells by category, such as land use or rock: for every cell the number of cells of each
+// category whose flow reaches it.
 
 #include <string_view>
 

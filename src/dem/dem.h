@@ -39,6 +39,16 @@ struct GEPFiles {
   std::optional<std::string_view> bcon{};
 };
 
+/// How `Flood` and `Flow` find directions.
+struct FlowMode {
+  /// The angles that are in `aspect` are kept, but for those beside cells without one, and only the others
+  /// are found; cells without data have none.
+  bool keepAngles = false;
+  /// Above 0: the aspect of the surface smoothed over this length, metres, where it leads down and is within
+  /// 90 degrees of the local angle.
+  double smoothingLength = 0;
+};
+
 /// How `CalcD8` accesses its grids; the results are the same.
 enum class D8Access { rows, cells };
 
@@ -56,6 +66,7 @@ class DEM_type : public Grid_Header {
 
   double elevShift = 0;        ///< metres taken from the elevations while they are in the working form
   float elevNodata = kNodata;  ///< what nodata was before
+  FlowMode flowMode{};
   double len_scale = -9999.0;  ///< length scale, metres; -9999.0: not known
 
   std::string refPath{}, refID{}, refDataID{};  ///< reference DEM: directory, identifier, data identifier
@@ -121,10 +132,12 @@ class DEM_type : public Grid_Header {
 
   /// Breaches closed depressions, so that every data cell has a way to the edge of the data over cells that
   /// do not rise. Plan curvature (`GetPlan`) decides between neighbours of equal slope. Afterwards the
-  /// elevations are negative: the conditioned surface with its sign turned.
+  /// elevations are negative: the conditioned surface with its sign turned. Angles that are kept (`flowMode`,
+  /// `GetAspect`) must lead to the edge of the data: -1 with a cell from which they do not.
   int Flood();
   /// D-infinity angles of a flooded surface into `aspect`, which must exist, with negative values where an
-  /// angle is to be found. Afterwards the elevations are positive.
+  /// angle is to be found; `flowMode` says how. Afterwards the elevations are positive, but for cells whose
+  /// angles were kept.
   int Flow();
   /// The code of a neighbour without data, straight ones first; 0 for a cell within the data.
   [[nodiscard]] int32_t EdgeDirection(int32_t col, int32_t row) const;

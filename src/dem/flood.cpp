@@ -29,6 +29,7 @@ constexpr std::string_view kTag = "Flood in DEM_Module";
 constexpr float kLowest = std::numeric_limits<float>::lowest();
 /// The code of a cell of a walked flat that has no direction yet.
 constexpr int8_t kUndirected = -10;
+constexpr float kNoAngle = -1.0F;
 
 int noMemory(std::string_view what) { return cannotAllocate(kTag, what); }
 
@@ -42,17 +43,23 @@ class Flooding {
   /// False where the working cells cannot be had in this storage.
   [[nodiscard]] bool open() {
     return elev_.load(dem_.elev, 0.0F, kTag) && plan_.load(dem_.plan, kNodata, kTag) &&
+           (!keeps_ || aspect_.load(dem_.aspect, kNodata, kTag)) &&
            codes_.create(codeGrid_, dem_.elev, int8_t{0}, int8_t{0}, kTag);
   }
 
   int run() {
     putMessage("Filling one-cell pits");
     if (!raisePits()) return noMemory("rows");
+    if (keeps_) widenGaps();
     putMessage("Flooding DEM");
+    if (keeps_ && !forEachCell([&](At at) { return elev_.get(at) == 0.0F || keepDirection(at); }))
+      return kFailure;
     forEachCell([&](At at) {
-      if (elev_.get(at) != 0.0F) setInitialDirection(at);
+      if (elev_.get(at) != 0.0F && !isKept(at)) setInitialDirection(at);
     });
     if (forEachCell([&](At at) { return elev_.get(at) == 0.0F || edgeOf(at) == 0 || paint(at); }) &&
+        (!keeps_ ||
+         forEachCell([&](At at) { return !(elev_.get(at) < 0.0F) || !touchesUndrained(at) || hold(at); })) &&
         pushEdges()) {
       putMessage("Draining closed depressions");
       if (!drainDepressions()) return kFailure;
@@ -65,6 +72,7 @@ class Flooding {
     putMessage("Checking that all cells drain");
     if (!checkDrainage()) return kFailure;
     elev_.store(dem_.elev);
+    if (keeps_) aspect_.store(dem_.aspect);
     putMessage("DEM is fully drained");
     diagnose("DestroyGrid for D8");
     putMessage("Drainage passages carved: ", carved_);
@@ -117,7 +125,8 @@ class Flooding {
         const auto at = [&](int32_t dCol, int32_t dRow) {
           return rows[static_cast<std::size_t>((row + dRow) % 3)][static_cast<std::size_t>(col + dCol)];
         };
-        if (at(0, 0) == 0.0F) continue;
+        if (keeps_ && at(0, 0) == 0.0F) aspect_.set(lattice_.at(col, row), kNoAngle);
+        if (at(0, 0) == 0.0F || isKept(lattice_.at(col, row))) continue;
         float least = std::numeric_limits<float>::max();
         for (int32_t code = 1; code <= kDirections; ++code) {
           const auto k = static_cast<std::size_t>(code);
@@ -127,6 +136,47 @@ class Flooding {
       }
     }
     return true;
+  }
+
+  // ---- directions that are kept ----
+
+  [[nodiscard]] bool isKept(At at) const { return keeps_ && aspect_.get(at) >= 0.0F; }
+
+  /// Cells beside one without an angle, or beside the outside of the grid, lose theirs: what is found there
+  /// must agree with what is around it.
+  void widenGaps() {
+    // A cell that loses its angle is marked apart at first, so that gaps grow by one cell and no more.
+    constexpr float lost = -std::numeric_limits<float>::infinity();
+    forEachCell([&](At at) {
+      if (!isKept(at)) return;
+      for (int32_t code = 1; code <= kDirections; ++code) {
+        const float there = aspect_.get(lattice_.step(at, code));
+        if (there >= 0.0F || there == lost) continue;
+        aspect_.set(at, lost);
+        return;
+      }
+    });
+    forEachCell([&](At at) {
+      if (aspect_.get(at) == lost) aspect_.set(at, kNoAngle);
+    });
+  }
+
+  /// The code of a kept angle; the cell counts as drained. False, reported, for an angle beyond a full
+  /// circle.
+  bool keepDirection(At at) {
+    if (!isKept(at)) return true;
+    const int32_t code = codeOfAspect(aspect_.get(at));
+    if (code == 0) return reportKept("A flow direction is beyond a full circle; directions are radians", at);
+    point(at, code);
+    elev_.set(at, -level(at));
+    return true;
+  }
+  bool reportKept(std::string_view what, At at) const {
+    const ColRow cell = lattice_.place(at);
+    reportError({.routine = kTag,
+                 .message1 = what,
+                 .message2 = "  Column " + freeText(cell.col) + ", row " + freeText(cell.row)});
+    return false;
   }
 
   /// A cell at the edge of the data drains out of it; any other goes down the steepest slope, of equal ones
@@ -143,6 +193,7 @@ class Flooding {
     int32_t best = 0;
     for (int32_t code = 1; code <= kDirections; ++code) {
       const At there = lattice_.step(at, code);
+      if (isKept(there)) continue;
       const float rise = level(there) - here;
       if (std::abs(rise) < kLevel || rise > 0.0F) continue;
       const float slope = -rise / stepLength(code);
@@ -366,10 +417,11 @@ class Flooding {
       noMemory("drained");
       return false;
     }
-    forEachCell([&](At at) {
-      if (elev_.get(at) != 0.0F && codes_.get(at) >= 0) stopAt(lattice_.place(at));
+    return forEachCell([&](At at) {
+      if (elev_.get(at) == 0.0F || codes_.get(at) < 0) return true;
+      if (keeps_) return reportKept("The flow directions do not lead to the edge of the data", at);
+      stopAt(lattice_.place(at));
     });
-    return true;
   }
 
   [[noreturn]] void stopAt(ColRow cell) {
@@ -381,8 +433,9 @@ class Flooding {
   static constexpr std::size_t kHeldAtFirst = 1000;
 
   DEM_type& dem_;
+  const bool keeps_ = dem_.flowMode.keepAngles;
   Lattice lattice_;
-  typename Lattice::template Cells<float> elev_, plan_;
+  typename Lattice::template Cells<float> elev_, plan_, aspect_;
   typename Lattice::template Cells<int8_t> codes_;
   I1Grid_type codeGrid_;
   Flat<Lattice> flat_;
@@ -397,6 +450,10 @@ class Flooding {
 int checkInputs(DEM_type& dem) {
   if (!dem.elev.GridExists()) return fail(kTag, "There is no grid of elevations");
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
+  if (dem.flowMode.keepAngles) {
+    if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
+    if (!SameGridGeometry(dem.elev, dem.aspect)) return fail(kTag, "The aspects have another extent");
+  }
   const bool had = dem.plan.GridExists();
   if (dem.GetPlan() != kSuccess) return fail(kTag, "Plan curvature file not found");
   if (!had) diagnose("Read existing plan curvature file");

@@ -15,6 +15,8 @@
 #include "dem/operations.h"
 #include "foundation/free_format.h"
 #include "grid/neighbours.h"
+#include "grid/rows.h"
+#include "grid/surface_raster.h"
 
 namespace terrain {
 
@@ -71,8 +73,9 @@ class Flowing {
 
   explicit Flowing(DEM_type& dem) : dem_(dem), lattice_(dem.elev), flat_(lattice_) {}
 
-  [[nodiscard]] bool open() {
-    return elev_.load(dem_.elev, 0.0F, kTag) && aspect_.load(dem_.aspect, kNodata, kTag);
+  [[nodiscard]] bool open(R4Grid_type& smooth) {
+    return elev_.load(dem_.elev, 0.0F, kTag) && aspect_.load(dem_.aspect, kNodata, kTag) &&
+           (!smooths_ || smooth_.load(smooth, kNodata, kTag));
   }
 
   int run() {
@@ -118,9 +121,29 @@ class Flowing {
       ++flats_;
       return directFlat(at);
     }
-    aspect_.set(at, angle(at));
+    const float local = angle(at);
+    aspect_.set(at, smooths_ ? smoothedOr(local, at) : local);
     elev_.set(at, here);
     return true;
+  }
+
+  /// The smoothed aspect where it is within 90 degrees of the local angle and the neighbours between which it
+  /// points are lower than the cell; else the local angle.
+  [[nodiscard]] float smoothedOr(float local, At at) const {
+    constexpr float full = 6.2831855F;
+    constexpr float onDirection = 1e-6F;
+    const float smooth = smooth_.get(at);
+    if (!(smooth >= 0.0F)) return local;
+    const float apart = std::abs(smooth - local);
+    if (!(std::min(apart, full - apart) < kQuarter)) return local;
+    const auto isLower = [&](int32_t code) { return level(lattice_.step(at, code)) < level(at); };
+    const int32_t code = codeOfAspect(smooth);
+    if (code == 0 || !isLower(code)) return local;
+    float beside = smooth - angleOf(code);  // clockwise of the direction of the code
+    if (beside > std::numbers::pi_v<float>) beside -= full;
+    if (std::abs(beside) <= onDirection) return smooth;
+    const int32_t second = beside < 0.0F ? code % kDirections + 1 : code > 1 ? code - 1 : kDirections;
+    return isLower(second) ? smooth : local;
   }
 
   /// The angle of a cell that is no flat. A cell beside no data flows out.
@@ -138,7 +161,7 @@ class Flowing {
         continue;
       }
       const Fall fall = fallOf(here, e1, e2);
-      if (!(fall.slope > steepest.slope)) continue;
+      if (!(fall.slope > steepest.slope) || (keeps_ && poursBack(facet, fall, at))) continue;
       steepest = fall;
       best = &facet;
     }
@@ -147,6 +170,14 @@ class Flowing {
     fail("angle1 in DEM_Module", " Undefined flow direction");
     undefined_ = true;
     return kNodata;
+  }
+
+  /// True if the neighbour to which the slope of a facet points most nearly has an angle that sends at least
+  /// half of its flow back.
+  [[nodiscard]] bool poursBack(const Facet& facet, const Fall& fall, At at) const {
+    const int32_t code = fall.angle + fall.angle < kEighth ? facet.straight : facet.diagonal;
+    const float flow = aspect_.get(lattice_.step(at, code));
+    return flow >= 0.0F && FlowProportion(flow, code) >= 0.5F;
   }
 
   // ---- flats ----
@@ -249,18 +280,39 @@ class Flowing {
   }
 
   DEM_type& dem_;
+  const bool keeps_ = dem_.flowMode.keepAngles;
+  const bool smooths_ = dem_.flowMode.smoothingLength > 0;
   Lattice lattice_;
-  typename Lattice::template Cells<float> elev_, aspect_;
+  typename Lattice::template Cells<float> elev_, aspect_, smooth_;
   Flat<Lattice> flat_;
   int64_t flats_ = 0;
   bool undefined_ = false;
 };
 
 template <class Lattice>
-std::optional<int> flowOver(DEM_type& dem) {
+std::optional<int> flowOver(DEM_type& dem, R4Grid_type& smooth) {
   Flowing<Lattice> flowing(dem);
-  if (!flowing.open()) return std::nullopt;
+  if (!flowing.open(smooth)) return std::nullopt;
   return flowing.run();
+}
+
+/// The aspects of the smoothed surface. The signs that mark the elevations are put back afterwards.
+int smoothAspects(DEM_type& dem, R4Grid_type& smooth) {
+  if (CreateGrid(smooth,
+                 {.like = &dem.elev, .nodata = kNodata, .setCells = false, .onDisk = dem.elev.onDisk}) !=
+      kSuccess)
+    return kFailure;
+  const auto length = static_cast<float>(dem.flowMode.smoothingLength);
+  const auto negate = [](int32_t, std::span<float> cells) {
+    for (float& cell : cells)
+      if (cell != 0.0F) cell = -cell;
+  };
+  // Every data cell is negative after the flood.
+  return RowPass{changing(dem.elev)}.run(kTag, negate) == kSuccess &&
+                 surfaceRasters(dem.elev, length, {{&smooth, SurfaceMetric::aspect}}) == kSuccess &&
+                 RowPass{changing(dem.elev)}.run(kTag, negate) == kSuccess
+             ? kSuccess
+             : kFailure;
 }
 
 }  // namespace
@@ -271,8 +323,11 @@ int flow(DEM_type& dem) {
     return fail(kTag, "There is no grid of elevations, or none of aspects of its extent");
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
   putMessage(" Defining flow directions");
-  std::optional<int> result = flowOver<Bordered>(dem);
-  if (!result) result = flowOver<InPlace>(dem);
+  R4Grid_type smooth;
+  if (dem.flowMode.smoothingLength > 0 && smoothAspects(dem, smooth) != kSuccess)
+    return fail(kTag, "Error calculating smoothed aspects");
+  std::optional<int> result = flowOver<Bordered>(dem, smooth);
+  if (!result) result = flowOver<InPlace>(dem, smooth);
   if (!result) return fail(kTag, "DEM%elev%setCellAccess failed");
   return attempt.end(*result);
 }

@@ -87,7 +87,8 @@ int FlowDirection(DEM_type& dem, const FlowSettings& settings) {
   if (RowPass{changing(dem.elev)}.run(kTag, toMillimetres) != kSuccess) return kFailure;
   if (timed("Flood time: ", [&] { return dem.Flood(); }) != kSuccess) return fail(kTag, "flood failed");
   diagnose("CreateGrid for DEM%aspect");
-  if (CreateGrid(dem.aspect, {.like = &dem.elev, .nodata = kNodata, .fillValue = kNodata}) != kSuccess)
+  if (!dem.flowMode.keepAngles &&
+      CreateGrid(dem.aspect, {.like = &dem.elev, .nodata = kNodata, .fillValue = kNodata}) != kSuccess)
     return fail(kTag, "CreateGrid failed for aspect");
   if (timed("Flow time:: ", [&] { return dem.Flow(); }) != kSuccess) return fail(kTag, "flow failed");
   if (dem.elev.SetPositiveR4() != kSuccess) return kFailure;

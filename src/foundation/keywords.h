@@ -157,8 +157,8 @@ struct KeywordValue {
     return {"yes or no", TakesValue::optionally, ValueForm::text,
             {},          &parseFlag<Path...>,    &echoMember<Path...>};
   }
-  /// A list to which every line appends a record, or an optional record of which the last line counts, filled
-  /// from the arguments of the line by the rows of `Table`.
+  /// A list to which every line appends a record, an optional record of which the last line counts, or a
+  /// record that is there, filled from the arguments of the line by the rows of `Table`.
   template <const auto& Table, auto... Path>
   static constexpr KeywordValue records() {
     return {"arguments", TakesValue::optionally, ValueForm::record, {}, &parseRecord<Table, Path...>,
@@ -329,8 +329,10 @@ bool KeywordValue<Record>::parseRecord(const KeywordValue&, Record& record, Keyw
   auto& member = detail::memberAt<Path...>(record);
   if constexpr (requires { member.emplace_back(); })
     return parseArguments(Table, member.emplace_back(), input);
-  else
+  else if constexpr (requires { member.emplace(); })
     return parseArguments(Table, member.emplace(), input);
+  else
+    return parseArguments(Table, member, input);
 }
 
 // ---- files ----

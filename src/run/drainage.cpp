@@ -87,6 +87,14 @@ void loadSurface(DrainageRun& run) {
   }
   const ChannelMasks& channels = run.channels;
   if (!channels.masks.empty()) loadGradient(run);
+  if (dem.flowMode.keepAngles) {
+    putMessage("Using existing flow direction file");
+    if (dem.GetAspect() != kSuccess) stopRun("GetAspect failed");
+  }
+  if (dem.flowMode.smoothingLength > 0) {
+    putMessage("Smoothed flow directions");
+    putMessage("  Smoothing length (m) = ", dem.flowMode.smoothingLength);
+  }
   if (shiftElevations(dem, channels.deepest(), channels.steepest()) != kSuccess) stopRun("Error with inputs");
 }
 

@@ -69,6 +69,25 @@ constexpr Keyword<PreferentialFlow> kPathWords[] = {
      .meaning = "Cells within it belong to a path."},
 };
 
+// ---- smoothed directions ----
+
+using ModeValue = KeywordValue<FlowMode>;
+constexpr Keyword<FlowMode> kSmoothingWords[] = {
+    {.words = "LENGTH SCALE",
+     .value = ModeValue::number<&FlowMode::smoothingLength>({.least = 0}),
+     .failure = "Error reading LENGTH SCALE for SMOOTHED ASPECT",
+     .unit = "m",
+     .meaning = "Radius of the circle on which the aspect is measured."},
+};
+constexpr Value kSmoothing = [] {
+  Value value = Value::records<kSmoothingWords, &DrainageRun::DEM, &DEM_type::flowMode>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    return parseArguments(kSmoothingWords, run.DEM.flowMode, input) &&
+           (run.DEM.flowMode.smoothingLength > 0 || input.fail("Length scale for aspect not specified"));
+  };
+  return value;
+}();
+
 constexpr Row kOwnWords[] = {
     {.words = "DEM",
      .value = Value::existing<rasterExists, &DrainageRun::DEM, &DEM_type::refFile>("raster"),
@@ -81,6 +100,15 @@ constexpr Row kOwnWords[] = {
      .standard = "plan_<length>_<id> is read",
      .meaning =
          "Radius of the circle on which plan curvature is measured, which decides between equal slopes."},
+    {.words = "USE SMOOTHED ASPECT",
+     .value = kSmoothing,
+     .standard = "angles of the eight neighbours alone",
+     .meaning =
+         "Angles of the smoothed surface, where they lead down and are within 90 degrees of the local ones."},
+    {.words = "USE EXISTING FLOW DIRECTIONS",
+     .value = Value::flag<&DrainageRun::DEM, &DEM_type::flowMode, &FlowMode::keepAngles>(),
+     .standard = "off",
+     .meaning = "Keep the angles of aspect_<length>_<id> and find those that it lacks."},
     {.words = "CHANNEL MASK|CHANNEL MASK GRID|CHANNEL MASK FILE|CHANNEL MASK SHAPEFILE",
      .value = Value::records<kMaskWords, &DrainageRun::channels, &ChannelMasks::masks>(),
      .standard = "none",

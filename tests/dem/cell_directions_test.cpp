@@ -67,9 +67,7 @@ TEST_P(CellDirections, CategoriesAreRoutedAsEachAloneIs) {
   });
   make(std::move(aspects));
   I4Grid_type categories = emptyGrid<I4Grid_type>(kCols, kRows, {.storage = GetParam()});
-  fillWith(categories, [](int32_t col, int32_t row) {
-    return (col + 29 * row) % (kHighest + 1);
-  });
+  fillWith(categories, [](int32_t col, int32_t row) { return (col + 29 * row) % (kHighest + 1); });
   const std::string path = scratch_.path("amounts.bin");
   ASSERT_EQ(CategoricalAccumulator(dem, categories, path), 0) << console_.text();
   const std::string bytes = readBytes(path);

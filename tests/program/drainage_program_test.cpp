@@ -122,6 +122,26 @@ TEST_F(DrainageProgram, FlowFollowsAChannelMask) {
   }
 }
 
+TEST_F(DrainageProgram, AnglesAreSmoothedOrKept) {
+  const std::string start =
+      "PATH: .\nDEM ID: site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\nSCRATCH DIRECTORY: s\n";
+  ASSERT_EQ(run(start + "OUTPUT FLOW ANGLE RASTER: local\n").status, 0);
+  const Outcome smoothed =
+      run(start + "USE SMOOTHED ASPECT: LENGTH SCALE = 40 m\nOUTPUT FLOW ANGLE RASTER: smooth\n");
+  ASSERT_EQ(smoothed.status, 0) << smoothed.text;
+  EXPECT_NE(smoothed.text.find("Smoothing length (m) = "), std::string::npos);
+  EXPECT_NE(raster("smooth"), raster("local"));
+  // What is kept is read from the raster that the naming rules give.
+  fs::copy_file(at("smooth.flt"), at("aspect_site.flt"));
+  fs::copy_file(at("smooth.hdr"), at("aspect_site.hdr"));
+  const Outcome kept = run(start + "USE EXISTING FLOW DIRECTIONS:\nOUTPUT FLOW ANGLE RASTER: kept\n");
+  EXPECT_EQ(kept.status, 0) << kept.text;
+  EXPECT_NE(kept.text.find("Using existing flow direction file"), std::string::npos) << kept.text;
+  const Outcome failed = run(start + "USE SMOOTHED ASPECT:\nOUTPUT FLOW ANGLE RASTER: smooth\n");
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_NE(failed.text.find("Length scale for aspect not specified"), std::string::npos) << failed.text;
+}
+
 TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
   const std::string outputs(kOutputs);
   const std::string dem = "DEM: elev_site\n";

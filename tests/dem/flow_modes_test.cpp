@@ -1,0 +1,201 @@
+// Directions that are kept, smoothed directions, and what turning a DEM may change.
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <numbers>
+
+#include "dem/flow_direction.h"
+#include "grid/directions.h"
+#include "grid/surface_raster.h"
+#include "support/dem_fixtures.h"
+
+namespace terrain::test {
+namespace {
+
+constexpr int32_t kSize = 48;
+
+/// A DEM in the working form, with the plan curvature of no curvature at all.
+void prepare(DEM_type& dem, R4Grid_type&& elevations) {
+  static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(elevations);
+  dem.onDisk = false;
+  dem.scratchUnit = 0;
+  dem.plan = emptyGrid<R4Grid_type>(elevations.cols(), elevations.rows(),
+                                    {.storage = elevations.onDisk ? Storage::disk : Storage::memory});
+  fillWith(dem.plan, [](int32_t, int32_t) { return 0.0F; });
+  dem.elev = std::move(elevations);
+  dem.aspect.onDisk = dem.elev.onDisk;
+  ASSERT_EQ(shiftElevations(dem), 0);
+}
+
+class FlowModes : public InBothStorages {
+ protected:
+  R4Grid_type hills(uint32_t seed) {
+    return noiseDem(kSize, kSize, {.seed = seed, .lakes = 2, .roughness = 30}, {.storage = GetParam()});
+  }
+  /// Following the codes of the angles from every cell of data leads out of it.
+  void expectDrained(DEM_type& dem) {
+    for (int32_t row = 1; row <= kSize; ++row)
+      for (int32_t col = 1; col <= kSize; ++col) {
+        ColRow at{.col = col, .row = row};
+        int steps = 0;
+        while (dem.contains(at.col, at.row) && dem.elev.value(at.col, at.row, "") != 0.0F && ++steps < kSize * kSize) {
+          const int32_t code = dem.D8FromAspect(at.col, at.row);
+          ASSERT_GT(code, 0) << at.col << ' ' << at.row;
+          at = stepFrom(at, code);
+        }
+        ASSERT_LT(steps, kSize * kSize) << "a circle below " << col << ' ' << row;
+      }
+  }
+};
+
+TEST_P(FlowModes, WithoutAnyAngleToKeepTheResultIsTheUsualOne) {
+  for (const uint32_t seed : {1U, 2U, 3U}) {
+    DEM_type usual;
+    prepare(usual, hills(seed));
+    DEM_type kept;
+    prepare(kept, hills(seed));
+    kept.aspect = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
+    kept.flowMode.keepAngles = true;
+    ASSERT_EQ(FlowDirection(usual), 0);
+    ASSERT_EQ(FlowDirection(kept), 0) << console_.text();
+    EXPECT_EQ(cellsOf(kept.elev), cellsOf(usual.elev));
+    EXPECT_EQ(cellsOf(kept.aspect), cellsOf(usual.aspect));
+  }
+}
+
+TEST_P(FlowModes, AnglesAreKeptAndOnlyGapsAreFilled) {
+  DEM_type dem;
+  prepare(dem, hills(7));
+  ASSERT_EQ(FlowDirection(dem), 0);
+  const std::vector<float> before = cellsOf(dem.aspect);
+  const auto inGap = [](int32_t col, int32_t row, int32_t margin) {
+    return std::abs(col - 20) <= 6 + margin && std::abs(row - 25) <= 4 + margin;
+  };
+  // New ground in a gap of the directions: a hollow without a way out.
+  fillWith(dem.elev, [&](int32_t col, int32_t row) {
+    const float z = dem.elev.value(col, row, "");
+    return z != 0.0F && inGap(col, row, 0) ? 40.0F + static_cast<float>(std::hypot(col - 20, row - 25)) : z;
+  });
+  fillWith(dem.aspect, [&](int32_t col, int32_t row) {
+    return inGap(col, row, 0) ? -1.0F : dem.aspect.value(col, row, "");
+  });
+  dem.flowMode.keepAngles = true;
+  ASSERT_EQ(FlowDirection(dem), 0) << console_.text();
+  int64_t kept = 0;
+  for (int32_t row = 2; row < kSize; ++row)
+    for (int32_t col = 2; col < kSize; ++col) {
+      bool besideNothing = false;
+      for (int32_t code = 1; code <= kDirections; ++code) {
+        const ColRow n = stepFrom({.col = col, .row = row}, code);
+        besideNothing = besideNothing || dem.elev.value(n.col, n.row, "") == 0.0F;
+      }
+      if (inGap(col, row, 1) || besideNothing) continue;
+      ++kept;
+      EXPECT_EQ(dem.aspect.value(col, row, ""), before[static_cast<std::size_t>((row - 1) * kSize + col - 1)]);
+    }
+  EXPECT_GT(kept, kSize * kSize / 2);
+  expectDrained(dem);
+}
+
+TEST_P(FlowModes, AnglesThatDoNotReachTheEdgeAreReportedWithACell) {
+  constexpr float east = 1.5707964F;
+  const auto refused = [&](const std::function<float(int32_t, int32_t)>& angle, std::string_view message) {
+    DEM_type dem;
+    R4Grid_type ground = emptyGrid<R4Grid_type>(9, 9, {.storage = GetParam()});
+    fillWith(ground, [](int32_t col, int32_t) { return 100.0F - static_cast<float>(col); });
+    prepare(dem, std::move(ground));
+    dem.aspect = emptyGrid<R4Grid_type>(9, 9, {.storage = GetParam()});
+    fillWith(dem.aspect, angle);
+    dem.flowMode.keepAngles = true;
+    EXPECT_EQ(FlowDirection(dem), -1);
+    EXPECT_TRUE(console_.has(message)) << console_.text();
+    console_.clear();
+  };
+  refused([&](int32_t col, int32_t row) { return row == 5 && col == 6 ? 3 * east : east; },
+          "The flow directions do not lead to the edge of the data");
+  refused([&](int32_t, int32_t) { return 90.0F; }, "A flow direction is beyond a full circle");
+}
+
+TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
+  DEM_type local;
+  prepare(local, hills(4));
+  DEM_type dem;
+  prepare(dem, hills(4));
+  dem.flowMode.smoothingLength = 40;
+  ASSERT_EQ(FlowDirection(local), 0);
+  ASSERT_EQ(FlowDirection(dem), 0) << console_.text();
+  EXPECT_EQ(cellsOf(dem.elev), cellsOf(local.elev));
+  R4Grid_type smooth = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
+  ASSERT_EQ(surfaceRasters(local.elev, 40.0F, {{&smooth, SurfaceMetric::aspect}}), 0);
+  int64_t taken = 0;
+  int64_t refused = 0;
+  for (int32_t row = 2; row < kSize; ++row)
+    for (int32_t col = 2; col < kSize; ++col) {
+      const float here = dem.elev.value(col, row, "");
+      const float a = local.aspect.value(col, row, "");
+      const float s = smooth.value(col, row, "");
+      const float used = dem.aspect.value(col, row, "");
+      bool isFlat = here == 0.0F;
+      for (int32_t code = 1; code <= kDirections; ++code) {
+        const ColRow n = stepFrom({.col = col, .row = row}, code);
+        isFlat = isFlat || dem.elev.value(n.col, n.row, "") == 0.0F ||
+                 std::abs(dem.elev.value(n.col, n.row, "") - here) < 1e-3F;
+      }
+      if (isFlat || s < 0.0F) continue;
+      // The two neighbours on either side of the smoothed angle, clockwise from north.
+      const double eighth = std::numbers::pi / 4;
+      const auto below = static_cast<int>(static_cast<double>(s) / eighth);
+      constexpr int32_t clockwise[] = {3, 2, 1, 8, 7, 6, 5, 4, 3, 2};
+      const auto falls = [&](int index) {
+        const ColRow n = stepFrom({.col = col, .row = row}, clockwise[index]);
+        return dem.elev.value(n.col, n.row, "") < here;
+      };
+      const double apart = std::abs(std::remainder(static_cast<double>(s) - static_cast<double>(a), 8 * eighth));
+      if (std::abs(apart - 2 * eighth) < 1e-4) continue;
+      const bool use = apart < 2 * eighth && falls(below) && falls(below + 1);
+      EXPECT_EQ(used, use ? s : a) << col << ' ' << row;
+      ++(use ? taken : refused);
+    }
+  EXPECT_GT(taken, 300);
+  EXPECT_GT(refused, 100);
+}
+
+/// The DEM turned or mirrored: cell (col, row) of the new one is `from(col, row)` of the old.
+using Turn = std::function<ColRow(int32_t, int32_t)>;
+
+TEST_P(FlowModes, TurningADemTurnsItsSurfaceAndItsCodes) {
+  // No two equal slopes or heights: order decides nothing.
+  R4Grid_type ground = hills(11);
+  DEM_type dem;
+  prepare(dem, std::move(ground));
+  const std::vector<float> raw = cellsOf(dem.elev);
+  ASSERT_EQ(FlowDirection(dem), 0);
+  const std::vector<float> surface = cellsOf(dem.elev);
+  const auto at = [](ColRow cell) { return static_cast<std::size_t>((cell.row - 1) * kSize + cell.col - 1); };
+  const Turn turns[] = {
+      [](int32_t col, int32_t row) { return ColRow{.col = kSize + 1 - col, .row = row}; },
+      [](int32_t col, int32_t row) { return ColRow{.col = col, .row = kSize + 1 - row}; },
+      [](int32_t col, int32_t row) { return ColRow{.col = row, .row = kSize + 1 - col}; },
+  };
+  for (const Turn& turn : turns) {
+    DEM_type turned;
+    R4Grid_type other = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
+    fillWith(other, [&](int32_t col, int32_t row) {
+      const float z = raw[at(turn(col, row))];
+      return z == 0.0F ? kNodata : z;
+    });
+    prepare(turned, std::move(other));
+    ASSERT_EQ(FlowDirection(turned), 0);
+    int64_t differing = 0;
+    for (int32_t row = 1; row <= kSize; ++row)
+      for (int32_t col = 1; col <= kSize; ++col)
+        if (std::abs(turned.elev.value(col, row, "") - surface[at(turn(col, row))]) > 2e-3F) ++differing;
+    EXPECT_LE(differing, kSize * kSize / 100) << "cells whose passages another order of equal heights moved";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Storages, FlowModes, ::testing::Values(Storage::memory, Storage::disk), storageName);
+
+}  // namespace
+}  // namespace terrain::test
