@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -34,13 +33,14 @@ constexpr int32_t kCols = 45;  // of the coarse start; halving makes 2n - 1 of n
 constexpr int32_t kRows = 35;
 constexpr double kCoarseCell = 160.0;  // metres
 constexpr int kHalvings = 4;
-constexpr double kBaseLevel = 120.0;     // metres, at the outlet
-constexpr double kOutlet = 4320.0;       // metres from the western side, on the southern one
-constexpr double kHalfOutlet = 200.0;    // metres
-constexpr double kYears = 30000.0;       // of a step
-constexpr double kUplift = 4e-4;         // metres a year, in the north; half of it in the south
-constexpr double kErodibility = 1.8e-5;  // per year
-constexpr double kCreep = 0.012;         // square metres a year
+constexpr double kBaseLevel = 120.0;   // metres, at the outlet
+constexpr double kOutlet = 4320.0;     // metres from the western side, on the southern one
+constexpr double kHalfOutlet = 200.0;  // metres
+constexpr double kYears = 90000.0;     // of a step
+constexpr double kUplift = 1.1e-4;     // metres a year, in the north; half of it in the south
+constexpr double kErodibility = 4e-6;  // per year
+constexpr double kCreep = 0.004;       // square metres a year
+constexpr double kRiverArea = 1e4;     // square metres: what creeps into larger rivers is carried away
 
 // ---- noise ----
 
@@ -71,37 +71,33 @@ double noise(double x, double y) {
 
 class Landscape {
  public:
-  /// Coarse, rough ground inside a rim that is open at the outlet, drained from the first step on.
+  /// Coarse, rough ground.
   int start() {
     if (create(kCols, kRows, kCoarseCell) != 0) return -1;
-    forEachCell([&](ColRow at) {
-      const bool rim = at.row == 1 || at.row == dem_.rows() || at.col == 1 || at.col == dem_.cols();
-      setHeight(at,
-                isOutlet(at) ? kBaseLevel : kBaseLevel + 100.0 * hashed(at.col, at.row) + (rim ? 100 : 1));
-    });
-    dem_.SetLengthScale(2 * dem_.cellsize);
-    dem_.plan = dem_.GetPlanCurvature();
-    if (dem_.plan.status != 0 || shiftElevations(dem_) != 0 || FlowDirection(dem_) != 0) return -1;
-    return restoreElevations(dem_);
+    forEachCell([&](ColRow at) { setHeight(at, kBaseLevel + 100.0 * hashed(at.col, at.row)); });
+    return drain();
   }
 
-  /// The same ground on cells of half the size, roughened a little.
+  /// The same ground on cells of half the size, bent and roughened: on coarse cells rivers run too straight.
   int refine(const Landscape& coarse) {
     const terrain::DEM_type& from = coarse.dem_;
     if (create(2 * from.cols() - 1, 2 * from.rows() - 1, from.cellsize / 2) != 0) return -1;
+    const double wave = 5.0 * from.cellsize;
+    const double bend = 1.2 * from.cellsize;
+    const ColRow corner{.col = dem_.cols(), .row = 1};
     forEachCell([&](ColRow at) {
-      const double z = double{from.elev.ExtractR4ValueXY(east(at), north(at))};
-      setHeight(at, isOutlet(at) ? kBaseLevel : z + 0.2 * dem_.cellsize * hashed(at.col, at.row));
+      const double u = east(at) / wave;
+      const double v = north(at) / wave;
+      const double x = std::clamp(east(at) + bend * noise(u, v), 0.0, east(corner));
+      const double y = std::clamp(north(at) + bend * noise(u + 50.5, v + 50.5), 0.0, north(corner));
+      const double z = double{from.elev.ExtractR4ValueXY(x, y)};
+      setHeight(at, z + 0.2 * dem_.cellsize * hashed(at.col, at.row));
     });
-    return 0;
+    return drain();
   }
 
-  /// One step: directions, areas, the cut of the rivers against uplift, creep.
+  /// One step: areas, the cut of the rivers against uplift, creep, directions for the next.
   void grow() {
-    forEachCell([&](ColRow at) {
-      const int32_t code = isOutlet(at) ? 0 : dem_.elev.SteepestNeighbour(at.col, at.row);
-      codes_.SetI1Cell(at.col, at.row, static_cast<int8_t>(code));
-    });
     orderUpstream();
     areas_.SetAllR4(static_cast<float>(dem_.CellAreaKm2() * 1e6));
     for (auto at = order_.rbegin(); at != order_.rend(); ++at) {
@@ -113,6 +109,7 @@ class Landscape {
     for (int32_t row = 1; row < dem_.rows(); ++row) creep({.col = 1, .row = row}, 1, dem_.cols());
     for (int32_t col = 1; col <= dem_.cols(); ++col)
       creep({.col = col, .row = dem_.rows() - 1}, 3, dem_.rows() - 1);
+    forEachCell([&](ColRow at) { setCode(at, dem_.elev.SteepestNeighbour(at.col, at.row)); });
   }
 
   terrain::R4Grid_type& heights() { return dem_.elev; }
@@ -133,16 +130,37 @@ class Landscape {
  private:
   int create(int32_t cols, int32_t rows, double cell) {
     if (terrain::CreateGridHeader(dem_, cols, rows, 0.0, 0.0, {.size = {.cellsize = cell}}) != 0) return -1;
-    const std::initializer_list<terrain::Grid_Header*> grids{&dem_.elev, &areas_, &codes_};
-    const bool made = std::ranges::all_of(
-        grids, [&](terrain::Grid_Header* grid) { return terrain::CreateGrid(*grid, {.like = &dem_}) == 0; });
-    return made ? 0 : -1;
+    if (terrain::CreateGrid(dem_.elev, {.like = &dem_}) != 0) return -1;
+    return terrain::CreateGrid(areas_, {.like = &dem_});
+  }
+  /// Breaches pits, behind a wall that keeps the flow from the sides but for the outlet.
+  int drain() {
+    const auto addToSides = [&](double wall) {
+      forEachCell([&](ColRow at) {
+        const bool side = at.row == 1 || at.row == dem_.rows() || at.col == 1 || at.col == dem_.cols();
+        if (side) setHeight(at, isOutlet(at) ? kBaseLevel : height(at) + wall);
+      });
+    };
+    addToSides(1000.0);
+    dem_.SetLengthScale(2 * dem_.cellsize);
+    dem_.plan = dem_.GetPlanCurvature();
+    if (dem_.plan.status != 0 || shiftElevations(dem_) != 0 || FlowDirection(dem_) != 0) return -1;
+    if (restoreElevations(dem_) != 0) return -1;
+    addToSides(-1000.0);
+    if (dem_.CalcD8() != 0) return -1;
+    forEachCell([&](ColRow at) { setCode(at, code(at)); });
+    return 0;
   }
   [[nodiscard]] bool isOutlet(ColRow at) const {
     return at.row == dem_.rows() && std::abs(east(at) - kOutlet) <= kHalfOutlet;
   }
   /// Direction of the cell's receiver; 0 at the outlet and in a pit.
-  [[nodiscard]] int32_t code(ColRow at) const { return codes_.ExtractI1ValueColRow(at.col, at.row); }
+  [[nodiscard]] int32_t code(ColRow at) const { return dem_.D8.ExtractI4ValueColRow(at.col, at.row); }
+  void setCode(ColRow at, int32_t code) {
+    const ColRow receiver = terrain::stepFrom(at, code);
+    const bool ends = isOutlet(at) || !dem_.contains(receiver.col, receiver.row);
+    dem_.D8.SetI4Cell(at.col, at.row, ends ? 0 : code);
+  }
 
   /// All cells, each after its receiver: depth first from the cells that have none.
   void orderUpstream() {
@@ -181,8 +199,9 @@ class Landscape {
     double weight = 0.0;  // of the next cell in this one's height
     double known = 0.0;
     for (int32_t i = 1; i <= count; ++i, at = terrain::stepFrom(at, direction)) {
-      const double before = i > 1 ? r : 0.0;
-      const double after = i < count ? r : 0.0;
+      const bool river = area(at) > kRiverArea;
+      const double before = !river && i > 1 ? r : 0.0;
+      const double after = !river && i < count ? r : 0.0;
       const double pivot = 1.0 + before + after - before * weight;
       known = (height(at) + before * known) / pivot;
       weight = after / pivot;
@@ -199,18 +218,17 @@ class Landscape {
 
   terrain::DEM_type dem_;
   terrain::R4Grid_type areas_;
-  terrain::I1Grid_type codes_;
   std::vector<ColRow> order_, stack_;
   std::vector<double> weights_;
 };
 
 // ---- what a survey finds besides ----
 
-/// A dam across the river where it passes a row, and the lake behind it up to a level.
-int fillLake(Landscape& land, int32_t row, double depth) {
+/// A dam across the largest river near a cell, in its row, and the lake behind it.
+int fillLake(Landscape& land, ColRow near, double depth) {
   terrain::R4Grid_type& heights = land.heights();
-  ColRow river{.col = 1, .row = row};
-  for (ColRow at = river; at.col <= heights.cols(); ++at.col)
+  ColRow river = near;
+  for (ColRow at = near; at.col <= near.col + 60; ++at.col)
     if (land.area(at) > land.area(river)) river = at;
   const double level = land.height(river) + depth;
   const auto build = [&](ColRow at, int32_t side) {
@@ -218,14 +236,14 @@ int fillLake(Landscape& land, int32_t row, double depth) {
       for (ColRow part = at; part.row < at.row + 3; ++part.row)
         land.setHeight(part, std::max(land.height(part), level + 2.0));
   };
-  build({.col = river.col + 1, .row = row}, 1);
+  build({.col = river.col + 1, .row = river.row}, 1);
   build(river, -1);
   // Water is what is connected to the river above the dam among the cells below the level.
   terrain::R4Grid_type water;
   if (terrain::CreateGrid(water, {.like = &heights}) != 0) return -1;
   land.forEachCell(
       [&](ColRow at) { water.SetR4CellColRow(at.col, at.row, land.height(at) < level ? 0.0F : 1.0F); });
-  if (water.Flood_R4queue(river.col, row - 1, 2.0F) != 0) return -1;
+  if (water.Flood_R4queue(river.col, river.row - 1, 2.0F) != 0) return -1;
   land.forEachCell([&](ColRow at) {
     if (water.ExtractR4ValueColRow(at.col, at.row) == 2.0F) land.setHeight(at, level);
   });
@@ -244,22 +262,24 @@ void buildRoad(Landscape& land, const terrain::R4Grid_type& means, ColRow from, 
   });
 }
 
-int survey(Landscape& land) {
+/// Makes the raw elevations of a survey out of the ground. The walled sides are cut off.
+int survey(Landscape& land, terrain::R4Grid_type& raw) {
   land.forEachCell(
       [&](ColRow at) { land.setHeight(at, land.height(at) + 0.3 * (hashed(at.col, at.row) - 0.5)); });
-  terrain::R4Grid_type& heights = land.heights();
-  if (fillLake(land, 330, 14.0) != 0) return -1;
+  if (fillLake(land, {.col = 275, .row = 262}, 26.0) != 0) return -1;
   terrain::R4Grid_type means;
-  if (heights.meanWindowR4(80.0, means) != 0) return -1;
-  buildRoad(land, means, {.col = 20, .row = 455}, {.col = 430, .row = 420});
+  if (land.heights().meanWindowR4(80.0, means) != 0) return -1;
+  buildRoad(land, means, {.col = 20, .row = 450}, {.col = 430, .row = 420});
   buildRoad(land, means, {.col = 430, .row = 420}, {.col = 690, .row = 470});
-  buildRoad(land, means, {.col = 120, .row = 20}, {.col = 180, .row = 440});
-  land.forEachCell([&](ColRow at) {
-    const double width = 110.0 + 90.0 * noise(land.east(at) / 600.0, land.north(at) / 600.0 + 40.0);
-    const double east = std::min(land.east(at), land.east({.col = heights.cols(), .row = 1}) - land.east(at));
-    const double north = std::min(land.north(at), land.north({.col = 1, .row = 1}) - land.north(at));
-    if (std::min(east, north) < width) land.setHeight(at, double{heights.GetNodataR4()});
-  });
+  buildRoad(land, means, {.col = 470, .row = 20}, {.col = 690, .row = 310});
+  raw = land.heights().SubsetR4({.col1 = 26, .col2 = 680, .row1 = 26, .row2 = 500});
+  if (raw.status != 0) return -1;
+  for (int32_t row = 1; row <= raw.rows(); ++row)
+    for (int32_t col = 1; col <= raw.cols(); ++col) {
+      const double margin = 11.0 + 9.0 * noise(col / 60.0, row / 60.0 + 40.0);
+      const int32_t side = std::min({col, row, raw.cols() + 1 - col, raw.rows() + 1 - row});
+      if (side < margin) raw.SetR4CellColRow(col, row, raw.GetNodataR4());
+    }
   return 0;
 }
 
@@ -282,8 +302,9 @@ int main(int argc, char** argv) {
     for (int step = 0; step < steps; ++step) land->grow();
   }
   const std::string stem = std::string(argv[1]) + "/elev_valley";
-  if (survey(*land) != 0 || land->heights().WritefltR4(stem) != 0) return 1;
-  std::cout << "Wrote " << stem << ".flt, " << land->heights().cols() << " x " << land->heights().rows()
-            << " cells of " << land->heights().cellsize << " m\n";
+  terrain::R4Grid_type raw;
+  if (survey(*land, raw) != 0 || raw.WritefltR4(stem) != 0) return 1;
+  std::cout << "Wrote " << stem << ".flt, " << raw.cols() << " x " << raw.rows() << " cells of "
+            << raw.cellsize << " m\n";
   return 0;
 }
