@@ -26,5 +26,7 @@ int main(int argc, char** argv) {
   if (shiftElevations(dem) != 0 || FlowDirection(dem, {.outfile = stem + "_elev"}) != 0) return 1;
   if (dem.aspect.WritefltR4(stem + "_angle") != 0) return 1;
   if (accumulator(dem, {.DA = &dem.DA}) != 0) return 1;
+  // Outside the land no cell has an angle, and its area is 0: make that nodata.
+  if (dem.DA.R4MaskByRow(dem.aspect) != 0) return 1;
   return dem.DA.WritefltR4(stem + "_area") == 0 ? 0 : 1;
 }

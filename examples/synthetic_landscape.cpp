@@ -1,71 +1,100 @@
-// Makes a landscape that is the same on every machine: ridges and valleys, a lake, a margin without
-// data. Writes it as a float raster, elev_valley.flt and .hdr, into the directory that is named.
+// Grows a mountain valley, the same on every run, and writes it as a float raster, elev_valley.flt and .hdr,
+// into the directory that is named. It has what raw elevations have: a lake behind a dam, roads that cross
+// valleys on embankments, the scatter of a survey, a ragged margin without data.
 //
 //   synthetic_landscape <directory>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "foundation/platform.h"
 #include "grid/float_raster.h"
+#include "grid/line_cells.h"
 #include "grid/storage.h"
+#include "growth.h"
+#include "noise.h"
 
 namespace {
 
-constexpr int32_t kCols = 720;
-constexpr int32_t kRows = 640;
-constexpr double kCell = 10.0;
-constexpr double kLakeLevel = 412.0;
+using landscape::hashed;
+using landscape::Landscape;
+using landscape::noise;
+using terrain::ColRow;
 
-/// A number from 0 to below 1 for a lattice point; integers only, so it is the same everywhere.
-double hashed(int64_t x, int64_t y) {
-  auto h =
-      static_cast<uint64_t>(x) * 0x9E3779B97F4A7C15ULL ^ static_cast<uint64_t>(y) * 0xC2B2AE3D27D4EB4FULL;
-  h ^= h >> 29;
-  h *= 0xBF58476D1CE4E5B9ULL;
-  h ^= h >> 32;
-  return static_cast<double>(h >> 11) / 9007199254740992.0;
-}
-
-/// Smooth noise between -1 and 1: lattice values joined by cubic steps.
-double noise(double x, double y) {
-  const double fx = std::floor(x);
-  const double fy = std::floor(y);
-  const auto ix = static_cast<int64_t>(fx);
-  const auto iy = static_cast<int64_t>(fy);
-  const auto ease = [](double t) { return t * t * (3.0 - 2.0 * t); };
-  const double u = ease(x - fx);
-  const double v = ease(y - fy);
-  const double low = hashed(ix, iy) * (1 - u) + hashed(ix + 1, iy) * u;
-  const double high = hashed(ix, iy + 1) * (1 - u) + hashed(ix + 1, iy + 1) * u;
-  return 2.0 * (low * (1 - v) + high * v) - 1.0;
-}
-
-/// Ridges where the noise passes zero, finer ones on top of the coarse; the land falls to the south-east.
-double elevation(double x, double y) {
-  double height = 900.0 - 0.035 * x - 0.045 * (6400.0 - y);
-  double amplitude = 160.0;
-  double wave = 1800.0;
-  for (int octave = 0; octave < 5; ++octave) {
-    height += amplitude * (0.5 - std::abs(noise(x / wave + 17.0 * octave, y / wave - 5.0 * octave)));
-    amplitude *= 0.45;
-    wave *= 0.5;
+/// From coarse cells to cells of 10 m; null after a failure.
+std::unique_ptr<Landscape> growValley() {
+  auto land = std::make_unique<Landscape>();
+  if (land->start() != 0) return nullptr;
+  for (const int steps : {80, 40, 40, 40}) {
+    for (int step = 0; step < steps; ++step) land->grow();
+    auto fine = std::make_unique<Landscape>();
+    if (fine->refine(*land) != 0) return nullptr;
+    land = std::move(fine);
   }
-  const double lake = std::hypot((x - 4900.0) / 900.0, (y - 1900.0) / 600.0);
-  if (lake < 1.0) return kLakeLevel;
-  // The shore rises from the level of the lake.
-  return lake < 2.0 ? kLakeLevel + (height - kLakeLevel) * (lake - 1.0) : height;
+  for (int step = 0; step < 25; ++step) land->grow();
+  return land;
 }
 
-/// True in the ragged margin that has no data.
-bool isMargin(int32_t col, int32_t row) {
-  const double x = col * kCell;
-  const double y = row * kCell;
-  const double width = 90.0 + 60.0 * noise(x / 700.0, y / 700.0 + 40.0);
-  return x < width || y < width || x > kCols * kCell - width || y > kRows * kCell - width;
+/// A dam across the largest river near a cell, in its row, and the lake behind it.
+int fillLake(Landscape& land, ColRow near, double depth) {
+  terrain::R4Grid_type& heights = land.heights();
+  ColRow river = near;
+  for (ColRow at = near; at.col <= near.col + 60; ++at.col)
+    if (land.area(at) > land.area(river)) river = at;
+  const double level = land.height(river) + depth;
+  const auto build = [&](ColRow at, int32_t side) {
+    for (; heights.contains(at.col, at.row) && land.height(at) < level + 2.0; at.col += side)
+      for (ColRow part = at; part.row < at.row + 3; ++part.row)
+        land.setHeight(part, std::max(land.height(part), level + 2.0));
+  };
+  build({.col = river.col + 1, .row = river.row}, 1);
+  build(river, -1);
+  // Water is what is connected to the river above the dam among the cells below the level.
+  terrain::R4Grid_type water;
+  if (terrain::CreateGrid(water, {.like = &heights}) != 0) return -1;
+  land.forEachCell(
+      [&](ColRow at) { water.SetR4CellColRow(at.col, at.row, land.height(at) < level ? 0.0F : 1.0F); });
+  if (water.Flood_R4queue(river.col, river.row - 1, 2.0F) != 0) return -1;
+  land.forEachCell([&](ColRow at) {
+    if (water.ExtractR4ValueColRow(at.col, at.row) == 2.0F) land.setHeight(at, level);
+  });
+  return 0;
+}
+
+/// A road between two cells: where the ground lies below the mean around it, on an embankment.
+void buildRoad(Landscape& land, const terrain::R4Grid_type& means, ColRow from, ColRow to) {
+  terrain::forEachLineCell(from, to, [&](ColRow at) {
+    for (const int32_t code : {0, 1, 3}) {  // two cells wide, so that no flow slips through diagonally
+      const ColRow part = terrain::stepFrom(at, code);
+      const double ground = land.height(part);
+      const double bed = means.ExtractR4ValueColRow(part.col, part.row);
+      land.setHeight(part, std::max(ground, std::min(bed, ground + 8.0)));
+    }
+  });
+}
+
+/// Makes the raw elevations of a survey out of the ground. The walled sides are cut off.
+int survey(Landscape& land, terrain::R4Grid_type& raw) {
+  land.forEachCell(
+      [&](ColRow at) { land.setHeight(at, land.height(at) + 0.3 * (hashed(at.col, at.row) - 0.5)); });
+  if (fillLake(land, {.col = 275, .row = 262}, 26.0) != 0) return -1;
+  terrain::R4Grid_type means;
+  if (land.heights().meanWindowR4(80.0, means) != 0) return -1;
+  buildRoad(land, means, {.col = 20, .row = 450}, {.col = 430, .row = 420});
+  buildRoad(land, means, {.col = 430, .row = 420}, {.col = 690, .row = 470});
+  buildRoad(land, means, {.col = 470, .row = 20}, {.col = 690, .row = 310});
+  raw = land.heights().SubsetR4({.col1 = 26, .col2 = 680, .row1 = 26, .row2 = 500});
+  if (raw.status != 0) return -1;
+  for (int32_t row = 1; row <= raw.rows(); ++row)
+    for (int32_t col = 1; col <= raw.cols(); ++col) {
+      const double margin = 11.0 + 9.0 * noise(col / 60.0, row / 60.0 + 40.0);
+      const int32_t side = std::min({col, row, raw.cols() + 1 - col, raw.rows() + 1 - row});
+      if (side < margin) raw.SetR4CellColRow(col, row, raw.GetNodataR4());
+    }
+  return 0;
 }
 
 }  // namespace
@@ -75,25 +104,12 @@ int main(int argc, char** argv) {
     std::cerr << "Usage: synthetic_landscape <directory>\n";
     return 1;
   }
-  terrain::R4Grid_type grid;
-  if (terrain::CreateGrid(grid, {.ncols = kCols,
-                                 .nrows = kRows,
-                                 .xmin = 500000.0,
-                                 .ymin = 4400000.0,
-                                 .size = {.cellsize = kCell}}) != 0)
-    return 1;
-  std::vector<float> cells(kCols);
-  for (int32_t row = 1; row <= kRows; ++row) {
-    for (int32_t col = 1; col <= kCols; ++col) {
-      const double x = (col - 1) * kCell;
-      const double y = (kRows - row) * kCell;
-      cells[static_cast<std::size_t>(col - 1)] =
-          isMargin(col, row) ? grid.GetNodataR4() : static_cast<float>(elevation(x, y));
-    }
-    if (grid.SetR4row(row, cells) != 0) return 1;
-  }
+  const auto land = growValley();
+  if (land == nullptr) return 1;
   const std::string stem = std::string(argv[1]) + "/elev_valley";
-  if (grid.WritefltR4(stem) != 0) return 1;
-  std::cout << "Wrote " << stem << ".flt, " << kCols << " x " << kRows << " cells of " << kCell << " m\n";
+  terrain::R4Grid_type raw;
+  if (survey(*land, raw) != 0 || raw.WritefltR4(stem) != 0) return 1;
+  std::cout << "Wrote " << stem << ".flt, " << raw.cols() << " x " << raw.rows() << " cells of "
+            << raw.cellsize << " m\n";
   return 0;
 }

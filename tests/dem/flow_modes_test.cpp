@@ -39,7 +39,8 @@ class FlowModes : public InBothStorages {
       for (int32_t col = 1; col <= kSize; ++col) {
         ColRow at{.col = col, .row = row};
         int steps = 0;
-        while (dem.contains(at.col, at.row) && dem.elev.value(at.col, at.row, "") != 0.0F && ++steps < kSize * kSize) {
+        while (dem.contains(at.col, at.row) && dem.elev.value(at.col, at.row, "") != 0.0F &&
+               ++steps < kSize * kSize) {
           const int32_t code = dem.D8FromAspect(at.col, at.row);
           ASSERT_GT(code, 0) << at.col << ' ' << at.row;
           at = stepFrom(at, code);
@@ -92,7 +93,8 @@ TEST_P(FlowModes, AnglesAreKeptAndOnlyGapsAreFilled) {
       }
       if (inGap(col, row, 1) || besideNothing) continue;
       ++kept;
-      EXPECT_EQ(dem.aspect.value(col, row, ""), before[static_cast<std::size_t>((row - 1) * kSize + col - 1)]);
+      EXPECT_EQ(dem.aspect.value(col, row, ""),
+                before[static_cast<std::size_t>((row - 1) * kSize + col - 1)]);
     }
   EXPECT_GT(kept, kSize * kSize / 2);
   expectDrained(dem);
@@ -151,7 +153,8 @@ TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
         const ColRow n = stepFrom({.col = col, .row = row}, clockwise[index]);
         return dem.elev.value(n.col, n.row, "") < here;
       };
-      const double apart = std::abs(std::remainder(static_cast<double>(s) - static_cast<double>(a), 8 * eighth));
+      const double apart =
+          std::abs(std::remainder(static_cast<double>(s) - static_cast<double>(a), 8 * eighth));
       if (std::abs(apart - 2 * eighth) < 1e-4) continue;
       const bool use = apart < 2 * eighth && falls(below) && falls(below + 1);
       EXPECT_EQ(used, use ? s : a) << col << ' ' << row;

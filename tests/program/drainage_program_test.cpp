@@ -132,8 +132,8 @@ TEST_F(DrainageProgram, AnglesAreSmoothedOrKept) {
   EXPECT_NE(smoothed.text.find("Smoothing length (m) = "), std::string::npos);
   EXPECT_NE(raster("smooth"), raster("local"));
   // What is kept is read from the raster that the naming rules give.
-  fs::copy_file(at("smooth.flt"), at("aspect_site.flt"));
-  fs::copy_file(at("smooth.hdr"), at("aspect_site.hdr"));
+  fs::copy_file(at("smooth.flt"), at("ang_site.flt"));
+  fs::copy_file(at("smooth.hdr"), at("ang_site.hdr"));
   const Outcome kept = run(start + "USE EXISTING FLOW DIRECTIONS:\nOUTPUT FLOW ANGLE RASTER: kept\n");
   EXPECT_EQ(kept.status, 0) << kept.text;
   EXPECT_NE(kept.text.find("Using existing flow direction file"), std::string::npos) << kept.text;
