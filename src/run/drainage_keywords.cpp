@@ -50,6 +50,17 @@ constexpr Keyword<ChannelMask> kMaskWords[] = {
      .meaning = "Only preferential flow paths are dug."},
 };
 
+/// A mask must have a file.
+constexpr Value kMask = [] {
+  Value value = Value::records<kMaskWords, &DrainageRun::channels, &ChannelMasks::masks>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    ChannelMask& mask = run.channels.masks.emplace_back();
+    return parseArguments(kMaskWords, mask, input) &&
+           (!mask.file.empty() || input.fail("Cannot find channel mask file"));
+  };
+  return value;
+}();
+
 bool parsePathRaster(PreferentialFlow& paths, KeywordInput& input) {
   if (!input.isHostText()) return false;
   paths.raster = stripFileName(*input.text);
@@ -62,12 +73,26 @@ constexpr Keyword<PreferentialFlow> kPathWords[] = {
      .value = PathValue::own<parsePathRaster>("raster"),
      .failure = "Cannot find PREFERENTIAL FLOW RASTER",
      .meaning = "Its cells above 0 are the paths."},
+    {.words = "",
+     .value = PathValue::own<parsePathRaster>("raster"),
+     .failure = "Cannot find PREFERENTIAL FLOW RASTER",
+     .meaning = "The same."},
     {.words = "BUFFER",
      .value = PathValue::number<&PreferentialFlow::buffer>({.least = 0}),
      .unit = "m",
      .standard = "0",
      .meaning = "Cells within it belong to a path."},
 };
+
+constexpr Value kPaths = [] {
+  Value value = Value::records<kPathWords, &DrainageRun::channels, &ChannelMasks::preferential>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    PreferentialFlow& paths = run.channels.preferential.emplace();
+    return parseArguments(kPathWords, paths, input) &&
+           (!paths.raster.empty() || input.fail("Cannot find PREFERENTIAL FLOW RASTER"));
+  };
+  return value;
+}();
 
 // ---- smoothed directions ----
 
@@ -78,6 +103,11 @@ constexpr Keyword<FlowMode> kSmoothingWords[] = {
      .failure = "Error reading LENGTH SCALE for SMOOTHED ASPECT",
      .unit = "m",
      .meaning = "Radius of the circle on which the aspect is measured."},
+    {.words = "",
+     .value = ModeValue::number<&FlowMode::smoothingLength>({.least = 0}),
+     .failure = "Error reading LENGTH SCALE for SMOOTHED ASPECT",
+     .unit = "m",
+     .meaning = "The same."},
 };
 constexpr Value kSmoothing = [] {
   Value value = Value::records<kSmoothingWords, &DrainageRun::DEM, &DEM_type::flowMode>();
@@ -110,12 +140,12 @@ constexpr Row kOwnWords[] = {
      .standard = "off",
      .meaning = "Keep the angles of ang_<length>_<id> and find those that it lacks."},
     {.words = "CHANNEL MASK|CHANNEL MASK GRID|CHANNEL MASK FILE|CHANNEL MASK SHAPEFILE",
-     .value = Value::records<kMaskWords, &DrainageRun::channels, &ChannelMasks::masks>(),
+     .value = kMask,
      .standard = "none",
      .meaning =
          "Known channels, any number of lines. A swale along them leads the flow and is filled in again."},
     {.words = "SELECTIVE ENFORCEMENT",
-     .value = Value::records<kPathWords, &DrainageRun::channels, &ChannelMasks::preferential>(),
+     .value = kPaths,
      .standard = "none",
      .meaning = "Where masks that are SELECTIVE may be dug."},
     {.words = "SCRATCH DIRECTORY",

@@ -114,6 +114,8 @@ TEST_F(DrainageProgram, FlowFollowsAChannelMask) {
                 {"CHANNEL MASK: mask, WIDTH = 3\n", "\"WIDTH = 3\" is no argument of CHANNEL MASK"},
                 {"CHANNEL MASK: mask, SELECTIVE\n", "Selective Enforcement List not provided"},
                 {"SELECTIVE ENFORCEMENT: RASTER = none\n", "Cannot find PREFERENTIAL FLOW RASTER"},
+                {"SELECTIVE ENFORCEMENT: BUFFER = 3\n", "Cannot find PREFERENTIAL FLOW RASTER"},
+                {"CHANNEL MASK: DIG = 3\n", "Cannot find channel mask file"},
                 {"CHANNEL MASK: d8\n", "Output raster would replace an input raster"}};
   for (const auto& fault : faults) {
     const Outcome failed = run(start + fault.line);
@@ -126,8 +128,7 @@ TEST_F(DrainageProgram, AnglesAreSmoothedOrKept) {
   const std::string start =
       "PATH: .\nDEM ID: site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\nSCRATCH DIRECTORY: s\n";
   ASSERT_EQ(run(start + "OUTPUT FLOW ANGLE RASTER: local\n").status, 0);
-  const Outcome smoothed =
-      run(start + "USE SMOOTHED ASPECT: LENGTH SCALE = 40 m\nOUTPUT FLOW ANGLE RASTER: smooth\n");
+  const Outcome smoothed = run(start + "USE SMOOTHED ASPECT: 40 m\nOUTPUT FLOW ANGLE RASTER: smooth\n");
   ASSERT_EQ(smoothed.status, 0) << smoothed.text;
   EXPECT_NE(smoothed.text.find("Smoothing length (m) = "), std::string::npos);
   EXPECT_NE(raster("smooth"), raster("local"));
