@@ -1,6 +1,8 @@
 #include "dem/categorical_accumulation.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <vector>
 
 #include "dem/flow_accumulation.h"
@@ -38,16 +40,22 @@ int findCategories(const I4Grid_type& ingrid, std::vector<int32_t>& categories) 
   };
   if (RowPass{reading(ingrid)}.run(kTag, widen) != kSuccess) return kFailure;
   if (highest < 1) return fail(kTag, "ingrid has no category above 0");
-  std::vector<bool> present;
-  if (!tryResize(present, static_cast<std::size_t>(highest))) return cannotAllocate(kTag, "categories");
+  constexpr std::size_t kBits = 64;
+  std::vector<std::uint64_t> present;  // a bit a number
+  if (!tryResize(present, static_cast<std::size_t>(highest) / kBits + 1))
+    return cannotAllocate(kTag, "categories");
   const auto note = [&](int32_t, std::span<const int32_t> cells) {
     for (const int32_t cell : cells)
-      if (cell > 0) present[static_cast<std::size_t>(cell) - 1] = true;
+      if (cell > 0)
+        present[static_cast<std::size_t>(cell) / kBits] |= std::uint64_t{1}
+                                                           << static_cast<std::size_t>(cell) % kBits;
   };
   if (RowPass{reading(ingrid)}.run(kTag, note) != kSuccess) return kFailure;
-  for (std::size_t i = 0; i < present.size(); ++i)
-    if (present[i] && !tryAppend(categories, static_cast<int32_t>(i + 1)))
-      return cannotAllocate(kTag, "categories");
+  for (std::size_t word = 0; word < present.size(); ++word)
+    for (std::uint64_t left = present[word]; left != 0; left &= left - 1) {
+      const auto category = word * kBits + static_cast<std::size_t>(std::countr_zero(left));
+      if (!tryAppend(categories, static_cast<int32_t>(category))) return cannotAllocate(kTag, "categories");
+    }
   return kSuccess;
 }
 
