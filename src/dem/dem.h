@@ -42,7 +42,8 @@ struct GEPFiles {
 /// How `Flood` and `Flow` find directions.
 struct FlowMode {
   /// The angles that are in `aspect` are kept, but for those beside cells without one, and only the others
-  /// are found; cells without data have none.
+  /// are found; cells without data have none. Where kept angles and the surface disagree, so that a found
+  /// angle would lead in a circle, `FlowDirection` takes the code by which `Flood` drained the cell.
   bool keepAngles = false;
   /// Above 0: the aspect of the surface smoothed over this length, metres, where it leads down and is within
   /// 90 degrees of the local angle.
@@ -137,7 +138,7 @@ class DEM_type : public Grid_Header {
   int Flood();
   /// D-infinity angles of a flooded surface into `aspect`, which must exist, with negative values where an
   /// angle is to be found; `flowMode` says how. Afterwards the elevations are positive, but for cells whose
-  /// angles were kept.
+  /// angles were kept. -1, with a cell, where angles beside kept ones do not lead to the edge of the data.
   int Flow();
   /// The code of a neighbour without data, straight ones first; 0 for a cell within the data.
   [[nodiscard]] int32_t EdgeDirection(int32_t col, int32_t row) const;

@@ -20,6 +20,7 @@
 #include "dem/operations.h"
 #include "foundation/free_format.h"
 #include "foundation/numbers.h"
+#include "grid/rows.h"
 
 namespace terrain {
 
@@ -43,12 +44,14 @@ class Flooding {
   /// False where the working cells cannot be had in this storage.
   [[nodiscard]] bool open() {
     return elev_.load(dem_.elev, 0.0F, kTag) && plan_.load(dem_.plan, kNodata, kTag) &&
-           (!keeps_ || aspect_.load(dem_.aspect, kNodata, kTag)) &&
+           (!keeps_ || (aspect_.load(dem_.aspect, kNodata, kTag) &&
+                        doubtful_.create(doubtGrid_, dem_.elev, int8_t{0}, int8_t{0}, kTag))) &&
            codes_.create(codeGrid_, dem_.elev, int8_t{0}, int8_t{0}, kTag);
   }
 
-  int run() {
+  int run(I1Grid_type* codes) {
     putMessage("Filling one-cell pits");
+    if (keeps_) clearGaps();
     if (!raisePits()) return noMemory("rows");
     if (keeps_) widenGaps();
     putMessage("Flooding DEM");
@@ -57,7 +60,8 @@ class Flooding {
     forEachCell([&](At at) {
       if (elev_.get(at) != 0.0F && !isKept(at)) setInitialDirection(at);
     });
-    if (forEachCell([&](At at) { return elev_.get(at) == 0.0F || edgeOf(at) == 0 || paint(at); }) &&
+    if ((!keeps_ || findDoubtful()) &&
+        forEachCell([&](At at) { return elev_.get(at) == 0.0F || edgeOf(at) == 0 || paint(at); }) &&
         (!keeps_ ||
          forEachCell([&](At at) { return !(elev_.get(at) < 0.0F) || !touchesUndrained(at) || hold(at); })) &&
         pushEdges()) {
@@ -73,6 +77,7 @@ class Flooding {
     if (!checkDrainage()) return kFailure;
     elev_.store(dem_.elev);
     if (keeps_) aspect_.store(dem_.aspect);
+    if (codes != nullptr && !storeCodes(*codes)) return kFailure;
     putMessage("DEM is fully drained");
     diagnose("DestroyGrid for D8");
     putMessage("Drainage passages carved: ", carved_);
@@ -125,7 +130,6 @@ class Flooding {
         const auto at = [&](int32_t dCol, int32_t dRow) {
           return rows[static_cast<std::size_t>((row + dRow) % 3)][static_cast<std::size_t>(col + dCol)];
         };
-        if (keeps_ && at(0, 0) == 0.0F) aspect_.set(lattice_.at(col, row), kNoAngle);
         if (at(0, 0) == 0.0F || isKept(lattice_.at(col, row))) continue;
         float least = std::numeric_limits<float>::max();
         for (int32_t code = 1; code <= kDirections; ++code) {
@@ -140,7 +144,18 @@ class Flooding {
 
   // ---- directions that are kept ----
 
+  // A cell whose angle is kept counts as drained from the start. Where its way leads into a gap whose ground
+  // does not drain yet, it is in doubt: nothing may be led to it, or the flow would go round in a circle.
+
   [[nodiscard]] bool isKept(At at) const { return keeps_ && aspect_.get(at) >= 0.0F; }
+  [[nodiscard]] bool isDoubtful(At at) const { return keeps_ && doubtful_.get(at) != 0; }
+
+  /// Cells without data or without a number for an angle have no angle.
+  void clearGaps() {
+    forEachCell([&](At at) {
+      if (elev_.get(at) == 0.0F || !(aspect_.get(at) >= 0.0F)) aspect_.set(at, kNoAngle);
+    });
+  }
 
   /// Cells beside one without an angle, or beside the outside of the grid, lose theirs: what is found there
   /// must agree with what is around it.
@@ -169,6 +184,29 @@ class Flooding {
     if (code == 0) return reportKept("A flow direction is beyond a full circle; directions are radians", at);
     point(at, code);
     elev_.set(at, -level(at));
+    return true;
+  }
+  /// Puts the kept cells in doubt from which the codes that there are do not lead out of the data.
+  bool findDoubtful() {
+    if (!markDrained()) return false;
+    forEachCell([&](At at) {
+      if (isKept(at) && codes_.get(at) > 0) doubtful_.set(at, 1);
+      codes_.set(at, static_cast<int8_t>(direction(at)));
+    });
+    return true;
+  }
+  /// Nothing is in doubt any more above the cells that `paint` has just marked. False, reported, if there is
+  /// no memory.
+  bool clearDoubts() {
+    for (std::size_t next = 0; next < front_.size(); ++next)
+      for (int32_t code = 1; code <= kDirections; ++code) {
+        const At there = lattice_.step(front_[next], code);
+        if (!isDoubtful(there) || direction(there) != opposite(code)) continue;
+        doubtful_.set(there, 0);
+        if (!tryAppend(front_, there)) return fail(kTag, "holdEdge in paint") == kSuccess;
+        // It may have been taken from the heap while it was in doubt, and is not inserted again by itself.
+        if (insertsOnlyNew() && !hold(there)) return false;
+      }
     return true;
   }
   bool reportKept(std::string_view what, At at) const {
@@ -238,7 +276,7 @@ class Flooding {
       }
     }
     if (!room) fail(kTag, "holdEdge in paint");
-    return room;
+    return room && (!keeps_ || clearDoubts());
   }
 
   /// Remembers a drained cell for the rim. Where the list is full, cells without undrained ground beside them
@@ -266,9 +304,9 @@ class Flooding {
   /// Puts the rim on the heap. Every cell of the rim is inserted again at each call, since copies decide the
   /// order of equal elevations, until there have been so many insertions that the cost matters more; from
   /// then on only the cells that were painted since the last call.
+  [[nodiscard]] bool insertsOnlyNew() const { return insertions_ >= 4'000'000; }
   bool pushEdges() {
-    constexpr int64_t most = 4'000'000;
-    const bool onlyNew = insertions_ >= most;
+    const bool onlyNew = insertsOnlyNew();
     std::size_t kept = 0;
     for (std::size_t i = onlyNew ? pushed_ : 0; i < held_.size(); ++i) {
       const At at = held_[i];
@@ -294,7 +332,7 @@ class Flooding {
     codes_.set(start, static_cast<int8_t>(-direction(start)));
     const bool walked = flat_.collect(start, [&](At at) {
       const int8_t code = codes_.get(at);
-      if (code < 0 || !(std::abs(level(at) - level0) < kLevel)) return false;
+      if (code < 0 || !(std::abs(level(at) - level0) < kLevel) || isDoubtful(at)) return false;
       codes_.set(at, code == 0 ? kUndirected : static_cast<int8_t>(-code));
       return true;
     });
@@ -336,12 +374,28 @@ class Flooding {
       ColRow cell{};
       heap_.PopMinHeap(cell.col, cell.row);
       const At at = lattice_.at(cell.col, cell.row);
-      const int32_t entry = entryFrom(at);
+      const int32_t entry = isDoubtful(at) ? 0 : entryFrom(at);
       if (entry == 0) continue;
+      const At last = endOfPath(lattice_.step(at, entry));
+      if (direction(last) != 0) {
+        if (!paint(last) || !pushEdges()) return false;
+        continue;
+      }
       ++carved_;
       if (!carve(at, entry)) return false;
     }
     return true;
+  }
+
+  /// Down the path of an undrained cell: its pit, or, where a flat has led it beside an angle that is kept,
+  /// the last cell before ground that drains.
+  [[nodiscard]] At endOfPath(At at) const {
+    while (direction(at) != 0) {
+      const At next = lattice_.step(at, direction(at));
+      if (elev_.get(next) < 0.0F) break;
+      at = next;
+    }
+    return at;
   }
 
   /// The undrained neighbour of the steepest slope, which may be upward; of equal slopes the nearer one.
@@ -393,9 +447,9 @@ class Flooding {
 
   // ---- the closing check ----
 
-  /// Follows the codes upstream from the edge of the data; the sign of a code marks the cells that are met. A
-  /// cell that is not met would be a fault of the flood, and ends the run.
-  bool checkDrainage() {
+  /// Follows the codes upstream from the edge of the data and turns the sign of those that are met. False,
+  /// reported, if there is no memory.
+  bool markDrained() {
     const bool room = forEachCell([&](At edge) {
       if (elev_.get(edge) == 0.0F || codes_.get(edge) < 0 || edgeOf(edge) == 0) return true;
       front_.clear();
@@ -413,15 +467,27 @@ class Flooding {
       }
       return true;
     });
-    if (!room) {
-      noMemory("drained");
-      return false;
-    }
-    return forEachCell([&](At at) {
-      if (elev_.get(at) == 0.0F || codes_.get(at) < 0) return true;
-      if (keeps_) return reportKept("The flow directions do not lead to the edge of the data", at);
-      stopAt(lattice_.place(at));
-    });
+    return room || noMemory("drained") == kSuccess;
+  }
+
+  bool storeCodes(I1Grid_type& codes) const {
+    const auto copy = [&](int32_t row, std::span<int8_t> cells) {
+      for (std::size_t i = 0; i < cells.size(); ++i)
+        cells[i] = static_cast<int8_t>(direction(lattice_.at(static_cast<int32_t>(i + 1), row)));
+    };
+    return CreateGrid(codes, {.like = &dem_.elev, .setCells = false, .onDisk = dem_.elev.onDisk}) ==
+               kSuccess &&
+           RowPass{filling(codes)}.run(kTag, copy) == kSuccess;
+  }
+
+  /// A cell that does not lead to the edge of the data would be a fault of the flood, and ends the run; above
+  /// angles that are kept it is a fault of theirs.
+  bool checkDrainage() {
+    return markDrained() && forEachCell([&](At at) {
+             if (elev_.get(at) == 0.0F || codes_.get(at) < 0) return true;
+             if (keeps_) return reportKept("The flow directions do not lead to the edge of the data", at);
+             stopAt(lattice_.place(at));
+           });
   }
 
   [[noreturn]] void stopAt(ColRow cell) {
@@ -436,8 +502,8 @@ class Flooding {
   const bool keeps_ = dem_.flowMode.keepAngles;
   Lattice lattice_;
   typename Lattice::template Cells<float> elev_, plan_, aspect_;
-  typename Lattice::template Cells<int8_t> codes_;
-  I1Grid_type codeGrid_;
+  typename Lattice::template Cells<int8_t> codes_, doubtful_;
+  I1Grid_type codeGrid_, doubtGrid_;
   Flat<Lattice> flat_;
   MinHeapType heap_;
   std::vector<At> held_, front_;
@@ -462,10 +528,10 @@ int checkInputs(DEM_type& dem) {
 }
 
 template <class Lattice>
-std::optional<int> floodOver(DEM_type& dem) {
+std::optional<int> floodOver(DEM_type& dem, I1Grid_type* codes) {
   Flooding<Lattice> flooding(dem);
   if (!flooding.open()) return std::nullopt;
-  return flooding.run();
+  return flooding.run(codes);
 }
 
 }  // namespace
@@ -481,12 +547,12 @@ int32_t edgeDirectionOf(const R4Grid_type& elevations, ColRow cell) {
   return edgeDirection(InPlace(elevations), View{elevations}, cell);
 }
 
-int flood(DEM_type& dem) {
+int flood(DEM_type& dem, I1Grid_type* codes) {
   Attempt attempt{dem.status};
   if (checkInputs(dem) != kSuccess) return kFailure;
   diagnose("CreateGrid for D8");
-  std::optional<int> result = floodOver<Bordered>(dem);
-  if (!result) result = floodOver<InPlace>(dem);
+  std::optional<int> result = floodOver<Bordered>(dem, codes);
+  if (!result) result = floodOver<InPlace>(dem, codes);
   if (!result) return fail(kTag, "CreateGrid failed for D8");
   return attempt.end(*result);
 }

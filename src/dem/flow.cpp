@@ -73,9 +73,11 @@ class Flowing {
 
   explicit Flowing(DEM_type& dem) : dem_(dem), lattice_(dem.elev), flat_(lattice_) {}
 
-  [[nodiscard]] bool open(R4Grid_type& smooth) {
+  [[nodiscard]] bool open(R4Grid_type& smooth, I1Grid_type* codes) {
+    hasCodes_ = codes != nullptr;
     return elev_.load(dem_.elev, 0.0F, kTag) && aspect_.load(dem_.aspect, kNodata, kTag) &&
-           (!smooths_ || smooth_.load(smooth, kNodata, kTag));
+           (!keeps_ || leadsOut_.create(leadsOutGrid_, dem_.elev, int8_t{0}, int8_t{0}, kTag)) &&
+           (!hasCodes_ || codes_.load(*codes, 0, kTag)) && (!smooths_ || smooth_.load(smooth, kNodata, kTag));
   }
 
   int run() {
@@ -90,6 +92,7 @@ class Flowing {
           return kFailure;
       }
     }
+    if (keeps_ && !leadOut()) return kFailure;
     elev_.store(dem_.elev);
     aspect_.store(dem_.aspect);
     putMessage("Flow directions defined");
@@ -99,6 +102,15 @@ class Flowing {
   }
 
  private:
+  /// Calls use(cell) row by row; ends, with false, where a use gives false.
+  template <class Use>
+  bool forEachCell(Use use) {
+    for (int32_t row = 1; row <= dem_.elev.rows(); ++row)
+      for (int32_t col = 1; col <= dem_.elev.cols(); ++col)
+        if (!use(lattice_.at(col, row))) return false;
+    return true;
+  }
+
   [[nodiscard]] float level(At at) const { return std::abs(elev_.get(at)); }
   [[nodiscard]] bool isLevel(At at, float level0) const { return std::abs(level(at) - level0) < kLevel; }
   [[nodiscard]] float lowestNeighbour(At at) const {
@@ -167,6 +179,7 @@ class Flowing {
     }
     if (outward != nullptr) return outward->out * kEighth;
     if (best != nullptr) return best->base * kQuarter + best->sign * steepest.angle;
+    if (hasCodes_) return kNodata;  // its code will be taken
     fail("angle1 in DEM_Module", " Undefined flow direction");
     undefined_ = true;
     return kNodata;
@@ -178,6 +191,63 @@ class Flowing {
     const int32_t code = fall.angle + fall.angle < kEighth ? facet.straight : facet.diagonal;
     const float flow = aspect_.get(lattice_.step(at, code));
     return flow >= 0.0F && FlowProportion(flow, code) >= 0.5F;
+  }
+
+  // ---- ways out beside angles that are kept ----
+
+  /// Angles that are kept need not fit the surface, so that those that are found beside them may lead in a
+  /// circle. From where the nearest codes of the angles do not lead out of the data, the found ones give way
+  /// to the codes of the flood, which do: the way of a cell then ends in cells that lead out anyway, or goes
+  /// on along these codes and kept angles. False, reported, if that is not so or there is no memory.
+  bool leadOut() {
+    if (!findWays()) return false;
+    bool changed = false;
+    forEachCell([&](At at) {
+      if (leadsOut(at) || elev_.get(at) < 0.0F || !hasCodes_) return true;
+      changed = true;
+      aspect_.set(at, angleOf(codes_.get(at)));
+      return true;
+    });
+    if (changed && !findWays()) return false;
+    return forEachCell([&](At at) {
+      if (leadsOut(at)) return true;
+      const ColRow cell = lattice_.place(at);
+      reportError({.routine = kTag,
+                   .message1 = "The flow directions do not lead to the edge of the data",
+                   .message2 = "  Column " + freeText(cell.col) + ", row " + freeText(cell.row)});
+      return false;
+    });
+  }
+  [[nodiscard]] bool leadsOut(At at) const { return elev_.get(at) == 0.0F || leadsOut_.get(at) != 0; }
+
+  /// Marks the cells whose codes lead out of the data, upstream from where they do. False, reported, if there
+  /// is no memory.
+  bool findWays() {
+    std::vector<At> front;
+    const auto codeOf = [&](At at) { return aspect_.get(at) >= 0.0F ? codeOfAspect(aspect_.get(at)) : 0; };
+    const auto mark = [&](At at) {
+      leadsOut_.set(at, 1);
+      return tryAppend(front, at);
+    };
+    forEachCell([&](At at) {
+      leadsOut_.set(at, 0);
+      return true;
+    });
+    const bool room = forEachCell([&](At start) {
+      const int32_t code = codeOf(start);
+      if (leadsOut(start) || code == 0 || elev_.get(lattice_.step(start, code)) != 0.0F) return true;
+      bool found = mark(start);
+      while (found && !front.empty()) {
+        const At at = front.back();
+        front.pop_back();
+        for (int32_t from = 1; found && from <= kDirections; ++from) {
+          const At there = lattice_.step(at, from);
+          if (!leadsOut(there) && codeOf(there) == opposite(from)) found = mark(there);
+        }
+      }
+      return found;
+    });
+    return room || cannotAllocate(kTag, "ways out") == kSuccess;
   }
 
   // ---- flats ----
@@ -218,7 +288,7 @@ class Flowing {
       aspect_.set(at, angleOf(code));
       return;
     }
-    fail(kFlatTag, "Cannot drain one-cell flat");
+    if (!hasCodes_) fail(kFlatTag, "Cannot drain one-cell flat");
   }
 
   [[nodiscard]] Rim rimOf(At at, float level0) const {
@@ -250,6 +320,8 @@ class Flowing {
     const int32_t code = isOutlet ? wayOut(at, level0) : flat_.steepest(i);
     if (code > 0) {
       aspect_.set(at, angleOf(code));
+    } else if (hasCodes_) {
+      return;  // its code will be taken
     } else if (isOutlet) {
       fail(kFlatTag, "Cannot drain flat");
     } else {
@@ -264,7 +336,8 @@ class Flowing {
       const At there = lattice_.step(at, code);
       if (flat_.contains(there)) continue;
       if (isLevel(there, level0)) {
-        if (best < 0.0F && aspect_.get(there) >= 0.0F) {
+        const float flow = aspect_.get(there);
+        if (best < 0.0F && flow >= 0.0F && !(keeps_ && poursHere(flow, code))) {
           best = 0.0F;
           way = code;
         }
@@ -284,15 +357,18 @@ class Flowing {
   const bool smooths_ = dem_.flowMode.smoothingLength > 0;
   Lattice lattice_;
   typename Lattice::template Cells<float> elev_, aspect_, smooth_;
+  typename Lattice::template Cells<int8_t> codes_, leadsOut_;
+  I1Grid_type leadsOutGrid_;
+  bool hasCodes_ = false;  // `codes_` holds the codes of the flood
   Flat<Lattice> flat_;
   int64_t flats_ = 0;
   bool undefined_ = false;
 };
 
 template <class Lattice>
-std::optional<int> flowOver(DEM_type& dem, R4Grid_type& smooth) {
+std::optional<int> flowOver(DEM_type& dem, R4Grid_type& smooth, I1Grid_type* codes) {
   Flowing<Lattice> flowing(dem);
-  if (!flowing.open(smooth)) return std::nullopt;
+  if (!flowing.open(smooth, codes)) return std::nullopt;
   return flowing.run();
 }
 
@@ -317,7 +393,7 @@ int smoothAspects(DEM_type& dem, R4Grid_type& smooth) {
 
 }  // namespace
 
-int flow(DEM_type& dem) {
+int flow(DEM_type& dem, I1Grid_type* codes) {
   Attempt attempt{dem.status};
   if (!dem.elev.GridExists() || !dem.aspect.GridExists() || !SameGridGeometry(dem.elev, dem.aspect))
     return fail(kTag, "There is no grid of elevations, or none of aspects of its extent");
@@ -326,8 +402,8 @@ int flow(DEM_type& dem) {
   R4Grid_type smooth;
   if (dem.flowMode.smoothingLength > 0 && smoothAspects(dem, smooth) != kSuccess)
     return fail(kTag, "Error calculating smoothed aspects");
-  std::optional<int> result = flowOver<Bordered>(dem, smooth);
-  if (!result) result = flowOver<InPlace>(dem, smooth);
+  std::optional<int> result = flowOver<Bordered>(dem, smooth, codes);
+  if (!result) result = flowOver<InPlace>(dem, smooth, codes);
   if (!result) return fail(kTag, "DEM%elev%setCellAccess failed");
   return attempt.end(*result);
 }

@@ -85,12 +85,15 @@ int FlowDirection(DEM_type& dem, const FlowSettings& settings) {
       if (cell > 0.0F) cell = std::round(cell * 1000.0F) / 1000.0F;
   };
   if (RowPass{changing(dem.elev)}.run(kTag, toMillimetres) != kSuccess) return kFailure;
-  if (timed("Flood time: ", [&] { return dem.Flood(); }) != kSuccess) return fail(kTag, "flood failed");
+  const bool keeps = dem.flowMode.keepAngles;
+  I1Grid_type codes;
+  I1Grid_type* const ways = keeps ? &codes : nullptr;
+  if (timed("Flood time: ", [&] { return flood(dem, ways); }) != kSuccess) return fail(kTag, "flood failed");
   diagnose("CreateGrid for DEM%aspect");
-  if (!dem.flowMode.keepAngles &&
+  if (!keeps &&
       CreateGrid(dem.aspect, {.like = &dem.elev, .nodata = kNodata, .fillValue = kNodata}) != kSuccess)
     return fail(kTag, "CreateGrid failed for aspect");
-  if (timed("Flow time:: ", [&] { return dem.Flow(); }) != kSuccess) return fail(kTag, "flow failed");
+  if (timed("Flow time:: ", [&] { return flow(dem, ways); }) != kSuccess) return fail(kTag, "flow failed");
   if (dem.elev.SetPositiveR4() != kSuccess) return kFailure;
   if (settings.outfile && !isBlank(*settings.outfile) &&
       writeSurface(dem, *settings.outfile, settings.stamp) != kSuccess)

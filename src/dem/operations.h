@@ -33,11 +33,13 @@ int calcD8(DEM_type& dem, D8Access access);
 int getD8(DEM_type& dem);
 
 // dem/flood.cpp
-int flood(DEM_type& dem);
+/// `codes`, where angles are kept: the D8 codes by which every cell was drained.
+int flood(DEM_type& dem, I1Grid_type* codes = nullptr);
 [[nodiscard]] int32_t edgeDirectionOf(const R4Grid_type& elevations, ColRow cell);
 
 // dem/flow.cpp
-int flow(DEM_type& dem);
+/// `codes`, where angles are kept: those of `flood`, for cells whose angle would lead in a circle.
+int flow(DEM_type& dem, I1Grid_type* codes = nullptr);
 
 // dem/contour_length.cpp
 int fillContourLength(DEM_type& dem, float length, const R4Grid_type* aspectGrid);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <random>
 
 #include "dem/flow_direction.h"
 #include "grid/directions.h"
@@ -98,6 +99,41 @@ TEST_P(FlowModes, AnglesAreKeptAndOnlyGapsAreFilled) {
     }
   EXPECT_GT(kept, kSize * kSize / 2);
   expectDrained(dem);
+}
+
+TEST_P(FlowModes, GapsDrainWhateverTheKeptAnglesAndTheSurface) {
+  for (uint32_t seed = 1; seed <= 40; ++seed) {
+    const bool isRaw = seed % 2 == 0;  // else the surface to which the angles belong
+    const float step = seed % 3 == 0 ? 0.001F : seed % 3 == 1 ? 1.0F : seed % 5 == 2 ? 1000.0F : 5.0F;
+    R4Grid_type ground = hills(seed);
+    fillWith(ground, [&](int32_t col, int32_t row) {
+      const float z = ground.value(col, row, "");
+      return z == ground.nodata ? z : std::round(z / step) * step;
+    });
+    DEM_type dem;
+    prepare(dem, std::move(ground));
+    const std::vector<float> raw = cellsOf(dem.elev);
+    ASSERT_EQ(FlowDirection(dem), 0);
+    std::size_t next = 0;
+    if (isRaw) fillWith(dem.elev, [&](int32_t, int32_t) { return raw[next++]; });
+    std::mt19937 random(seed);
+    for (const float nothing : {-1.0F, kNodata, std::numeric_limits<float>::quiet_NaN(), -1.0F}) {
+      const auto below = [&](uint32_t n) { return static_cast<int32_t>(random() % n); };
+      const ColRow middle{.col = below(kSize) + 1, .row = below(kSize) + 1};
+      const ColRow half{.col = below(7), .row = below(7)};
+      fillWith(dem.aspect, [&](int32_t col, int32_t row) {
+        const bool inGap = std::abs(col - middle.col) <= half.col && std::abs(row - middle.row) <= half.row;
+        return inGap ? nothing : dem.aspect.value(col, row, "");
+      });
+    }
+    dem.flowMode.keepAngles = true;
+    console_.clear();
+    ASSERT_EQ(FlowDirection(dem), 0) << seed << console_.text();
+    EXPECT_FALSE(console_.has("ERROR")) << seed << console_.text();
+    const std::vector<float> after = cellsOf(dem.elev);
+    for (std::size_t i = 0; i < raw.size(); ++i) ASSERT_EQ(raw[i] == 0.0F, after[i] == 0.0F) << seed;
+    expectDrained(dem);
+  }
 }
 
 TEST_P(FlowModes, AnglesThatDoNotReachTheEdgeAreReportedWithACell) {
