@@ -160,12 +160,21 @@ TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
   prepare(local, hills(4));
   DEM_type dem;
   prepare(dem, hills(4));
-  dem.flowMode.smoothingLength = 40;
+  dem.flowMode = {.smoothingLength = 40, .d8Length = 40};
   ASSERT_EQ(FlowDirection(local), 0);
+  EXPECT_FALSE(local.scaledAspect.GridExists());
   ASSERT_EQ(FlowDirection(dem), 0) << console_.text();
   EXPECT_EQ(cellsOf(dem.elev), cellsOf(local.elev));
   R4Grid_type smooth = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
   ASSERT_EQ(surfaceRasters(local.elev, 40.0F, {{&smooth, SurfaceMetric::aspect}}), 0);
+  EXPECT_EQ(cellsOf(dem.scaledAspect), cellsOf(dem.aspect));
+  // Another length for the codes alone leaves the angles as they are, and those of flats are the same.
+  DEM_type coded;
+  prepare(coded, hills(4));
+  coded.flowMode.d8Length = 40;
+  ASSERT_EQ(FlowDirection(coded), 0);
+  EXPECT_EQ(cellsOf(coded.aspect), cellsOf(local.aspect));
+  EXPECT_EQ(cellsOf(coded.scaledAspect), cellsOf(dem.aspect));
   int64_t taken = 0;
   int64_t refused = 0;
   for (int32_t row = 2; row < kSize; ++row)
