@@ -1,6 +1,7 @@
 #include "dem/categorical_accumulation.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "dem/flow_accumulation.h"
@@ -21,10 +22,9 @@ constexpr std::string_view kTag = "CategoricalAccumulator in DEM_Module";
 /// small beside the routing.
 constexpr std::size_t kGroup = 64;
 
-int checkArguments(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
+int checkArguments(DEM_type& dem, const I4Grid_type& ingrid) {
   if (!dem.DEMexists()) return fail(kTag, "Must create DEM prior to calling this subroutine");
   if (!ingrid.GridExists()) return fail(kTag, "Must create ingrid prior to calling this subroutine");
-  if (isBlank(outfile)) return fail(kTag, "Missing required argument outfile");
   if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
   if (!SameGridGeometry(dem.aspect, ingrid)) return fail(kTag, "ingrid has another extent than the DEM");
   return kSuccess;
@@ -49,6 +49,22 @@ int findCategories(const I4Grid_type& ingrid, std::vector<int32_t>& categories) 
     if (present[i] && !tryAppend(categories, static_cast<int32_t>(i + 1)))
       return cannotAllocate(kTag, "categories");
   return kSuccess;
+}
+
+/// All categories in one walk. Nothing where there is no memory for them.
+std::optional<int> routeInMemory(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmounts& amounts) {
+  const auto length = static_cast<std::size_t>(amounts.categories);
+  const auto cols = static_cast<std::size_t>(ingrid.cols());
+  const auto count = byteCount(cols * static_cast<std::size_t>(ingrid.rows()), length);
+  if (!count || !tryAllocate(amounts.values, static_cast<std::size_t>(*count))) return std::nullopt;
+  const CellVectors vectors{.values = amounts.values, .length = length, .cols = cols};
+  const auto start = [&](int32_t row, std::span<const int32_t> categories, std::span<const float> angles) {
+    for (std::size_t i = 0; i < cols; ++i)
+      if (categories[i] > 0 && angles[i] >= 0.0F)
+        vectors.of(static_cast<int32_t>(i + 1), row)[static_cast<std::size_t>(categories[i]) - 1] = 1.0F;
+  };
+  if (RowPass{reading(ingrid), reading(dem.aspect)}.run(kTag, start) != kSuccess) return kFailure;
+  return routeAlongAngles(dem, vectors);
 }
 
 /// The contributing cells of one category, 0 where there are none.
@@ -88,6 +104,11 @@ class CategoryFile {
     return kFailure;
   }
 
+  /// All records at once.
+  [[nodiscard]] int write(std::span<const float> amounts) {
+    const IoCode code = file_.file().writeAt(0, std::as_bytes(amounts));
+    return code == kIoOk ? kSuccess : fault(kWriteError, code);
+  }
   /// Puts the amounts of some categories into all records. The first call makes the records, of zeros.
   [[nodiscard]] int write(std::span<const int32_t> categories, std::span<const R4Grid_type> amounts) {
     for (int32_t row = 1; row <= rows_; ++row) {
@@ -144,13 +165,36 @@ int checkSize(const CategoryFile& file, std::string_view outfile) {
 
 }  // namespace
 
+int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmounts& catAccum) {
+  Attempt attempt{dem.status};
+  catAccum = {};
+  std::vector<int32_t> categories;
+  if (checkArguments(dem, ingrid) != kSuccess || findCategories(ingrid, categories) != kSuccess)
+    return kFailure;
+  catAccum.categories = categories.back();
+  const std::optional<int> routed = routeInMemory(dem, ingrid, catAccum);
+  if (routed == kSuccess) return attempt.succeed();
+  catAccum = {};
+  if (routed) return kFailure;
+  return reportError({.routine = kTag,
+                      .message1 = "Insufficient memory for catAccum",
+                      .message2 = "Require outfile argument"});
+}
+
 int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
   Attempt attempt{dem.status};
   std::vector<int32_t> categories;
-  if (checkArguments(dem, ingrid, outfile) != kSuccess || findCategories(ingrid, categories) != kSuccess)
+  if (isBlank(outfile)) return fail(kTag, "Missing required argument outfile");
+  if (checkArguments(dem, ingrid) != kSuccess || findCategories(ingrid, categories) != kSuccess)
     return kFailure;
   CategoryFile file(dem.aspect, static_cast<std::size_t>(categories.back()));
   if (checkSize(file, outfile) != kSuccess || file.open(outfile) != kSuccess) return kFailure;
+  CategoryAmounts all{.categories = categories.back()};
+  if (const std::optional<int> routed = routeInMemory(dem, ingrid, all)) {
+    if (*routed != kSuccess || file.write(all.values) != kSuccess || file.commit() != kSuccess)
+      return kFailure;
+    return attempt.succeed();
+  }
   for (std::span<const int32_t> left = categories; !left.empty();) {
     const std::span<const int32_t> group = left.first(std::min(kGroup, left.size()));
     left = left.subspan(group.size());
