@@ -30,14 +30,19 @@ int checkArguments(DEM_type& dem, const I4Grid_type& ingrid) {
   return kSuccess;
 }
 
-/// The categories that occur, rising.
-int findCategories(const I4Grid_type& ingrid, std::vector<int32_t>& categories) {
+/// The highest category; 0, with a report, where there is none.
+int32_t highestCategory(const I4Grid_type& ingrid) {
   int32_t highest = 0;
   const auto widen = [&](int32_t, std::span<const int32_t> cells) {
     for (const int32_t cell : cells) highest = std::max(highest, cell);
   };
-  if (RowPass{reading(ingrid)}.run(kTag, widen) != kSuccess) return kFailure;
-  if (highest < 1) return fail(kTag, "ingrid has no category above 0");
+  if (RowPass{reading(ingrid)}.run(kTag, widen) != kSuccess) return 0;
+  if (highest < 1) fail(kTag, "ingrid has no category above 0");
+  return std::max(highest, 0);
+}
+
+/// The categories that occur, rising.
+int findCategories(const I4Grid_type& ingrid, int32_t highest, std::vector<int32_t>& categories) {
   std::vector<bool> present;
   if (!tryResize(present, static_cast<std::size_t>(highest))) return cannotAllocate(kTag, "categories");
   const auto note = [&](int32_t, std::span<const int32_t> cells) {
@@ -163,15 +168,29 @@ int checkSize(const CategoryFile& file, std::string_view outfile) {
       {.routine = kTag, .code = kOwnWords, .file = name, .message1 = "The disk of the output file is full"});
 }
 
+/// What memory does not hold at once, some categories at a time.
+int writeByGroups(DEM_type& dem, const I4Grid_type& ingrid, int32_t highest, CategoryFile& file) {
+  std::vector<int32_t> categories;
+  if (findCategories(ingrid, highest, categories) != kSuccess) return kFailure;
+  for (std::span<const int32_t> left = categories; !left.empty();) {
+    const std::span<const int32_t> group = left.first(std::min(kGroup, left.size()));
+    left = left.subspan(group.size());
+    std::vector<R4Grid_type> amounts(group.size());
+    for (std::size_t c = 0; c < group.size(); ++c)
+      if (routeCategory(dem, ingrid, group[c], amounts[c]) != kSuccess) return kFailure;
+    if (file.write(group, amounts) != kSuccess) return kFailure;
+  }
+  return kSuccess;
+}
+
 }  // namespace
 
 int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmounts& catAccum) {
   Attempt attempt{dem.status};
   catAccum = {};
-  std::vector<int32_t> categories;
-  if (checkArguments(dem, ingrid) != kSuccess || findCategories(ingrid, categories) != kSuccess)
-    return kFailure;
-  catAccum.categories = categories.back();
+  if (checkArguments(dem, ingrid) != kSuccess) return kFailure;
+  catAccum.categories = highestCategory(ingrid);
+  if (catAccum.categories == 0) return kFailure;
   const std::optional<int> routed = routeInMemory(dem, ingrid, catAccum);
   if (routed == kSuccess) return attempt.succeed();
   catAccum = {};
@@ -183,27 +202,17 @@ int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmo
 
 int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
   Attempt attempt{dem.status};
-  std::vector<int32_t> categories;
   if (isBlank(outfile)) return fail(kTag, "Missing required argument outfile");
-  if (checkArguments(dem, ingrid) != kSuccess || findCategories(ingrid, categories) != kSuccess)
-    return kFailure;
-  CategoryFile file(dem.aspect, static_cast<std::size_t>(categories.back()));
+  if (checkArguments(dem, ingrid) != kSuccess) return kFailure;
+  CategoryAmounts all{.categories = highestCategory(ingrid)};
+  if (all.categories == 0) return kFailure;
+  CategoryFile file(dem.aspect, static_cast<std::size_t>(all.categories));
   if (checkSize(file, outfile) != kSuccess || file.open(outfile) != kSuccess) return kFailure;
-  CategoryAmounts all{.categories = categories.back()};
-  if (const std::optional<int> routed = routeInMemory(dem, ingrid, all)) {
-    if (*routed != kSuccess || file.write(all.values) != kSuccess || file.commit() != kSuccess)
-      return kFailure;
-    return attempt.succeed();
-  }
-  for (std::span<const int32_t> left = categories; !left.empty();) {
-    const std::span<const int32_t> group = left.first(std::min(kGroup, left.size()));
-    left = left.subspan(group.size());
-    std::vector<R4Grid_type> amounts(group.size());
-    for (std::size_t c = 0; c < group.size(); ++c)
-      if (routeCategory(dem, ingrid, group[c], amounts[c]) != kSuccess) return kFailure;
-    if (file.write(group, amounts) != kSuccess) return kFailure;
-  }
-  if (file.commit() != kSuccess) return kFailure;
+  const std::optional<int> routed = routeInMemory(dem, ingrid, all);
+  const int written = !routed               ? writeByGroups(dem, ingrid, all.categories, file)
+                      : *routed == kSuccess ? file.write(all.values)
+                                            : kFailure;
+  if (written != kSuccess || file.commit() != kSuccess) return kFailure;
   return attempt.succeed();
 }
 
