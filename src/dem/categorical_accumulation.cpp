@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "dem/flow_accumulation.h"
@@ -23,23 +24,27 @@ constexpr std::string_view kTag = "CategoricalAccumulator in DEM_Module";
 /// small beside the routing.
 constexpr std::size_t kGroup = 64;
 
-int checkArguments(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
+int checkArguments(DEM_type& dem, const I4Grid_type& ingrid) {
   if (!dem.DEMexists()) return fail(kTag, "Must create DEM prior to calling this subroutine");
   if (!ingrid.GridExists()) return fail(kTag, "Must create ingrid prior to calling this subroutine");
-  if (isBlank(outfile)) return fail(kTag, "Missing required argument outfile");
   if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
   if (!SameGridGeometry(dem.aspect, ingrid)) return fail(kTag, "ingrid has another extent than the DEM");
   return kSuccess;
 }
 
-/// The categories that occur, rising.
-int findCategories(const I4Grid_type& ingrid, std::vector<int32_t>& categories) {
+/// The highest category; 0, with a report, where there is none.
+int32_t highestCategory(const I4Grid_type& ingrid) {
   int32_t highest = 0;
   const auto widen = [&](int32_t, std::span<const int32_t> cells) {
     for (const int32_t cell : cells) highest = std::max(highest, cell);
   };
-  if (RowPass{reading(ingrid)}.run(kTag, widen) != kSuccess) return kFailure;
-  if (highest < 1) return fail(kTag, "ingrid has no category above 0");
+  if (RowPass{reading(ingrid)}.run(kTag, widen) != kSuccess) return 0;
+  if (highest < 1) fail(kTag, "ingrid has no category above 0");
+  return std::max(highest, 0);
+}
+
+/// The categories that occur, rising.
+int findCategories(const I4Grid_type& ingrid, int32_t highest, std::vector<int32_t>& categories) {
   constexpr std::size_t kBits = 64;
   std::vector<std::uint64_t> present;  // a bit a number
   if (!tryResize(present, static_cast<std::size_t>(highest) / kBits + 1))
@@ -57,6 +62,22 @@ int findCategories(const I4Grid_type& ingrid, std::vector<int32_t>& categories) 
       if (!tryAppend(categories, static_cast<int32_t>(category))) return cannotAllocate(kTag, "categories");
     }
   return kSuccess;
+}
+
+/// All categories in one walk. Nothing where there is no memory for them.
+std::optional<int> routeInMemory(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmounts& amounts) {
+  const auto length = static_cast<std::size_t>(amounts.categories);
+  const auto cols = static_cast<std::size_t>(ingrid.cols());
+  const auto count = byteCount(cols * static_cast<std::size_t>(ingrid.rows()), length);
+  if (!count || !tryAllocate(amounts.values, static_cast<std::size_t>(*count))) return std::nullopt;
+  const CellVectors vectors{.values = amounts.values, .length = length, .cols = cols};
+  const auto start = [&](int32_t row, std::span<const int32_t> categories, std::span<const float> angles) {
+    for (std::size_t i = 0; i < cols; ++i)
+      if (categories[i] > 0 && angles[i] >= 0.0F)
+        vectors.of(static_cast<int32_t>(i + 1), row)[static_cast<std::size_t>(categories[i]) - 1] = 1.0F;
+  };
+  if (RowPass{reading(ingrid), reading(dem.aspect)}.run(kTag, start) != kSuccess) return kFailure;
+  return routeAlongAngles(dem, vectors);
 }
 
 /// The contributing cells of one category, 0 where there are none.
@@ -96,6 +117,11 @@ class CategoryFile {
     return kFailure;
   }
 
+  /// All records at once.
+  [[nodiscard]] int write(std::span<const float> amounts) {
+    const IoCode code = file_.file().writeAt(0, std::as_bytes(amounts));
+    return code == kIoOk ? kSuccess : fault(kWriteError, code);
+  }
   /// Puts the amounts of some categories into all records. The first call makes the records, of zeros.
   [[nodiscard]] int write(std::span<const int32_t> categories, std::span<const R4Grid_type> amounts) {
     for (int32_t row = 1; row <= rows_; ++row) {
@@ -150,15 +176,10 @@ int checkSize(const CategoryFile& file, std::string_view outfile) {
       {.routine = kTag, .code = kOwnWords, .file = name, .message1 = "The disk of the output file is full"});
 }
 
-}  // namespace
-
-int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
-  Attempt attempt{dem.status};
+/// What memory does not hold at once, some categories at a time.
+int writeByGroups(DEM_type& dem, const I4Grid_type& ingrid, int32_t highest, CategoryFile& file) {
   std::vector<int32_t> categories;
-  if (checkArguments(dem, ingrid, outfile) != kSuccess || findCategories(ingrid, categories) != kSuccess)
-    return kFailure;
-  CategoryFile file(dem.aspect, static_cast<std::size_t>(categories.back()));
-  if (checkSize(file, outfile) != kSuccess || file.open(outfile) != kSuccess) return kFailure;
+  if (findCategories(ingrid, highest, categories) != kSuccess) return kFailure;
   for (std::span<const int32_t> left = categories; !left.empty();) {
     const std::span<const int32_t> group = left.first(std::min(kGroup, left.size()));
     left = left.subspan(group.size());
@@ -167,7 +188,39 @@ int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, std::string
       if (routeCategory(dem, ingrid, group[c], amounts[c]) != kSuccess) return kFailure;
     if (file.write(group, amounts) != kSuccess) return kFailure;
   }
-  if (file.commit() != kSuccess) return kFailure;
+  return kSuccess;
+}
+
+}  // namespace
+
+int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, CategoryAmounts& catAccum) {
+  Attempt attempt{dem.status};
+  catAccum = {};
+  if (checkArguments(dem, ingrid) != kSuccess) return kFailure;
+  catAccum.categories = highestCategory(ingrid);
+  if (catAccum.categories == 0) return kFailure;
+  const std::optional<int> routed = routeInMemory(dem, ingrid, catAccum);
+  if (routed == kSuccess) return attempt.succeed();
+  catAccum = {};
+  if (routed) return kFailure;
+  return reportError({.routine = kTag,
+                      .message1 = "Insufficient memory for catAccum",
+                      .message2 = "Require outfile argument"});
+}
+
+int CategoricalAccumulator(DEM_type& dem, const I4Grid_type& ingrid, std::string_view outfile) {
+  Attempt attempt{dem.status};
+  if (isBlank(outfile)) return fail(kTag, "Missing required argument outfile");
+  if (checkArguments(dem, ingrid) != kSuccess) return kFailure;
+  CategoryAmounts all{.categories = highestCategory(ingrid)};
+  if (all.categories == 0) return kFailure;
+  CategoryFile file(dem.aspect, static_cast<std::size_t>(all.categories));
+  if (checkSize(file, outfile) != kSuccess || file.open(outfile) != kSuccess) return kFailure;
+  const std::optional<int> routed = routeInMemory(dem, ingrid, all);
+  const int written = !routed               ? writeByGroups(dem, ingrid, all.categories, file)
+                      : *routed == kSuccess ? file.write(all.values)
+                                            : kFailure;
+  if (written != kSuccess || file.commit() != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

@@ -48,6 +48,8 @@ struct FlowMode {
   /// Above 0: the aspect of the surface smoothed over this length, metres, where it leads down and is within
   /// 90 degrees of the local angle.
   double smoothingLength = 0;
+  /// Above 0, and not the cell size: the same choice for this length, metres, is made in `DEM%scaledAspect`.
+  double d8Length = 0;
 };
 
 /// How `CalcD8` accesses its grids; the results are the same.
@@ -59,11 +61,13 @@ class DEM_type : public Grid_Header {
   R4Grid_type elev{};    ///< elevations, metres
   R4Grid_type DA{};      ///< drainage area (flow accumulation)
   R4Grid_type aspect{};  ///< radians clockwise from north, downslope
-  R4Grid_type grad{};    ///< tangent of the slope
-  R4Grid_type prof{};    ///< profile curvature
-  R4Grid_type bcon{};    ///< contour length, cell widths
-  R4Grid_type plan{};    ///< plan curvature
-  R4Grid_type pin{};     ///< the `pin_` raster of `GetGEP`
+  /// Angles from which D8 codes are chosen on another length scale (`flowMode`); elsewhere it does not exist.
+  R4Grid_type scaledAspect{};
+  R4Grid_type grad{};  ///< tangent of the slope
+  R4Grid_type prof{};  ///< profile curvature
+  R4Grid_type bcon{};  ///< contour length, cell widths
+  R4Grid_type plan{};  ///< plan curvature
+  R4Grid_type pin{};   ///< the `pin_` raster of `GetGEP`
 
   double elevShift = 0;        ///< metres taken from the elevations while they are in the working form
   float elevNodata = kNodata;  ///< what nodata was before
@@ -138,7 +142,8 @@ class DEM_type : public Grid_Header {
   int Flood();
   /// D-infinity angles of a flooded surface into `aspect`, which must exist, with negative values where an
   /// angle is to be found; `flowMode` says how. Afterwards the elevations are positive, but for cells whose
-  /// angles were kept. -1, with a cell, where angles beside kept ones do not lead to the edge of the data.
+  /// angles were kept. Makes `scaledAspect` where `flowMode` asks for it. -1, with a cell, where angles
+  /// beside kept ones do not lead to the edge of the data.
   int Flow();
   /// The code of a neighbour without data, straight ones first; 0 for a cell within the data.
   [[nodiscard]] int32_t EdgeDirection(int32_t col, int32_t row) const;

@@ -66,6 +66,10 @@ Fall fallOf(float e0, float e1, float e2) {
   return {};
 }
 
+[[nodiscard]] bool scales(const DEM_type& dem) {
+  return dem.flowMode.d8Length > 0 && dem.flowMode.d8Length != dem.cellsize;
+}
+
 template <class Lattice>
 class Flowing {
  public:
@@ -73,11 +77,14 @@ class Flowing {
 
   explicit Flowing(DEM_type& dem) : dem_(dem), lattice_(dem.elev), flat_(lattice_) {}
 
+  /// `smooth`: aspects of the smoothed surface, where the mode asks for them; so `scaledAspect` at first.
   [[nodiscard]] bool open(R4Grid_type& smooth, I1Grid_type* codes) {
     hasCodes_ = codes != nullptr;
     return elev_.load(dem_.elev, 0.0F, kTag) && aspect_.load(dem_.aspect, kNodata, kTag) &&
            (!keeps_ || leadsOut_.create(leadsOutGrid_, dem_.elev, int8_t{0}, int8_t{0}, kTag)) &&
-           (!hasCodes_ || codes_.load(*codes, 0, kTag)) && (!smooths_ || smooth_.load(smooth, kNodata, kTag));
+           (!hasCodes_ || codes_.load(*codes, 0, kTag)) &&
+           (!smooths_ || smooth_.load(smooth, kNodata, kTag)) &&
+           (!scales_ || scaled_.load(dem_.scaledAspect, kNodata, kTag));
   }
 
   int run() {
@@ -93,6 +100,7 @@ class Flowing {
       }
     }
     if (keeps_ && !leadOut()) return kFailure;
+    if (scales_) completeScaled();
     elev_.store(dem_.elev);
     aspect_.store(dem_.aspect);
     putMessage("Flow directions defined");
@@ -134,17 +142,17 @@ class Flowing {
       return directFlat(at);
     }
     const float local = angle(at);
-    aspect_.set(at, smooths_ ? smoothedOr(local, at) : local);
+    aspect_.set(at, smooths_ ? smoothedOr(local, smooth_.get(at), at) : local);
+    if (scales_) scaled_.set(at, smoothedOr(local, scaled_.get(at), at));
     elev_.set(at, here);
     return true;
   }
 
   /// The smoothed aspect where it is within 90 degrees of the local angle and the neighbours between which it
   /// points are lower than the cell; else the local angle.
-  [[nodiscard]] float smoothedOr(float local, At at) const {
+  [[nodiscard]] float smoothedOr(float local, float smooth, At at) const {
     constexpr float full = 6.2831855F;
     constexpr float onDirection = 1e-6F;
-    const float smooth = smooth_.get(at);
     if (!(smooth >= 0.0F)) return local;
     const float apart = std::abs(smooth - local);
     if (!(std::min(apart, full - apart) < kQuarter)) return local;
@@ -156,6 +164,15 @@ class Flowing {
     if (std::abs(beside) <= onDirection) return smooth;
     const int32_t second = beside < 0.0F ? code % kDirections + 1 : code > 1 ? code - 1 : kDirections;
     return isLower(second) ? smooth : local;
+  }
+
+  /// Cells for which no scaled angle was chosen, those of flats and of kept angles, have the usual one.
+  void completeScaled() {
+    forEachCell([&](At at) {
+      if (elev_.get(at) <= 0.0F || !(scaled_.get(at) >= 0.0F)) scaled_.set(at, aspect_.get(at));
+      return true;
+    });
+    scaled_.store(dem_.scaledAspect);
   }
 
   /// The angle of a cell that is no flat. A cell beside no data flows out.
@@ -205,6 +222,7 @@ class Flowing {
     forEachCell([&](At at) {
       if (leadsOut(at) || elev_.get(at) < 0.0F || !hasCodes_) return true;
       changed = true;
+      if (scales_) scaled_.set(at, kNodata);
       aspect_.set(at, angleOf(codes_.get(at)));
       return true;
     });
@@ -264,6 +282,8 @@ class Flowing {
       elev_.set(at, -elevation);
       return true;
     });
+    if (scales_)
+      for (const At at : flat_.cells()) scaled_.set(at, kNodata);
     if (!walked) {
       fail(kFlatTag, "holdEdge in flagFlat");
       return false;
@@ -355,8 +375,9 @@ class Flowing {
   DEM_type& dem_;
   const bool keeps_ = dem_.flowMode.keepAngles;
   const bool smooths_ = dem_.flowMode.smoothingLength > 0;
+  const bool scales_ = scales(dem_);
   Lattice lattice_;
-  typename Lattice::template Cells<float> elev_, aspect_, smooth_;
+  typename Lattice::template Cells<float> elev_, aspect_, smooth_, scaled_;
   typename Lattice::template Cells<int8_t> codes_, leadsOut_;
   I1Grid_type leadsOutGrid_;
   bool hasCodes_ = false;  // `codes_` holds the codes of the flood
@@ -372,13 +393,14 @@ std::optional<int> flowOver(DEM_type& dem, R4Grid_type& smooth, I1Grid_type* cod
   return flowing.run();
 }
 
-/// The aspects of the smoothed surface. The signs that mark the elevations are put back afterwards.
-int smoothAspects(DEM_type& dem, R4Grid_type& smooth) {
+/// The aspects of the surface smoothed over a length. The signs that mark the elevations are put back
+/// afterwards.
+int smoothAspects(DEM_type& dem, double metres, R4Grid_type& smooth) {
   if (CreateGrid(smooth,
                  {.like = &dem.elev, .nodata = kNodata, .setCells = false, .onDisk = dem.elev.onDisk}) !=
       kSuccess)
     return kFailure;
-  const auto length = static_cast<float>(dem.flowMode.smoothingLength);
+  const auto length = static_cast<float>(metres);
   const auto negate = [](int32_t, std::span<float> cells) {
     for (float& cell : cells)
       if (cell != 0.0F) cell = -cell;
@@ -400,7 +422,9 @@ int flow(DEM_type& dem, I1Grid_type* codes) {
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
   putMessage(" Defining flow directions");
   R4Grid_type smooth;
-  if (dem.flowMode.smoothingLength > 0 && smoothAspects(dem, smooth) != kSuccess)
+  const FlowMode& mode = dem.flowMode;
+  if ((mode.smoothingLength > 0 && smoothAspects(dem, mode.smoothingLength, smooth) != kSuccess) ||
+      (scales(dem) && smoothAspects(dem, mode.d8Length, dem.scaledAspect) != kSuccess))
     return fail(kTag, "Error calculating smoothed aspects");
   std::optional<int> result = flowOver<Bordered>(dem, smooth, codes);
   if (!result) result = flowOver<InPlace>(dem, smooth, codes);

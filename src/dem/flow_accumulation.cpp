@@ -69,35 +69,89 @@ class CodeFlow {
   typename Lattice::template Cells<int32_t> codes_;
 };
 
+// ---- what is added ----
+
+/// The values of the output grids.
+template <class Lattice>
+class GridAmounts {
+ public:
+  using At = typename Lattice::At;
+  using Target = AccumulatorArgs;
+
+  GridAmounts(const Lattice&, const AccumulatorArgs& args) : args_(args) {}
+
+  [[nodiscard]] bool open() {
+    return (args_.accum == nullptr || accum_.load(*args_.accum, 0.0F, kTag)) &&
+           (args_.DA == nullptr || area_.load(*args_.DA, 0.0F, kTag)) &&
+           (args_.DAR8 == nullptr || wideArea_.load(*args_.DAR8, 0.0, kTag));
+  }
+  void add(At at, At donor, float share) {
+    if (args_.accum != nullptr) accum_.set(at, accum_.get(at) + accum_.get(donor) * share);
+    if (args_.DA != nullptr) area_.set(at, area_.get(at) + area_.get(donor) * share);
+    if (args_.DAR8 != nullptr)
+      wideArea_.set(at, wideArea_.get(at) + wideArea_.get(donor) * static_cast<double>(share));
+  }
+  void store() const {
+    if (args_.accum != nullptr) accum_.store(*args_.accum);
+    if (args_.DA != nullptr) area_.store(*args_.DA);
+    if (args_.DAR8 != nullptr) wideArea_.store(*args_.DAR8);
+  }
+
+ private:
+  const AccumulatorArgs& args_;
+  typename Lattice::template Cells<float> accum_, area_;
+  typename Lattice::template Cells<double> wideArea_;
+};
+
+/// The values of vectors, one a cell.
+template <class Lattice>
+class VectorAmounts {
+ public:
+  using At = typename Lattice::At;
+  using Target = CellVectors;
+
+  VectorAmounts(const Lattice& lattice, const CellVectors& vectors) : lattice_(lattice), vectors_(vectors) {}
+
+  [[nodiscard]] bool open() const { return true; }
+  void add(At at, At donor, float share) {
+    const std::span<float> to = vectorOf(at);
+    const std::span<const float> from = vectorOf(donor);
+    for (std::size_t i = 0; i < to.size(); ++i) to[i] += from[i] * share;
+  }
+  void store() const {}
+
+ private:
+  [[nodiscard]] std::span<float> vectorOf(At at) const {
+    const ColRow cell = lattice_.place(at);
+    return vectors_.of(cell.col, cell.row);
+  }
+
+  const Lattice& lattice_;
+  const CellVectors& vectors_;
+};
+
 // ---- the walk ----
 
-/// Routes what the output grids hold. The value of a cell is complete once those of its donors are, whatever
+/// Routes amounts, `Amounts::Target`. The value of a cell is complete once those of its donors are, whatever
 /// the order of the cells; so the cells are taken as they become complete, and the additions of one cell in
 /// the order of its donors' codes. What is left lies in circles of directions or below one, and is walked
 /// upstream from each cell in row order, which cuts a circle where it closes.
-template <class Lattice, class Flow>
+template <class Lattice, class Flow, class Amounts>
 class Routing {
  public:
   using At = typename Lattice::At;
 
-  Routing(DEM_type& dem, const AccumulatorArgs& args)
-      : like_(args.useD8 ? static_cast<const Grid_Header&>(dem.D8) : dem.aspect),
-        lattice_(like_),
-        args_(args) {}
+  Routing(const Grid_Header& like, const typename Amounts::Target& target)
+      : like_(like), lattice_(like), amounts_(lattice_, target) {}
 
   [[nodiscard]] bool open(DEM_type& dem) {
-    return flow_.open(dem) && (args_.accum == nullptr || accum_.load(*args_.accum, 0.0F, kTag)) &&
-           (args_.DA == nullptr || area_.load(*args_.DA, 0.0F, kTag)) &&
-           (args_.DAR8 == nullptr || wideArea_.load(*args_.DAR8, 0.0, kTag)) &&
-           pending_.create(pendingGrid_, like_, kDone, kDone, kTag);
+    return flow_.open(dem) && amounts_.open() && pending_.create(pendingGrid_, like_, kDone, kDone, kTag);
   }
 
   [[nodiscard]] int run() {
     countDonors();
     if (!takeComplete() || !walkCircles()) return cannotAllocate(kTag, "holdCell");
-    if (args_.accum != nullptr) accum_.store(*args_.accum);
-    if (args_.DA != nullptr) area_.store(*args_.DA);
-    if (args_.DAR8 != nullptr) wideArea_.store(*args_.DAR8);
+    amounts_.store();
     return kSuccess;
   }
 
@@ -189,35 +243,30 @@ class Routing {
   void add(At at, int32_t code) {
     const At donor = lattice_.step(at, code);
     const float share = flow_.share(donor, opposite(code));
-    if (!(share > 0.0F)) return;
-    if (args_.accum != nullptr) accum_.set(at, accum_.get(at) + accum_.get(donor) * share);
-    if (args_.DA != nullptr) area_.set(at, area_.get(at) + area_.get(donor) * share);
-    if (args_.DAR8 != nullptr)
-      wideArea_.set(at, wideArea_.get(at) + wideArea_.get(donor) * static_cast<double>(share));
+    if (share > 0.0F) amounts_.add(at, donor, share);
   }
 
   const Grid_Header& like_;
   Lattice lattice_;
-  const AccumulatorArgs& args_;
   Flow flow_;
-  typename Lattice::template Cells<float> accum_, area_;
-  typename Lattice::template Cells<double> wideArea_;
+  Amounts amounts_;
   typename Lattice::template Cells<int8_t> pending_;
   I1Grid_type pendingGrid_;
   std::vector<At> ready_;
 };
 
-template <class Lattice, template <class> class Flow>
-std::optional<int> routeOver(DEM_type& dem, const AccumulatorArgs& args) {
-  Routing<Lattice, Flow<Lattice>> routing(dem, args);
+template <class Lattice, template <class> class Flow, template <class> class Amounts>
+std::optional<int> routeOver(DEM_type& dem, const Grid_Header& like,
+                             const typename Amounts<Lattice>::Target& target) {
+  Routing<Lattice, Flow<Lattice>, Amounts<Lattice>> routing(like, target);
   if (!routing.open(dem)) return std::nullopt;
   return routing.run();
 }
 
-template <template <class> class Flow>
-int route(DEM_type& dem, const AccumulatorArgs& args) {
-  std::optional<int> result = routeOver<Bordered, Flow>(dem, args);
-  if (!result) result = routeOver<InPlace, Flow>(dem, args);
+template <template <class> class Flow, template <class> class Amounts, class Target>
+int route(DEM_type& dem, const Grid_Header& like, const Target& target) {
+  std::optional<int> result = routeOver<Bordered, Flow, Amounts>(dem, like, target);
+  if (!result) result = routeOver<InPlace, Flow, Amounts>(dem, like, target);
   return result ? *result : fail(kTag, "CreateGrid failed for chkgrid");
 }
 
@@ -385,12 +434,18 @@ int accumulate(DEM_type& dem, const AccumulatorArgs& args) {
   if (checkArguments(dem, args) != kSuccess || findDirections(dem, args.useD8) != kSuccess ||
       prepare(dem, args) != kSuccess)
     return kFailure;
-  return args.useD8 ? route<CodeFlow>(dem, args) : route<AngleFlow>(dem, args);
+  return args.useD8 ? route<CodeFlow, GridAmounts>(dem, dem.D8, args)
+                    : route<AngleFlow, GridAmounts>(dem, dem.aspect, args);
 }
 
 }  // namespace
 
-int routeAlongAngles(DEM_type& dem, R4Grid_type& values) { return route<AngleFlow>(dem, {.accum = &values}); }
+int routeAlongAngles(DEM_type& dem, R4Grid_type& values) {
+  return route<AngleFlow, GridAmounts>(dem, dem.aspect, AccumulatorArgs{.accum = &values});
+}
+int routeAlongAngles(DEM_type& dem, const CellVectors& vectors) {
+  return route<AngleFlow, VectorAmounts>(dem, dem.aspect, vectors);
+}
 
 int accumulator(DEM_type& dem, const AccumulatorArgs& args) {
   const int status = accumulate(dem, args);

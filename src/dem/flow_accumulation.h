@@ -1,7 +1,9 @@
 #pragma once
 // Flow accumulation: what is released in every cell, routed downslope along D-infinity angles or D8 codes.
 
+#include <cstddef>
 #include <optional>
+#include <span>
 
 #include "dem/dem.h"
 
@@ -25,8 +27,22 @@ struct AccumulatorArgs {
 /// with it.
 int accumulator(DEM_type& dem, const AccumulatorArgs& args);
 
+/// A vector for every cell of the DEM: row after row from the north, the vectors one after the other.
+struct CellVectors {
+  std::span<float> values{};
+  std::size_t length = 0;  ///< of each vector
+  std::size_t cols = 0;    ///< of the DEM
+
+  [[nodiscard]] std::span<float> of(int32_t col, int32_t row) const {
+    const std::size_t cell = static_cast<std::size_t>(row - 1) * cols + static_cast<std::size_t>(col - 1);
+    return values.subspan(cell * length, length);
+  }
+};
+
 /// Routes what `values` holds, on the DEM's cells, along `DEM%aspect`, which must exist. 0, or -1 with a
 /// report.
 int routeAlongAngles(DEM_type& dem, R4Grid_type& values);
+/// The same for vectors, element by element with the same bits, in one walk.
+int routeAlongAngles(DEM_type& dem, const CellVectors& vectors);
 
 }  // namespace terrain

@@ -84,11 +84,13 @@ inline constexpr DemGrid aspect{.words = "aspect",
                                 .routine = "GetAspect in DEM_Module",
                                 .alreadyThere = "Called GetAspect, but aspect grid already exists",
                                 .what = "aspect"};
+inline constexpr DemGrid scaledAspect{
+    .words = "scaledAspect", .grid = &DEM_type::scaledAspect, .routine = "Flow in DEM_Module"};
 inline constexpr DemGrid pin{
     .words = "pin", .grid = &DEM_type::pin, .prefix = "pin_", .routine = "GetPin in DEM_Module"};
 inline constexpr DemGrid d8{.words = "D8", .grid = &DEM_type::D8, .routine = "GetD8 in DEM_Module"};
 
-inline constexpr std::array all{&elev, &grad, &plan, &prof, &bcon, &area, &aspect, &pin, &d8};
+inline constexpr std::array all{&elev, &grad, &plan, &prof, &bcon, &area, &aspect, &scaledAspect, &pin, &d8};
 
 }  // namespace dem_grids
 

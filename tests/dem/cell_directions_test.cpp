@@ -4,6 +4,7 @@
 
 #include "dem/categorical_accumulation.h"
 #include "dem/flow_accumulation.h"
+#include "foundation/memory.h"
 #include "support/dem_fixtures.h"
 
 namespace terrain::test {
@@ -74,6 +75,17 @@ TEST_P(CellDirections, CategoriesAreRoutedAsEachAloneIs) {
   ASSERT_EQ(bytes.size(), sizeof(float) * kCols * kRows * kHighest);
   std::vector<float> records(bytes.size() / sizeof(float));
   std::memcpy(records.data(), bytes.data(), bytes.size());
+  CategoryAmounts amounts;
+  ASSERT_EQ(CategoricalAccumulator(dem, categories, amounts), 0) << console_.text();
+  EXPECT_EQ(amounts.categories, kHighest);
+  EXPECT_EQ(amounts.values, records);
+  memoryLimits().largestBlock = 60'000;  // a row of records fits, all of them do not
+  EXPECT_EQ(CategoricalAccumulator(dem, categories, path), 0) << console_.text();
+  EXPECT_EQ(readBytes(path), bytes) << "group by group";
+  EXPECT_EQ(CategoricalAccumulator(dem, categories, amounts), -1);
+  EXPECT_TRUE(console_.has("Insufficient memory for catAccum")) << console_.text();
+  EXPECT_TRUE(amounts.values.empty());
+  memoryLimits().largestBlock.reset();
   for (int32_t category = 1; category <= kHighest; ++category) {
     R4Grid_type alone = emptyGrid<R4Grid_type>(kCols, kRows);
     fillWith(alone, [&](int32_t col, int32_t row) {

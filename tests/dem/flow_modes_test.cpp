@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <numeric>
 #include <random>
 
 #include "dem/flow_direction.h"
@@ -160,12 +161,21 @@ TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
   prepare(local, hills(4));
   DEM_type dem;
   prepare(dem, hills(4));
-  dem.flowMode.smoothingLength = 40;
+  dem.flowMode = {.smoothingLength = 40, .d8Length = 40};
   ASSERT_EQ(FlowDirection(local), 0);
+  EXPECT_FALSE(local.scaledAspect.GridExists());
   ASSERT_EQ(FlowDirection(dem), 0) << console_.text();
   EXPECT_EQ(cellsOf(dem.elev), cellsOf(local.elev));
   R4Grid_type smooth = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
   ASSERT_EQ(surfaceRasters(local.elev, 40.0F, {{&smooth, SurfaceMetric::aspect}}), 0);
+  EXPECT_EQ(cellsOf(dem.scaledAspect), cellsOf(dem.aspect));
+  // Another length for the codes alone leaves the angles as they are, and those of flats are the same.
+  DEM_type coded;
+  prepare(coded, hills(4));
+  coded.flowMode.d8Length = 40;
+  ASSERT_EQ(FlowDirection(coded), 0);
+  EXPECT_EQ(cellsOf(coded.aspect), cellsOf(local.aspect));
+  EXPECT_EQ(cellsOf(coded.scaledAspect), cellsOf(dem.aspect));
   int64_t taken = 0;
   int64_t refused = 0;
   for (int32_t row = 2; row < kSize; ++row)
@@ -200,37 +210,68 @@ TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
   EXPECT_GT(refused, 100);
 }
 
-/// The DEM turned or mirrored: cell (col, row) of the new one is `from(col, row)` of the old.
-using Turn = std::function<ColRow(int32_t, int32_t)>;
+/// The DEM turned or mirrored: cell (col, row) of the new one is `from(col, row)` of the old, and an angle a
+/// becomes offset + sign * a.
+struct Turn {
+  std::function<ColRow(int32_t, int32_t)> from;
+  double offset, sign;
+};
 
-TEST_P(FlowModes, TurningADemTurnsItsSurfaceAndItsCodes) {
-  // No two equal slopes or heights: order decides nothing.
-  R4Grid_type ground = hills(11);
-  DEM_type dem;
-  prepare(dem, std::move(ground));
-  const std::vector<float> raw = cellsOf(dem.elev);
-  ASSERT_EQ(FlowDirection(dem), 0);
-  const std::vector<float> surface = cellsOf(dem.elev);
+TEST_P(FlowModes, TurningADemWithoutTiesTurnsItsSurfaceAndItsAngles) {
+  // All heights differ, so that no two straight slopes of a cell are equal and no rim cells have one height
+  // but for those along passages.
+  std::vector<int32_t> order(static_cast<std::size_t>(kSize) * kSize);
+  std::iota(order.begin(), order.end(), 1);
+  std::mt19937 random(11);
+  for (std::size_t i = order.size() - 1; i > 0; --i) std::swap(order[i], order[random() % (i + 1)]);
   const auto at = [](ColRow cell) { return static_cast<std::size_t>((cell.row - 1) * kSize + cell.col - 1); };
+  const auto ground = [&](ColRow cell) {
+    const bool isHole = std::hypot(cell.col - 30, cell.row - 12) < 4;
+    return isHole ? kNodata : 0.013F * static_cast<float>(order[at(cell)]) + static_cast<float>(cell.row);
+  };
+  const auto conditioned = [&](DEM_type& dem, const std::function<ColRow(int32_t, int32_t)>& from) {
+    R4Grid_type grid = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
+    fillWith(grid, [&](int32_t col, int32_t row) { return ground(from(col, row)); });
+    prepare(dem, std::move(grid));
+    ASSERT_EQ(FlowDirection(dem), 0);
+  };
+  DEM_type dem;
+  conditioned(dem, [](int32_t col, int32_t row) { return ColRow{.col = col, .row = row}; });
+  const std::vector<float> surface = cellsOf(dem.elev);
+  const std::vector<float> angles = cellsOf(dem.aspect);
+  const double pi = std::numbers::pi;
   const Turn turns[] = {
-      [](int32_t col, int32_t row) { return ColRow{.col = kSize + 1 - col, .row = row}; },
-      [](int32_t col, int32_t row) { return ColRow{.col = col, .row = kSize + 1 - row}; },
-      [](int32_t col, int32_t row) { return ColRow{.col = row, .row = kSize + 1 - col}; },
+      {[](int32_t col, int32_t row) { return ColRow{.col = kSize + 1 - col, .row = row}; }, 0, -1},
+      {[](int32_t col, int32_t row) { return ColRow{.col = col, .row = kSize + 1 - row}; }, pi, -1},
+      {[](int32_t col, int32_t row) { return ColRow{.col = row, .row = kSize + 1 - col}; }, pi / 2, 1},
   };
   for (const Turn& turn : turns) {
     DEM_type turned;
-    R4Grid_type other = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
-    fillWith(other, [&](int32_t col, int32_t row) {
-      const float z = raw[at(turn(col, row))];
-      return z == 0.0F ? kNodata : z;
-    });
-    prepare(turned, std::move(other));
-    ASSERT_EQ(FlowDirection(turned), 0);
-    int64_t differing = 0;
-    for (int32_t row = 1; row <= kSize; ++row)
-      for (int32_t col = 1; col <= kSize; ++col)
-        if (std::abs(turned.elev.value(col, row, "") - surface[at(turn(col, row))]) > 2e-3F) ++differing;
-    EXPECT_LE(differing, kSize * kSize / 100) << "cells whose passages another order of equal heights moved";
+    conditioned(turned, turn.from);
+    int64_t moved = 0;
+    int64_t compared = 0;
+    for (int32_t row = 2; row < kSize; ++row)
+      for (int32_t col = 2; col < kSize; ++col) {
+        const float here = turned.elev.value(col, row, "");
+        bool isAlike = here == surface[at(turn.from(col, row))];
+        if (!isAlike) ++moved;
+        std::vector<float> around{here};
+        for (int32_t code = 1; code <= kDirections; ++code) {
+          const ColRow n = stepFrom({.col = col, .row = row}, code);
+          around.push_back(turned.elev.value(n.col, n.row, ""));
+          isAlike = isAlike && around.back() == surface[at(turn.from(n.col, n.row))] && around.back() > 0.0F;
+        }
+        // Passages are level: between equal neighbours the order of the codes decides.
+        std::ranges::sort(around);
+        if (!isAlike || std::ranges::adjacent_find(around) != around.end()) continue;
+        ++compared;
+        const double expected =
+            turn.offset + turn.sign * static_cast<double>(angles[at(turn.from(col, row))]);
+        const auto found = static_cast<double>(turned.aspect.value(col, row, ""));
+        EXPECT_NEAR(std::remainder(found - expected, 2 * pi), 0.0, 1e-5) << col << ' ' << row;
+      }
+    EXPECT_LE(moved, 10) << "cells whose passages another order of equal rim heights moved";
+    EXPECT_GT(compared, kSize * kSize / 4);
   }
 }
 
