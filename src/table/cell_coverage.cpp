@@ -38,7 +38,7 @@ bool CellCoverage::addRing(std::span<const Point> vertices) {
 bool CellCoverage::addEdge(Point from, Point to) {
   const bool forward = from.y < to.y || (from.y == to.y && from.x < to.x);
   if (!forward) std::swap(from, to);
-  if (from.y == to.y) return addLevel(from, to, forward);
+  if (from.y == to.y) return addLevel(from, to);
   const double lowX = std::min(from.x, to.x);
   const double highX = std::max(from.x, to.x);
   const double perRow = (to.x - from.x) / (to.y - from.y);
@@ -58,24 +58,23 @@ bool CellCoverage::addEdge(Point from, Point to) {
   return true;
 }
 
-/// A level edge covers nothing; its cells are touched.
-bool CellCoverage::addLevel(Point west, Point east, bool eastward) {
-  const double row = isWhole(west.y) && !eastward ? west.y : std::floor(west.y) + 1;
-  if (!(row >= 1 && row <= rows_)) return true;
-  const auto last = static_cast<int64_t>(std::ceil(std::min(east.x, cols_)));
-  for (auto col = static_cast<int64_t>(std::floor(std::max(west.x, 0.0))) + 1; col <= last; ++col)
-    if (!add(col, static_cast<int64_t>(row), 0, 0)) return false;
+/// A level edge has no span; it crosses its cells.
+bool CellCoverage::addLevel(Point west, Point east) {
+  const double row = std::floor(west.y) + 1;
+  if (isWhole(west.y) || !(row >= 1 && row <= rows_) || west.x == east.x) return true;
+  const double last = std::ceil(std::min(east.x, cols_));
+  for (double col = std::floor(std::max(west.x, 0.0)) + 1; col <= last; ++col)
+    if (!add(static_cast<int64_t>(row), col, 0, 0)) return false;
   return true;
 }
 
 /// The part of an edge in a row: `north` and `south` are its ends.
 bool CellCoverage::addInRow(int64_t row, Point north, Point south, bool southward) {
-  const double height = southward ? north.y - south.y : south.y - north.y;  // inside at the right hand
+  const double height = southward ? north.y - south.y : south.y - north.y;  // rings run clockwise
   if (north.x == south.x) {
-    const double col = isWhole(north.x) && southward ? north.x : std::floor(north.x) + 1;
-    if (col > cols_) return true;
-    if (col < 1) return add(0, row, height, 0);
-    return add(static_cast<int64_t>(col), row, height, height * (col - north.x));
+    const double col = std::ceil(north.x);
+    if (col < 1) return add(row, 0, height, 0, false);
+    return col > cols_ || add(row, col, height, height * (col - north.x), !isWhole(north.x));
   }
   const auto [west, east] = std::minmax(north.x, south.x);
   const auto spanTo = [&, west = west, east = east](double x) {
@@ -86,15 +85,14 @@ bool CellCoverage::addInRow(int64_t row, Point north, Point south, bool southwar
   if (west < 0) {
     x = std::min(east, 0.0);
     span = spanTo(x);
-    if (!add(0, row, span, 0)) return false;
+    if (!add(row, 0, span, 0, false)) return false;
   }
   const double end = std::min(east, cols_);
   while (x < end) {
     const double col = std::floor(x) + 1;
     const double next = std::min(col, end);
     const double spanned = spanTo(next);
-    if (!add(static_cast<int64_t>(col), row, spanned - span, (spanned - span) * (col - (x + next) / 2)))
-      return false;
+    if (!add(row, col, spanned - span, (spanned - span) * (col - (x + next) / 2))) return false;
     x = next;
     span = spanned;
   }
@@ -103,11 +101,12 @@ bool CellCoverage::addInRow(int64_t row, Point north, Point south, bool southwar
 
 /// Pieces of one cell are joined where they follow each other and, before more memory is taken, wherever they
 /// are, so that there are at most about twice as many as touched cells.
-bool CellCoverage::add(int64_t col, int64_t row, double span, double area) {
+bool CellCoverage::add(int64_t row, double col, double span, double area, bool crossed) {
   const uint64_t cell = static_cast<uint64_t>(row) << 32U | static_cast<uint64_t>(col);
   if (!pieces_.empty() && pieces_.back().cell == cell) {
     pieces_.back().span += span;
     pieces_.back().area += area;
+    pieces_.back().crossed = pieces_.back().crossed || crossed;
     return true;
   }
   if (pieces_.size() == pieces_.capacity()) {
@@ -117,7 +116,7 @@ bool CellCoverage::add(int64_t col, int64_t row, double span, double area) {
       return false;
   }
   merged_ = false;
-  pieces_.push_back({.cell = cell, .span = span, .area = area, .number = pieces_.size()});
+  pieces_.push_back({.cell = cell, .span = span, .area = area, .crossed = crossed, .number = pieces_.size()});
   return true;
 }
 
@@ -131,6 +130,7 @@ void CellCoverage::merge() {
     if (pieces_[i].cell == pieces_[kept].cell) {
       pieces_[kept].span += pieces_[i].span;
       pieces_[kept].area += pieces_[i].area;
+      pieces_[kept].crossed = pieces_[kept].crossed || pieces_[i].crossed;
     } else {
       pieces_[++kept] = pieces_[i];
     }

@@ -8,8 +8,8 @@
 // in anti-aliased scan conversion, e.g. Catmull 1978).
 //
 // Coordinates are in cells: x to the east from the west side of column 1, y to the south from the north
-// side of row 1. Rings that run clockwise on the map, with their inside at the right hand, count 1. Edges
-// beyond the lattice keep their spans, so that what lies around it covers it.
+// side of row 1. Rings that run clockwise on the map count 1. Edges beyond the lattice keep their spans, so
+// that what lies around it covers it.
 
 #include <cmath>
 #include <cstdint>
@@ -28,9 +28,9 @@ class CellCoverage {
   /// Adds the edges of a ring; the last vertex is joined to the first where they differ. False if there is no
   /// memory.
   [[nodiscard]] bool addRing(std::span<const Point> vertices);
-  /// Calls onEdge(col, row, share) for every cell of the lattice in which an edge has a length, row by row
-  /// from the west, and onInside(row, col1, col2) for the cells between them that the rings wind around. An
-  /// edge along a side of cells belongs to those at its right hand. `share` has no sign.
+  /// Calls onEdge(col, row, share) for every cell of the lattice that an edge crosses, row by row from the
+  /// west, and onInside(row, col1, col2) for the other cells that the rings wind around. An edge along the
+  /// sides of cells crosses none. `share` has no sign.
   template <class OnEdge, class OnInside>
   void visit(OnEdge onEdge, OnInside onInside) {
     merge();
@@ -48,11 +48,13 @@ class CellCoverage {
         next = 1;
         spans = 0;
       }
-      if (piece.col() > 0) {
+      if (piece.crossed) {
         inside(piece.col() - 1);
         onEdge(static_cast<int32_t>(piece.col()), static_cast<int32_t>(row), std::abs(spans + piece.area));
-        next = piece.col() + 1;
+      } else {
+        inside(piece.col());
       }
+      next = piece.col() + 1;
       spans += piece.span;
     }
     inside(static_cast<int64_t>(cols_));
@@ -64,6 +66,7 @@ class CellCoverage {
     uint64_t cell = 0;  ///< row and column, in the order of the rows
     double span = 0;
     double area = 0;
+    bool crossed = false;    ///< else the edges are on the cell's east side
     std::size_t number = 0;  ///< sums in a cell are made in the order of the edges
 
     [[nodiscard]] int64_t row() const { return static_cast<int64_t>(cell >> 32U); }
@@ -71,9 +74,9 @@ class CellCoverage {
   };
 
   [[nodiscard]] bool addEdge(Point from, Point to);
-  [[nodiscard]] bool addLevel(Point west, Point east, bool eastward);
+  [[nodiscard]] bool addLevel(Point west, Point east);
   [[nodiscard]] bool addInRow(int64_t row, Point north, Point south, bool southward);
-  [[nodiscard]] bool add(int64_t col, int64_t row, double span, double area);
+  [[nodiscard]] bool add(int64_t row, double col, double span, double area, bool crossed = true);
   void merge();
 
   double cols_, rows_;

@@ -33,9 +33,10 @@ int buffered(I8Grid_type& grid, double distance, int32_t value) { return grid.bu
 // ---- what is burned ----
 
 int failZero(std::string_view what) {
-  return reportError({.routine = kTag,
-                      .message1 = what,
-                      .message2 = "This rasterization algorithm uses zero to flag cells outside the polygon"});
+  return reportError(
+      {.routine = kTag,
+       .message1 = what,
+       .message2 = "This rasterization algorithm uses zero to flag cells outside the polygon"});
 }
 
 /// The number of the field that the values come from, 0 where they do not come from a field; sets the table's
@@ -171,7 +172,8 @@ class Lattice {
   Lattice(const Grid_Header& grid, bool snapToGrid) : grid_(grid), all_(snapToGrid) {}
 
   [[nodiscard]] Point operator()(double x, double y) const {
-    const double north = static_cast<double>(grid_.rows()) - toLine((y - grid_.ymin) / grid_.ycellsize, grid_.ycellsize);
+    const double north =
+        static_cast<double>(grid_.rows()) - toLine((y - grid_.ymin) / grid_.ycellsize, grid_.ycellsize);
     return {.x = toLine((x - grid_.xmin) / grid_.xcellsize, grid_.xcellsize), .y = north};
   }
 

@@ -92,14 +92,14 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
 
-  /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers, and those that
-  /// one of its edges only touches. A cell of which a polygon covers at least half stays with it; one of
-  /// which it covers less goes to the first that covers half. Cells that held neither 0 nor nodata before
-  /// stay as they are. Shares of cells are those of the rings together (table/cell_coverage.h): what rings
-  /// wind around, in either sense, is inside, and a hole is a ring of the other sense. Vertices within 0.005
-  /// map units of a lattice line, at most a twentieth of a cell, are on it. Rings are closed where they are
-  /// open. Nothing is burned outside the polygon's box but by the buffer. -1, with a report, before anything
-  /// is burned where an argument, a value or a vertex is no good.
+  /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers and those that
+  /// one of its edges crosses. A cell of which a polygon covers at least half stays with it; one of which it
+  /// covers less goes to the first that covers half. Cells that held neither 0 nor nodata before stay as they
+  /// are. Shares of cells are those of the rings together (table/cell_coverage.h): what rings wind around, in
+  /// either sense, is inside, and a hole is a ring of the other sense. Vertices within 0.005 map units of a
+  /// lattice line, at most a twentieth of a cell, are on it. Rings are closed where they are open. Nothing is
+  /// burned outside the polygon's box but by the buffer. -1, with a report, before anything is burned where
+  /// an argument, a value or a vertex is no good.
   int RasterizePoly(R4Grid_type& igrid, const PolygonRasterOptions& options);
   int RasterizePoly(I4Grid_type& igrid, const PolygonRasterOptions& options);
   int RasterizePoly(I8Grid_type& igrid, const PolygonRasterOptions& options);

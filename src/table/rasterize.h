@@ -44,7 +44,7 @@ struct PolygonRasterOptions {
   double buffer = 0;  ///< m; with `singleValue`, cells of 0 within this distance take it as well
   bool positiveIDonly = false;  ///< leaves out polygons whose ID is 0
   bool snapToGrid = false;      ///< moves every vertex to the nearest lattice point first
-  /// Leaves out cells of which the polygon covers less than half, if it has cells that no edge touches.
+  /// Leaves out cells of which the polygon covers less than half, if it has cells that no edge crosses.
   bool strictBoundary = false;
   int64_t firstRecord = 1;
   std::optional<int64_t> lastRecord{};  ///< absent: the last one
