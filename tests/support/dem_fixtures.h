@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dem/flow_direction.h"
 #include "support/grids.h"
 
 namespace terrain::test {
@@ -55,6 +56,19 @@ std::string showCells(G& grid) {
       out << cells[i];
   }
   return out.str();
+}
+
+/// A DEM in the working form, with the plan curvature of no curvature at all.
+inline void toWorkingForm(DEM_type& dem, R4Grid_type&& elevations) {
+  static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(elevations);
+  dem.onDisk = false;
+  dem.scratchUnit = 0;
+  dem.plan = emptyGrid<R4Grid_type>(elevations.cols(), elevations.rows(),
+                                    {.storage = elevations.onDisk ? Storage::disk : Storage::memory});
+  fillWith(dem.plan, [](int32_t, int32_t) { return 0.0F; });
+  dem.elev = std::move(elevations);
+  dem.aspect.onDisk = dem.elev.onDisk;
+  ASSERT_EQ(shiftElevations(dem), 0);
 }
 
 }  // namespace terrain::test
