@@ -17,6 +17,11 @@
 
 namespace terrain {
 
+class I4Grid_type;
+class I8Grid_type;
+class R4Grid_type;
+struct PolygonRasterOptions;
+
 struct PolygonWriteOptions {
   bool isFlag = false;  ///< only polygons whose flag is set; else the flags are set by what is written
   std::optional<int32_t> nodataOut{};  ///< written in the table for negative multiples of 9
@@ -86,6 +91,18 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   int SetPolyVertex(int64_t irec, int32_t index, double x, double y);
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
+
+  /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers and those that
+  /// one of its edges crosses. A cell of which a polygon covers at least half stays with it; one of which it
+  /// covers less goes to the first that covers half. Cells that held neither 0 nor nodata before stay as they
+  /// are. Shares of cells are those of the rings together (table/cell_coverage.h): what rings wind around, in
+  /// either sense, is inside, and a hole is a ring of the other sense. Vertices within 0.005 map units of a
+  /// lattice line, at most a twentieth of a cell, are on it. Rings are closed where they are open. Nothing is
+  /// burned outside the polygon's box but by the buffer. -1, with a report, before anything is burned where
+  /// an argument, a value or a vertex is no good.
+  int RasterizePoly(R4Grid_type& igrid, const PolygonRasterOptions& options);
+  int RasterizePoly(I4Grid_type& igrid, const PolygonRasterOptions& options);
+  int RasterizePoly(I8Grid_type& igrid, const PolygonRasterOptions& options);
 
  private:
   int write(std::string_view routine, std::string_view path, const PolygonWriteOptions& options, bool zForm);
