@@ -20,6 +20,7 @@
 #include "grid/storage.h"
 #include "table/line_path.h"
 #include "table/line_vectors.h"
+#include "table/part_ranges.h"
 #include "table/rasterize.h"
 
 namespace terrain {
@@ -176,7 +177,7 @@ int LineVectorType::TraceCells(int64_t irec, const Grid_Header& grid, std::vecto
     const CoveredArea area(grid);
     std::vector<ColRow> path;
     const bool held =
-        forEachPart(line.parts, std::min(x.size(), y.size()), [&](std::size_t begin, std::size_t end) {
+        forEachPart(line.parts, 1, std::min(x.size(), y.size()), [&](std::size_t begin, std::size_t end) {
           for (std::size_t i = begin; i + 1 < end; ++i) {
             const auto ends =
                 area.endsOf({.from = {.x = x[i], .y = y[i]}, .to = {.x = x[i + 1], .y = y[i + 1]}});

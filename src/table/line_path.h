@@ -1,13 +1,12 @@
 #pragma once
-// From the vertices of a line to the cells of a grid: its parts, the cells of the ends of a segment, and the
-// cells between them.
+// From the vertices of a line to the cells of a grid: the cells of the ends of a segment, and the cells
+// between them.
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "foundation/memory.h"
@@ -15,21 +14,6 @@
 #include "table/vector_table.h"
 
 namespace terrain {
-
-/// Calls use(begin, end) with the range of vertices, from 0, of each part of a line of `count` vertices;
-/// parts start at vertices counted from 1. False as soon as it is.
-template <class Use>
-bool forEachPart(std::span<const int32_t> partStarts, std::size_t count, Use use) {
-  const std::size_t parts = std::max<std::size_t>(partStarts.size(), 1);
-  const auto start = [&](std::size_t p) {
-    return p < partStarts.size() && p > 0 ? static_cast<std::size_t>(std::max(partStarts[p] - 1, 0)) : 0;
-  };
-  for (std::size_t part = 0; part < parts; ++part) {
-    const std::size_t end = part + 1 < parts ? std::min(start(part + 1), count) : count;
-    if (!use(start(part), end)) return false;
-  }
-  return true;
-}
 
 struct EndCells {
   ColRow from, to;

@@ -16,6 +16,7 @@
 #include "grid/storage.h"
 #include "table/line_path.h"
 #include "table/line_vectors.h"
+#include "table/part_ranges.h"
 #include "table/rasterize.h"
 
 namespace terrain {
@@ -132,7 +133,7 @@ bool forEachSegment(const SegmentType& line, const LineRasterOptions& options, B
     return Point{.x = line.x[vertex] + options.xShift, .y = line.y[vertex] + options.yShift};
   };
   const std::size_t count = std::min(line.x.size(), line.y.size());
-  return forEachPart(line.parts, count, [&](std::size_t begin, std::size_t end) {
+  return forEachPart(line.parts, 1, count, [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i + 1 < end; ++i) {
       const std::size_t from = options.reverseRing ? begin + end - 1 - i : i;
       if (!burn(Segment2D{.from = at(from), .to = at(options.reverseRing ? from - 1 : from + 1)}))

@@ -92,6 +92,27 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
 
+  // ---- geometry (table/polygon_geometry.cpp) ----
+  /// Signed area in map units: positive for clockwise rings, the sense of outer rings in a shapefile, so
+  /// holes count less. The rings are summed one by one in float64, around the mean of all vertices. -9999.0
+  /// for a bad record, 0 without vertices.
+  [[nodiscard]] double PolygonArea(int64_t irec) const;
+  /// A table of its own with the same columns and texts, geometry and polygons. Of a polygon the rings, box,
+  /// vertices, relative vertices and reference point are copied; elevations, measures, flag and value are
+  /// those of a new one. Status -1, after a report, and empty if there is no memory.
+  [[nodiscard]] PolyVectorType CopyPolygons() const;
+  /// The same for one polygon; with `angle`, in radians, its relative vertices are turned anticlockwise
+  /// around the reference point. `x` and `y` stay: `PlacePolygon` makes them anew. -1 for a bad record, which
+  /// gives an empty polygon, and, reported, where it cannot be turned.
+  PolygonType CopyPoly(int64_t irec, std::optional<double> angle = std::nullopt);
+  /// Replaces a record's polygon by a copy with its reference point at (x, y); where it has relative vertices
+  /// the vertices are made from them. Elevations and measures stay with as many vertices, else they go. The
+  /// first call makes `polygon`, of default records. -1 with a report for arrays that do not fit each other.
+  int PlacePolygon(int64_t irec, const PolygonType& source, double x, double y);
+  /// Removes a vertex, its elevation and measure. Both ends of a ring, which are one point, and the vertices
+  /// of a triangle stay: -1, reported.
+  int removePolyVertex(int64_t irec, int32_t index);
+
   /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers and those that
   /// one of its edges crosses. A cell of which a polygon covers at least half stays with it; one of which it
   /// covers less goes to the first that covers half. Cells that held neither 0 nor nodata before stay as they
