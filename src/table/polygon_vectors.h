@@ -50,6 +50,14 @@ struct ReferencePointOptions {
   bool relative = false;  ///< also `dx` and `dy`, the vertices relative to the point
 };
 
+/// Further outputs of `GetCDF`, in the order of the values; null for those not wanted.
+struct CdfOptions {
+  const R4Grid_type* grid2 = nullptr;     ///< of the same counts
+  std::vector<float>* values2 = nullptr;  ///< the values of `grid2`, nodata included
+  std::vector<int32_t>* cols = nullptr;   ///< the cells
+  std::vector<int32_t>* rows = nullptr;
+};
+
 /// The geometry is that of the grid that the polygons were read with; without one it has the extents of the
 /// file alone.
 struct PolygonArray : GridGeometry {
@@ -112,6 +120,19 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   /// Removes a vertex, its elevation and measure. Both ends of a ring, which are one point, and the vertices
   /// of a triangle stay: -1, reported.
   int removePolyVertex(int64_t irec, int32_t index);
+
+  // ---- values of grids within polygons (table/polygon_samples.cpp) ----
+  /// Sets the value of each polygon to the mean direction of the cells of `aspect` (radians, 0 or more) that
+  /// it gets (`RasterizePoly` with `strictBoundary`): the direction of the sums of their sines and cosines,
+  /// in float32 and row order, from 0 to 2 pi. Where no cell has an aspect, or both sums are 0, the value
+  /// stays. 0, or -1 with a report.
+  int getAspect(const R4Grid_type& aspect);
+  /// The values, ascending, of the cells of `grid` that a polygon gets (`RasterizePoly`), those without data
+  /// left out: value k of n stands at the cumulative share k / n. Of equal values the first in row order
+  /// comes first. Empty, and 0, where the polygon is not wholly within the area that the cells cover. -1, and
+  /// empty, for a bad record or, reported, where the cells cannot be found.
+  int GetCDF(int64_t irec, const R4Grid_type& grid, std::vector<float>& values,
+             const CdfOptions& options = {});
 
   /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers and those that
   /// one of its edges crosses. A cell of which a polygon covers at least half stays with it; one of which it
