@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "dem/grids.h"
+#include "dem/input_lines.h"
 #include "dem/operations.h"
 #include "foundation/file_names.h"
 #include "foundation/messages.h"
@@ -13,7 +14,6 @@
 #include "grid/float_raster.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
-#include "table/line_vectors.h"
 #include "table/rasterize.h"
 
 namespace terrain {
@@ -56,9 +56,8 @@ int readMaskRaster(const DEM_type& dem, std::string_view name, I4Grid_type& cell
 int burnMaskLines(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
   putMessage("Reading channel mask shapefile " + std::string(name));
   LineVectorType lines;
-  if (ReadPolylineShapefile(lines, name) != kSuccess)
-    return fail(kTag, "ReadPolylineShapefile failed for " + std::string(name));
-  if (dem.feetConverted) lines.ConvertToMeters();
+  const LineTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
+  if (readLines(dem, name, lines, failure) != kSuccess) return kFailure;
   putMessage("Rasterizing channel mask");
   if (lines.Rasterize(cells, {.ival = 1}) == kSuccess) return kSuccess;
   return fail(kTag, "Rasterize failed for channel mask");

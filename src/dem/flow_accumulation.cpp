@@ -1,12 +1,11 @@
 #include "dem/flow_accumulation.h"
 
-#include <array>
 #include <cmath>
 #include <cstdlib>
 
 #include "dem/lattice.h"
+#include "dem/receivers.h"
 #include "foundation/numbers.h"
-#include "grid/neighbours.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
 
@@ -15,59 +14,6 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kTag = "accumulator in DEM_Module";
-
-// ---- directions ----
-
-/// A cell's flow goes to at most two neighbours, one beside the other. `first` counts them clockwise from
-/// north; -1: there is none.
-constexpr std::array<int32_t, 9> kClockwise{3, 2, 1, 8, 7, 6, 5, 4, 3};
-
-/// Receivers of a D-infinity angle.
-template <class Lattice>
-class AngleFlow {
- public:
-  using At = typename Lattice::At;
-
-  [[nodiscard]] bool open(DEM_type& dem) { return aspect_.load(dem.aspect, kNodata, kTag); }
-  [[nodiscard]] bool flows(At at) const { return aspect_.get(at) >= 0.0F; }
-  /// The share of the flow of `from` that goes in the direction of a code.
-  [[nodiscard]] float share(At from, int32_t code) const {
-    const float angle = aspect_.get(from);
-    return angle >= 0.0F ? FlowProportion(angle, opposite(code)) : 0.0F;
-  }
-  /// Calls use(code) for each neighbour that has a share in the flow of a cell.
-  template <class Use>
-  void forEachReceiver(At at, Use use) const {
-    constexpr double eighth = 0.7853981633974483;
-    const float angle = aspect_.get(at);
-    // Wedges reach an eighth of the circle to either side: of all the others the share is 0.
-    const auto first = static_cast<std::size_t>(static_cast<double>(angle) / eighth);
-    if (first >= kClockwise.size()) return;
-    for (const std::size_t k : {first, first + 1})
-      if (k < kClockwise.size() && FlowProportion(angle, opposite(kClockwise[k])) > 0.0F) use(kClockwise[k]);
-  }
-
- private:
-  typename Lattice::template Cells<float> aspect_;
-};
-
-/// Receivers of a D8 code.
-template <class Lattice>
-class CodeFlow {
- public:
-  using At = typename Lattice::At;
-
-  [[nodiscard]] bool open(DEM_type& dem) { return codes_.load(dem.D8, 0, kTag); }
-  [[nodiscard]] bool flows(At at) const { return codes_.get(at) > 0 && codes_.get(at) <= kDirections; }
-  [[nodiscard]] float share(At from, int32_t code) const { return codes_.get(from) == code ? 1.0F : 0.0F; }
-  template <class Use>
-  void forEachReceiver(At at, Use use) const {
-    use(codes_.get(at));
-  }
-
- private:
-  typename Lattice::template Cells<int32_t> codes_;
-};
 
 // ---- what is added ----
 
@@ -145,7 +91,8 @@ class Routing {
       : like_(like), lattice_(like), amounts_(lattice_, target) {}
 
   [[nodiscard]] bool open(DEM_type& dem) {
-    return flow_.open(dem) && amounts_.open() && pending_.create(pendingGrid_, like_, kDone, kDone, kTag);
+    return flow_.open(dem, kTag) && amounts_.open() &&
+           pending_.create(pendingGrid_, like_, kDone, kDone, kTag);
   }
 
   [[nodiscard]] int run() {

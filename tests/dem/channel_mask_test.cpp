@@ -6,7 +6,6 @@
 
 #include "dem/flow_direction.h"
 #include "support/dem_fixtures.h"
-#include "table/line_vectors.h"
 
 namespace terrain::test {
 namespace {
@@ -19,26 +18,17 @@ constexpr float kGradient = 0.05F;
 class ChannelMaskTest : public InBothStorages {
  protected:
   void SetUp() override {
-    dem.elev = emptyGrid<R4Grid_type>(kCols, kRows, plan);
-    fillWith(dem.elev, [](int32_t col, int32_t row) {
+    R4Grid_type ground = emptyGrid<R4Grid_type>(kCols, kRows, plan);
+    fillWith(ground, [](int32_t col, int32_t row) {
       return row == 1 ? kNodata : 100.0F - 0.5F * static_cast<float>(col);
     });
-    static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(dem.elev);
-    dem.onDisk = false;
-    dem.scratchUnit = 0;
+    takeElevations(dem, std::move(ground));
     dem.grad = emptyGrid<R4Grid_type>(kCols, kRows, plan);
     fillWith(dem.grad, [](int32_t col, int32_t) { return col == 5 ? 0.5F : kGradient; });
     R4Grid_type raster = emptyGrid<R4Grid_type>(kCols, kRows, {});
     fillWith(raster, [](int32_t, int32_t row) { return row == 6 ? 1.0F : kNodata; });
     ASSERT_EQ(raster.WritefltR4(scratch_.path("mask")), 0);
-    LineVectorType lines;
-    const AttributeType id[] = {
-        AttributeType{.name = "ID", .dataType = "I4", .outFlag = true, .shpFlag = true}};
-    ASSERT_EQ(NewDataTable(lines, {.attributeList = id, .numRecords = 1}), 0);
-    ASSERT_EQ(lines.initializeSegments(), 0);
-    ASSERT_EQ(lines.setSegmentXY(1, std::vector<double>{900, 1300}, std::vector<double>{2055, 2055}), 0);
-    lines.segment[0].flag = true;
-    ASSERT_EQ(lines.WriteShapefile(scratch_.path("lines")), 0) << console_.text();
+    writeLines(scratch_.path("lines"), {{{900, 2055}, {1300, 2055}}});
     ASSERT_EQ(shiftElevations(dem, 4.0, 0.1), 0);
     before = cellsOf(dem.elev);
   }

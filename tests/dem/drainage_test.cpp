@@ -34,14 +34,10 @@ R4Grid_type heights(const Plan& plan, Storage storage) {
 
 /// A DEM in the working form, with the plan curvature of no curvature at all.
 void prepare(DEM_type& dem, R4Grid_type&& elevations) {
-  static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(elevations);
-  dem.onDisk = false;
-  dem.scratchUnit = 0;
   dem.plan = emptyGrid<R4Grid_type>(elevations.cols(), elevations.rows(),
                                     {.storage = elevations.onDisk ? Storage::disk : Storage::memory});
   fillWith(dem.plan, [](int32_t col, int32_t row) { return std::sin(col * 1.7 + row * 2.3); });
-  dem.elev = std::move(elevations);
-  dem.aspect.onDisk = dem.DA.onDisk = dem.D8.onDisk = dem.elev.onDisk;
+  takeElevations(dem, std::move(elevations));
   ASSERT_EQ(shiftElevations(dem), 0);
 }
 
