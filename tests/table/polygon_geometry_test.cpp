@@ -1,7 +1,6 @@
 // Areas, copies, turned and placed polygons, vertices removed.
 
 #include <numbers>
-#include <random>
 
 #include "shape_support.h"
 #include "support/grids.h"
@@ -45,30 +44,6 @@ TEST_F(PolygonGeometry, AreasHaveTheSignOfTheRings) {
   EXPECT_EQ(areaOf({}, {}, {}), 0.0);
   EXPECT_EQ(areaOf({7}, {7}), 0.0);
   EXPECT_EQ(table.PolygonArea(3), -9999.0);
-}
-
-TEST_F(PolygonGeometry, AnAreaHasTheBitsOfThePlainSum) {
-  std::mt19937 random(3);
-  std::uniform_real_distribution<double> unit(0, 1);
-  for (int trial = 0; trial < 20; ++trial) {
-    Numbers x(50), y(50);
-    for (std::size_t i = 0; i < x.size(); ++i) {
-      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / 49;
-      x[i] = 4e5 + 100 * std::cos(angle) * (0.5 + unit(random));
-      y[i] = 5e6 + 100 * std::sin(angle) * (0.5 + unit(random));
-    }
-    x[49] = x[0];
-    y[49] = y[0];
-    double meanX = 0, meanY = 0, sum = 0;
-    for (std::size_t i = 0; i < 49; ++i) meanX += x[i];
-    for (std::size_t i = 0; i < 49; ++i) meanY += y[i];
-    Numbers dx = x, dy = y;
-    for (double& each : dx) each -= meanX / 49;
-    for (double& each : dy) each -= meanY / 49;
-    for (std::size_t i = 0; i < 49; ++i) sum += dx[i + 1] * dy[i] - dx[i] * dy[i + 1];
-    EXPECT_EQ(areaOf(x, y), sum * 0.5);
-    EXPECT_GT(sum, 0);
-  }
 }
 
 TEST(PolygonPeers, AreasAreThoseOfOgr) {
