@@ -201,7 +201,7 @@ int Calibrate(DEM_type& dem, const CalibrationSettings& settings) {
   Attempt attempt{dem.status};
   if (!dem.DEMexists()) return fail(kTag, "Must create DEM prior to calling this subroutine");
   if (findInputs(dem, settings) != kSuccess) return kFailure;
-  const std::string ids = std::string(stripped(dem.demID)) + std::string(stripped(dem.dataID));
+  const std::string ids = identifiersOf(dem);
   Histograms histograms;
   if (makeThresholds(dem, settings, ids, histograms) != kSuccess ||
       writeTables(dem, settings, ids, histograms) != kSuccess)

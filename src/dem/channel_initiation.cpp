@@ -7,6 +7,7 @@
 
 #include "dem/grids.h"
 #include "dem/lattice.h"
+#include "dem/naming.h"
 #include "dem/node_file.h"
 #include "foundation/memory.h"
 #include "foundation/messages.h"
@@ -343,7 +344,7 @@ int checkInputs(DEM_type& dem, const InitiationSettings& settings) {
 }
 
 std::string fileBeside(const DEM_type& dem, const std::string& given, std::string_view prefix) {
-  return given.empty() ? dem.path + std::string(prefix) + dem.demID + dem.dataID : given;
+  return given.empty() ? dem.path + std::string(prefix) + identifiersOf(dem) : given;
 }
 
 /// Contributing cells have no value where there is no land.
