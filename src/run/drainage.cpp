@@ -78,6 +78,7 @@ void loadGradient(DrainageRun& run) {
   const double length = run.gradientLength > 0 ? run.gradientLength : run.curvatureLength;
   if (length > 0) {
     putMessage("Filling gradient raster");
+    run.initiation.gradientLength = length;
     dem.grad = measured(dem, length, &DEM_type::GetSlope);
     if (dem.grad.status != kSuccess) stopRun("Error filling gradient raster");
   } else if (dem.GetGrad() != kSuccess) {

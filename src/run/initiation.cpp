@@ -132,7 +132,8 @@ int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const VersionSta
     if (Calibrate(dem, {.Smin = criteria.lowGradient,
                         .Smax = criteria.highGradient,
                         .Alpha = criteria.slopeExponent,
-                        .specificArea = plan.specificArea}) != kSuccess)
+                        .specificArea = plan.specificArea,
+                        .gradLength = plan.gradientLength}) != kSuccess)
       return kFailure;
   }
   if (!plan.findsChannels()) return kSuccess;

@@ -31,7 +31,8 @@ struct InitiationPlan {
   bool specificArea = true;
   bool noChannels = false;
   bool calibrate = false;
-  std::string accumulationName{};  ///< blank: beside the DEM
+  std::optional<double> gradientLength{};  ///< at which the gradient was measured, metres, for the table
+  std::string accumulationName{};          ///< blank: beside the DEM
 
   /// True where channels are to be found.
   [[nodiscard]] bool findsChannels() const {
