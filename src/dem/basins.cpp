@@ -73,8 +73,8 @@ int fillShares(DEM_type& dem, R4Grid_type& P, ColRow start) {
     if (others > 0) return false;
     double sum = 0;
     flow.forEachReceiver(at, [&](int32_t code) {
-      sum += static_cast<double>(flow.share(at, code)) *
-             static_cast<double>(shares.get(lattice.step(at, code)));
+      sum +=
+          static_cast<double>(flow.share(at, code)) * static_cast<double>(shares.get(lattice.step(at, code)));
     });
     shares.set(at, static_cast<float>(sum));
     --left;
@@ -115,7 +115,8 @@ int delineateBasin(DEM_type& dem, R4Grid_type& P, const PourPoint& at) {
   std::optional<ColRow> start;
   if (resolve(dem, at, kTag, start) != kSuccess) return kFailure;
   if (dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
-  if (!SameGridGeometry(dem, dem.aspect)) return fail(kTag, "The directions have another extent than the DEM");
+  if (!SameGridGeometry(dem, dem.aspect))
+    return fail(kTag, "The directions have another extent than the DEM");
   if (CreateGrid(P, {.like = &dem.aspect, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "CreateGrid failed for P");
   if (!start || fillShares(dem, P, *start) == kSuccess) return attempt.succeed();

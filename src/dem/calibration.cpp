@@ -145,7 +145,8 @@ int makeThresholds(const DEM_type& dem, const CalibrationSettings& settings, con
 // ---- the tables ----
 
 /// `side` is "greater" or "less".
-void writeTable(TextFile& text, const Histogram& histogram, std::string_view side, float cellsize, float Smin) {
+void writeTable(TextFile& text, const Histogram& histogram, std::string_view side, float cellsize,
+                float Smin) {
   constexpr float kKilometresPerStep = 0.0012071069F;  // the mean of a straight and a diagonal step, of 1 m
   text.writeLine("Slopes " + std::string(side) + " than smin");
   text.writeLine("AREA,CHANNEL_DENSITY");

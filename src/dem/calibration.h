@@ -9,9 +9,9 @@
 namespace terrain {
 
 struct CalibrationSettings {
-  float Smin = 0.0F;   ///< tangent; steeper cells have a table of their own
-  float Smax = 0.0F;   ///< tangent; named in the table, no more
-  float Alpha = 2.0F;  ///< exponent of the gradient
+  float Smin = 0.0F;         ///< tangent; steeper cells have a table of their own
+  float Smax = 0.0F;         ///< tangent; named in the table, no more
+  float Alpha = 2.0F;        ///< exponent of the gradient
   bool specificArea = true;  ///< the area is divided by the contour length
   /// Length scales in the names of the area and gradient rasters, metres, where the DEM does not hold the
   /// grids. Without the first the area has no length in its name, without the second that of the DEM counts.

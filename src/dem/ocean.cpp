@@ -39,7 +39,8 @@ void maskCells(const DEM_type& dem, float minElevation, Elevations elevations, C
     if (coast.get(col, row) != 0) return false;
     for (const int32_t code : {1, 3, 5, 7}) {
       const ColRow side = stepFrom({.col = col, .row = row}, code);
-      if (elev.contains(side) && coast.get(side.col, side.row) == 0 && isLand(side.col, side.row)) return true;
+      if (elev.contains(side) && coast.get(side.col, side.row) == 0 && isLand(side.col, side.row))
+        return true;
     }
     return false;
   };
@@ -64,8 +65,7 @@ int MaskOcean(DEM_type& dem, std::string_view coastline, float minElevation) {
   withCells(coast, kTag, [&](auto coastView) {
     if (coastCells(dem, coastView) == 0) putMessage("  The coastline does not overlap the DEM");
     putMessage("  Got interior");
-    withCells(dem.elev, kTag,
-              [&](auto elevations) { maskCells(dem, minElevation, elevations, coastView); });
+    withCells(dem.elev, kTag, [&](auto elevations) { maskCells(dem, minElevation, elevations, coastView); });
   });
   return attempt.succeed();
 }

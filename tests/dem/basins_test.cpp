@@ -39,7 +39,9 @@ class BasinTest : public InBothStorages {
   }
   /// The shares, repeated over all cells until none changes.
   std::vector<float> plainShares(ColRow pour) {
-    const auto at = [](int32_t col, int32_t row) { return static_cast<std::size_t>((row - 1) * kCols + col - 1); };
+    const auto at = [](int32_t col, int32_t row) {
+      return static_cast<std::size_t>((row - 1) * kCols + col - 1);
+    };
     std::vector<float> shares(std::size_t{kCols} * kRows);
     shares[at(pour.col, pour.row)] = 1.0F;
     for (bool changed = true; changed;) {
@@ -139,7 +141,9 @@ TEST_P(BasinTest, DensitiesFallWithTheThresholdAndCountTheCells) {
   const std::string table = readBytes(scratch_.path("areathreshold_sitea.csv"));
   const std::size_t steep = table.find("Slopes greater than smin\nAREA,CHANNEL_DENSITY\n3981.072,30.17767\n");
   const std::size_t gentle = table.find("Slopes less than smin\nAREA,CHANNEL_DENSITY\n1.995262,120.7107\n");
-  EXPECT_NE(table.find("NOT using specific area\nSmin: 0.1000000\nSmax: 1.000000\nAlpha: 1.000000\n"), std::string::npos) << table;
+  EXPECT_NE(table.find("NOT using specific area\nSmin: 0.1000000\nSmax: 1.000000\nAlpha: 1.000000\n"),
+            std::string::npos)
+      << table;
   ASSERT_TRUE(steep < gentle && gentle != std::string::npos) << table;
   EXPECT_NE(table.find("3.981072,120.7107\n"), std::string::npos) << table;
   R4Grid_type threshold;
@@ -148,7 +152,9 @@ TEST_P(BasinTest, DensitiesFallWithTheThresholdAndCountTheCells) {
   dem.bcon = gridOf<R4Grid_type>("2 2 2 2\n2 2 2 2\n2 2 2 2", plan);
   settings = {.Smin = 1.0F};
   ASSERT_EQ(Calibrate(dem, settings), 0);
-  EXPECT_NE(readBytes(scratch_.path("areathreshold_sitea.csv")).find(" No DEM cells had a slope greater than 1.000000\nSlopes less"), std::string::npos);
+  EXPECT_NE(readBytes(scratch_.path("areathreshold_sitea.csv"))
+                .find(" No DEM cells had a slope greater than 1.000000\nSlopes less"),
+            std::string::npos);
   dem.grad.releaseStorage();
   dem.len_scale = -9999.0;
   EXPECT_EQ(Calibrate(dem, settings), -1);
