@@ -224,8 +224,7 @@ class Trencher {
       }
     if (count < 3 || top < 0.0F || !isGround(lowest)) return kSuccess;
     cells.resize(count);
-    if (!tryResize(distance, count) || !tryResize(profile, count))
-      return cannotAllocate(kLineTag, "profile");
+    if (!tryResize(distance, count) || !tryResize(profile, count)) return cannotAllocate(kLineTag, "profile");
     distance[0] = 0.0F;
     profile[0] = top;
     for (std::size_t i = 1; i < count; ++i) {
@@ -331,7 +330,8 @@ int forEachPart(const LineVectorType& lines, Cut cut) {
     const std::size_t parts = std::max<std::size_t>(line.parts.size(), 1);
     for (std::size_t p = 0; p < parts; ++p) {
       const std::size_t first = line.parts.empty() ? 0 : static_cast<std::size_t>(line.parts[p]) - 1;
-      const std::size_t next = p + 1 < line.parts.size() ? static_cast<std::size_t>(line.parts[p + 1]) - 1 : x.size();
+      const std::size_t next =
+          p + 1 < line.parts.size() ? static_cast<std::size_t>(line.parts[p + 1]) - 1 : x.size();
       if (cut(x.subspan(first, next - first), y.subspan(first, next - first)) != kSuccess) return kFailure;
     }
   }

@@ -14,16 +14,16 @@ namespace terrain {
 int checkZeros(R4Grid_type& elev, double radius);
 
 /// Lowers the cells that hold the points of a table: delimited text with the columns X, Y and CUT, the depth;
-/// without CUT a column VALUE has it. All are in the DEM's unit. Cells that several points fall in are lowered
-/// by each; points off the grid and on nodata change nothing. 0, or -1 with a report that names the first bad
-/// record, and the elevations as they were.
+/// without CUT a column VALUE has it. All are in the DEM's unit. Cells that several points fall in are
+/// lowered by each; points off the grid and on nodata change nothing. 0, or -1 with a report that names the
+/// first bad record, and the elevations as they were.
 int Excavate(DEM_type& dem, std::string_view file);
 
 struct LineExcavation {
-  std::string file{};          ///< a shapefile of lines
-  float radius = 0.0F;         ///< half the width of a trench, metres; 0 or less: the cell size
-  float minElevation = 0.0F;   ///< what is not above it is no ground
-  bool debug = false;          ///< writes the elevations as "lineExcavateChk" beside the DEM
+  std::string file{};         ///< a shapefile of lines
+  float radius = 0.0F;        ///< half the width of a trench, metres; 0 or less: the cell size
+  float minElevation = 0.0F;  ///< what is not above it is no ground
+  bool debug = false;         ///< writes the elevations as "lineExcavateChk" beside the DEM
 };
 
 /// Cuts a graded trench along each line, one after the other, from its higher end to the lowest point on it:

@@ -24,7 +24,7 @@ namespace terrain {
 namespace {
 
 constexpr std::string_view kTag = "SmoothRoadCrossings";
-constexpr int32_t kAlpha = 1;            ///< weights of the fits fall linearly with the distance
+constexpr int32_t kAlpha = 1;             ///< weights of the fits fall linearly with the distance
 constexpr float kNoDifference = kNodata;  ///< of a cell without data
 
 /// The surroundings of one point, as squares of the outer radius around it; cells are counted from 0.
@@ -148,11 +148,11 @@ class Crossing {
 
   /// The part of the square that lies on the grid.
   int store(R4Grid_type& elev, const Window& square) {
-    const Window part = elev.clipped(
-        {.col1 = square.col1, .col2 = square.col2, .row1 = square.row1, .row2 = square.row2});
+    const Window part =
+        elev.clipped({.col1 = square.col1, .col2 = square.col2, .row1 = square.row1, .row2 = square.row2});
     for (int32_t row = part.row1; row <= part.row2; ++row)
-      std::copy_n(ground_.begin() + static_cast<std::ptrdiff_t>(square.offsetOf(part.col1, row)), part.width(),
-                  test_.begin() + static_cast<std::ptrdiff_t>(part.offsetOf(part.col1, row)));
+      std::copy_n(ground_.begin() + static_cast<std::ptrdiff_t>(square.offsetOf(part.col1, row)),
+                  part.width(), test_.begin() + static_cast<std::ptrdiff_t>(part.offsetOf(part.col1, row)));
     return elev.setWindowR4(part, std::span(test_).first(part.cells()));
   }
 

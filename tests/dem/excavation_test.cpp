@@ -90,9 +90,18 @@ TEST_P(Excavation, TrenchesFollowTheGradeLine) {
   std::string rows;
   for (int i = 0; i < 7; ++i) rows += row;
   take(gridOf<R4Grid_type>(rows, plan));
-  writeLines(scratch_.path("line"), {{at(8, 4), {.x = at(5, 4).x, .y = at(5, 4).y + 1}, at(2, 4)}});  // from the low end
+  writeLines(scratch_.path("line"),
+             {{at(8, 4), {.x = at(5, 4).x, .y = at(5, 4).y + 1}, at(2, 4)}});  // from the low end
   ASSERT_EQ(ExcavateLine(dem, {.file = scratch_.path("line"), .radius = 20.0F}), 0) << console_.text();
-  const float expected[] = {11.0F, 10.0F - 0.5F * 0.1F, 9.0F - 0.5F * 4.075F, 7.925F, 8.0F - 0.5F * 4.075F, 5.975F, 6.0F - 0.5F * 1.025F, 5.0F, 5.0F};
+  const float expected[] = {11.0F,
+                            10.0F - 0.5F * 0.1F,
+                            9.0F - 0.5F * 4.075F,
+                            7.925F,
+                            8.0F - 0.5F * 4.075F,
+                            5.975F,
+                            6.0F - 0.5F * 1.025F,
+                            5.0F,
+                            5.0F};
   for (int32_t col = 1; col <= 9; ++col) {
     EXPECT_NEAR(z(col, 4), expected[col - 1], 1e-5F) << col;
     EXPECT_EQ(z(col, 2), old(col, 2)) << "the walls end at the radius";
@@ -112,7 +121,8 @@ TEST_P(Excavation, ATrenchThroughADamFallsToItsEndAndBadLinesChangeNothing) {
     return ExcavateLine(dem, {.file = scratch_.path("dam.shp"), .radius = 0.0F, .debug = true});
   };
   // Over nodata, beside the grid, and along a row of coordinates' one column.
-  ASSERT_EQ(cut({{at(5, 1), at(30, 3)}, {{0, 0}, {500, 500}}, {at(20, 5), at(20, 15)}}), 0) << console_.text();
+  ASSERT_EQ(cut({{at(5, 1), at(30, 3)}, {{0, 0}, {500, 500}}, {at(20, 5), at(20, 15)}}), 0)
+      << console_.text();
   EXPECT_EQ(cellsOf(dem.elev), before);
   EXPECT_TRUE(console_.has("Lines, or parts of lines, without a trench: 3"));
   writeBytes(scratch_.path("bad.shp"), "bad");
@@ -135,7 +145,8 @@ TEST_P(Excavation, ARoadNoLongerDamsItsValley) {
   plan.cellsize = 5;
   R4Grid_type ground = emptyGrid<R4Grid_type>(60, 50, plan);
   fillWith(ground, [](int32_t col, int32_t row) {
-    const double valley = 100 - 0.05 * col + 0.02 * std::abs(row - 25) + 2 * std::max(std::abs(row - 25) - 12, 0);
+    const double valley =
+        100 - 0.05 * col + 0.02 * std::abs(row - 25) + 2 * std::max(std::abs(row - 25) - 12, 0);
     return row < 3 ? -9999.0 : std::abs(col - 30) < 2 ? std::max(valley, 103.0) : valley;
   });
   take(std::move(ground));
@@ -176,7 +187,8 @@ TEST_P(Excavation, LowGroundOnOneLineTakesItsMean) {
   EXPECT_TRUE(console_.has("Created " + scratch_.path("crossingChk") + " .flt file"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Storages, Excavation, ::testing::Values(Storage::memory, Storage::disk), storageName);
+INSTANTIATE_TEST_SUITE_P(Storages, Excavation, ::testing::Values(Storage::memory, Storage::disk),
+                         storageName);
 
 }  // namespace
 }  // namespace terrain::test
