@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::string_view kInitTag = "SUBROUTINE Init_WD_mean in MODULE Filters";
 constexpr std::string_view kGridTag = "SUBROUTINE WDMeanGrid in MODULE Filters";
+constexpr std::string_view kFitTag = "SUBROUTINE WDMeanFit in MODULE Filters";
 constexpr std::string_view kCellTag = "SUBROUTINE WDMeanCell in MODULE Filters";
 
 std::optional<WdMeanSetup>& state() {
@@ -216,6 +217,7 @@ void forEachValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col,
 
 struct Plane {
   double a = 0, b = 0, c = 0;  ///< z = a + b * x + c * y
+  bool level = false;          ///< in place of a plane that is not determined
 };
 
 /// Weighted sums over the cells of a window.
@@ -248,7 +250,7 @@ struct Moments {
 /// The plane of the normal equations, solved by LAPACK's solver of symmetric indefinite systems (DSYSV).
 /// Where they are singular the plane is level, at the weighted mean.
 Plane fitPlane(const Moments& m) {
-  const Plane level{.a = m.z / m.one};
+  const Plane level{.a = m.z / m.one, .level = true};
   if (!m.determineAPlane()) return level;
   constexpr lapack_int n = 3;
   std::array<double, 9> matrix{m.one, 0, 0, m.x, m.xx, 0, m.y, m.xy, m.yy};  // upper triangle, by columns
@@ -261,9 +263,10 @@ Plane fitPlane(const Moments& m) {
   return info == 0 ? Plane{solution[0], solution[1], solution[2]} : level;
 }
 
-/// The value of the plane at the centre and the weighted mean of the residuals, in float64, rounded once.
+/// The plane, and as `value` the sum of its value at the centre and of the weighted mean of the residuals, in
+/// float64, rounded once.
 template <class Missing>
-float filteredValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, Missing missing) {
+WdMeanFit fitWindow(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t col, Missing missing) {
   Moments moments;
   forEachValue(setup, rows, col, missing, [&](double x, double y, double z, std::size_t at) {
     moments.add(x, y, z, setup.weightFit[at]);
@@ -275,7 +278,10 @@ float filteredValue(const WdMeanSetup& setup, WindowRows rows, std::ptrdiff_t co
     residuals += setup.weightMean[at] * (z - (plane.a + plane.b * x + plane.c * y));
     weights += setup.weightMean[at];
   });
-  return static_cast<float>(plane.a + residuals / weights);
+  return {.value = static_cast<float>(plane.a + residuals / weights),
+          .eastward = plane.b,
+          .northward = plane.c,
+          .level = plane.level};
 }
 
 }  // namespace
@@ -330,13 +336,24 @@ int WDMeanCell(const R4Grid_type& grid, double x, double y, float& filtered) {
   const WdMeanSetup& setup = *state();
   const std::size_t side = sideOf(setup);
   std::vector<float> window;
-  std::vector<const float*> rows;
-  if (!tryAllocate(window, side * side) || !tryAllocate(rows, side))
-    return cannotAllocate(kCellTag, "window");
+  if (!tryAllocate(window, side * side)) return cannotAllocate(kCellTag, "window");
   const int32_t half = setup.halfWidth;
   grid.ExtractR4Window(window, {cell->col - half, cell->col + half, cell->row - half, cell->row + half});
+  WdMeanFit fit;
+  if (WDMeanFit(window, grid.nodataValue(), fit) != kSuccess) return kFailure;
+  filtered = fit.value;
+  return kSuccess;
+}
+
+int WDMeanFit(std::span<const float> window, float nodata, WdMeanFit& fit) {
+  if (!state() || window.size() != sideOf(*state()) * sideOf(*state()))
+    return fail(kFitTag, "The window does not fit the filter");
+  const std::size_t side = sideOf(*state());
+  std::vector<const float*> rows;
+  if (!tryAllocate(rows, side)) return cannotAllocate(kFitTag, "window");
   for (std::size_t row = 0; row < side; ++row) rows[row] = window.data() + row * side;
-  filtered = filteredValue(setup, rows, half, missingIn(grid));
+  const auto missing = [nodata](float cell) { return cell == nodata || std::isnan(cell); };
+  fit = fitWindow(*state(), rows, state()->halfWidth, missing);
   return kSuccess;
 }
 
@@ -356,7 +373,7 @@ int WDMeanGrid(const R4Grid_type& input, R4Grid_type& output) {
     for (int32_t j = -half; j <= half; ++j) rows[static_cast<std::size_t>(j + half)] = window.row(row + j);
     for (std::size_t col = 0; col < cells.size(); ++col)
       if (isFiltered(cells[col]))
-        cells[col] = filteredValue(setup, rows, static_cast<std::ptrdiff_t>(col), missingIn(input));
+        cells[col] = fitWindow(setup, rows, static_cast<std::ptrdiff_t>(col), missingIn(input)).value;
     return kSuccess;
   };
   return attempt.end(RowPass(changing(output)).run(kGridTag, body));

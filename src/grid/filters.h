@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "grid/grid.h"
@@ -46,6 +47,17 @@ void ReleaseWDMean();
 /// Share of the area of the window cell at offsets (i, j) from the centre that a circle of radius `r`, in
 /// cells, around the centre covers.
 [[nodiscard]] double CellCoverage(int32_t i, int32_t j, double r);
+
+/// The surface that the filter fits to a window: value + eastward * i + northward * j at the cell i columns
+/// east and j rows north of the centre.
+struct WdMeanFit {
+  float value = 0;  ///< the filtered value of the centre; NaN where no cell of the circle has a value
+  double eastward = 0, northward = 0;
+  bool level = false;  ///< the cells lie on one point or one line: the weighted mean in place of a plane
+};
+/// Fits the window of the setup, which there must be: rows of cells from the north, of which those of nodata
+/// and NaN take no part. 0, or -1 with a report.
+int WDMeanFit(std::span<const float> window, float nodata, WdMeanFit& fit);
 
 /// The filtered value of the cell whose area holds a point; -9999.0 outside the grid and where the cell does
 /// not hold a value above 0. Sets the filter up, with the parameters that it has, for another cell size.
