@@ -179,13 +179,15 @@ constexpr Row kOwnWords[] = {
 const std::vector<Row>& keywords() {
   static const std::vector<Row> rows = [] {
     std::vector<Row> all;
-    all.reserve(std::size(kOwnWords) + DemWords::rows.size() + initiationKeywords().size());
+    all.reserve(std::size(kOwnWords) + DemWords::rows.size() + surfaceKeywords().size() +
+                initiationKeywords().size());
     const auto add = [&all](std::span<const Row> more) {
       for (const Row& row : more) all.push_back(row);
     };
     add(std::span(kOwnWords).first(1));
     add(DemWords::rows);
     add(std::span(kOwnWords).subspan(1));
+    add(surfaceKeywords());
     add(initiationKeywords());
     return all;
   }();

@@ -1,6 +1,6 @@
-// Keywords of the drainage program: repairs of the surface, and channel initiation.
+// Keywords of the drainage program: channel initiation.
 
-#include "foundation/file_names.h"
+#include "run/area_argument.h"
 #include "run/drainage.h"
 
 namespace terrain {
@@ -9,123 +9,6 @@ namespace {
 
 using Row = Keyword<DrainageRun>;
 using Value = KeywordValue<DrainageRun>;
-
-/// A raster or a shapefile, with or without its extension.
-bool parseArea(std::string& name, KeywordInput& input, std::string_view missing) {
-  if (!input.isHostText()) return false;
-  name = stripFileName(*input.text);
-  return rasterExists(name) || shapefileExists(name) || input.fail(std::string(missing) + name);
-}
-
-// ---- repairs of the surface ----
-
-constexpr Keyword<SeaPoint> kSeaWords[] = {
-    {.words = "X",
-     .value = KeywordValue<SeaPoint>::number<&SeaPoint::x>(),
-     .failure = "Error reading X for SET ZERO TO NODATA",
-     .meaning = "Map coordinate."},
-    {.words = "Y",
-     .value = KeywordValue<SeaPoint>::number<&SeaPoint::y>(),
-     .failure = "Error reading X for SET ZERO TO NODATA",
-     .meaning = "Map coordinate."},
-};
-constexpr Value kSea = [] {
-  Value value = Value::records<kSeaWords, &DrainageRun::repairs, &SurfaceRepairs::zeroSea>();
-  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
-    SeaPoint& point = run.repairs.zeroSea.emplace();
-    return parseArguments(kSeaWords, point, input) &&
-           ((point.x && point.y) || input.fail("Error reading X for SET ZERO TO NODATA"));
-  };
-  return value;
-}();
-
-bool parseHoleNodata(FillHolesArgs& args, KeywordInput& input) {
-  return detail::parseNumber(*input.text, {}, args.nodata);
-}
-constexpr Keyword<FillHolesArgs> kHoleWords[] = {
-    {.words = "MAXSIZE",
-     .value = KeywordValue<FillHolesArgs>::number<&FillHolesArgs::maxSize>({.least = 0}),
-     .failure = "Input file FILL DEM HOLES: cannot read maxSize value",
-     .standard = "1e6",
-     .meaning = "Over the cell size, the number of cells that no longer fits."},
-    {.words = "MINELEV|MIN ELEV|MINIMUM ELEVATION",
-     .value = KeywordValue<FillHolesArgs>::number<&FillHolesArgs::minVal>(),
-     .failure = "Input file FILL DEM HOLES: cannot read MINELEV value",
-     .unit = "m",
-     .standard = "0",
-     .meaning = "Elevations up to it are part of holes too."},
-    {.words = "NODATA|NODATA VALUE|NO_DATA|NO_DATA VALUE",
-     .value = KeywordValue<FillHolesArgs>::own<parseHoleNodata>("number"),
-     .failure = "Input file FILL DEM HOLES: cannot read NODATA value",
-     .standard = "-9999",
-     .meaning = "Elevation that is missing, as the DEM's own nodata is."},
-};
-
-bool parseNodataFile(NodataMask& mask, KeywordInput& input) {
-  return parseArea(mask.file, input, "Cannot find nodata mask ");
-}
-template <bool kInside>
-bool parseSide(NodataMask& mask, KeywordInput& input) {
-  mask.inside = (!input.text || textIsTrue(*input.text)) == kInside;
-  return true;
-}
-using MaskValue = KeywordValue<NodataMask>;
-constexpr Keyword<NodataMask> kNodataWords[] = {
-    {.words = "FILE|File|file",
-     .value = MaskValue::own<parseNodataFile>("raster or shapefile"),
-     .meaning = "Polygons, or cells other than 0."},
-    {.words = "", .value = MaskValue::own<parseNodataFile>("raster or shapefile"), .meaning = "The same."},
-    {.words = "INSIDE|Inside|inside",
-     .value = MaskValue::own<parseSide<true>>("yes or no", TakesValue::optionally),
-     .standard = "yes",
-     .meaning = "What the mask covers becomes nodata."},
-    {.words = "OUTSIDE|Outside|outside",
-     .value = MaskValue::own<parseSide<false>>("yes or no", TakesValue::optionally),
-     .meaning = "What it does not cover."},
-    {.words = "ELEVATION CUTOFF|Elevation Cutoff",
-     .value = MaskValue::number<&NodataMask::cutoff>(),
-     .failure = "Input file, Error reading ELEVATION CUTOFF for NODATA MASK",
-     .unit = "m",
-     .meaning = "Only elevations below it."},
-};
-constexpr Value kNodataMask = [] {
-  Value value = Value::records<kNodataWords, &DrainageRun::repairs, &SurfaceRepairs::nodataMasks>();
-  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
-    NodataMask& mask = run.repairs.nodataMasks.emplace_back();
-    return parseArguments(kNodataWords, mask, input) &&
-           (!mask.file.empty() || input.fail("Cannot find nodata mask "));
-  };
-  return value;
-}();
-
-bool parseCoastFile(Coastline& coast, KeywordInput& input) {
-  if (!input.isHostText()) return false;
-  coast.file = stripFileName(*input.text);
-  return shapefileExists(coast.file) || input.fail("Cannot find COASTLINE FILE", coast.file);
-}
-constexpr Keyword<Coastline> kCoastWords[] = {
-    {.words = "FILE",
-     .value = KeywordValue<Coastline>::own<parseCoastFile>("shapefile"),
-     .meaning = "Lines."},
-    {.words = "", .value = KeywordValue<Coastline>::own<parseCoastFile>("shapefile"), .meaning = "The same."},
-    {.words = "MIN ELEV|MINIMUM ELEVATION",
-     .value = KeywordValue<Coastline>::number<&Coastline::minElevation>(),
-     .failure = "Error reading MIN ELEV for COASTLINE FILE",
-     .unit = "m",
-     .standard = "0",
-     .meaning = "Land is higher."},
-};
-constexpr Value kCoast = [] {
-  Value value = Value::records<kCoastWords, &DrainageRun::repairs, &SurfaceRepairs::coastline>();
-  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
-    Coastline& coast = run.repairs.coastline.emplace();
-    return parseArguments(kCoastWords, coast, input) &&
-           (!coast.file.empty() || input.fail("FILE not specified for COASTLINE"));
-  };
-  return value;
-}();
-
-// ---- channel initiation ----
 
 template <auto Member>
 constexpr Value planNumber(const NumberRule& rule = {}) {
@@ -204,40 +87,6 @@ constexpr Value kLake = [] {
 }();
 
 constexpr Row kRows[] = {
-    {.words = "GRADIENT LENGTH SCALE",
-     .value = Value::number<&DrainageRun::gradientLength>({.least = 0}),
-     .unit = "m",
-     .standard = "CURVATURE LENGTH SCALE",
-     .meaning = "Radius of the circle on which the gradient is measured."},
-    {.words = "FLOOD ZERO TO NODATA",
-     .value = kSea,
-     .standard = "off",
-     .meaning = "Zeros that are connected to the zero at a point become nodata."},
-    {.words = "COASTLINE FILE",
-     .value = kCoast,
-     .standard = "none",
-     .meaning = "The sea outside the line becomes nodata."},
-    {.words = "FILL DEM HOLES|FILL HOLES",
-     .value = Value::records<kHoleWords, &DrainageRun::repairs, &SurfaceRepairs::holes>(),
-     .standard = "off",
-     .meaning = "Holes in the data get the lowest elevation of their rim."},
-    {.words = "SET NEGATIVE VALUES TO ZERO",
-     .value = Value::flag<&DrainageRun::repairs, &SurfaceRepairs::raiseNegatives>(),
-     .standard = "off",
-     .meaning = "Elevations below 0 become 0.",
-     .echo = "Negative values set to zero"},
-    {.words = "NODATA MASK",
-     .value = kNodataMask,
-     .standard = "none",
-     .meaning = "Ground that is taken out, any number of lines."},
-    {.words = "LOWER ZEROS",
-     .value = Value::flag<&DrainageRun::repairs, &SurfaceRepairs::lowerZeros>(),
-     .standard = "off",
-     .meaning = "Elevations of 0 become the lowest elevation."},
-    {.words = "ZERO IS NODATA",
-     .value = Value::flag<&DrainageRun::repairs, &SurfaceRepairs::zeroIsNodata>(),
-     .standard = "off",
-     .meaning = "Elevations of 0 are missing."},
     {.words = "AREA SLOPE THRESHOLD LOW GRADIENT|AREA SLOPE THRESHOLD - LOW GRADIENT",
      .value = planNumber<&InitiationPlan::areaLow>({.least = 0}),
      .failure = "Input file, Error reading AREA SLOPE THRESHOLD for LOW GRADIENT",

@@ -1,6 +1,7 @@
 #include "run/surface_repairs.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "dem/input_mask.h"
@@ -70,6 +71,23 @@ int replaceZeros(DEM_type& dem, float by) {
       kTag, [by](int32_t, std::span<float> cells) { std::ranges::replace(cells, 0.0F, by); });
 }
 
+int lowerGround(DEM_type& dem, const SurfaceRepairs& repairs) {
+  if (!repairs.crossings.file.empty() && SmoothRoadCrossings(dem, repairs.crossings) != kSuccess)
+    return kFailure;
+  if (!repairs.excavateFile.empty() && Excavate(dem, repairs.excavateFile) != kSuccess) return kFailure;
+  if (repairs.trenches.empty()) return kSuccess;
+  float lowest = 0;
+  if (lowestElevation(dem, repairs.zeroIsNodata, lowest) != kSuccess) return kFailure;
+  for (LineExcavation trench : repairs.trenches) {
+    putMessage("Excavating based on " + trench.file);
+    putMessage("  Buffer: ", trench.radius);
+    trench.minElevation =
+        std::nextafter(lowest, -std::numeric_limits<float>::max());  // the lowest cell is ground
+    if (ExcavateLine(dem, trench) != kSuccess) return fail(kTag, "excavateLine failed");
+  }
+  return kSuccess;
+}
+
 }  // namespace
 
 int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
@@ -84,9 +102,12 @@ int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
 }
 
 int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
+  if (repairs.zeroRadius > 0 && checkZeros(dem.elev, repairs.zeroRadius) != kSuccess)
+    return fail(kTag, "checkZeros failed");
   if (repairs.raiseNegatives && raiseNegatives(dem) != kSuccess) return kFailure;
   for (const NodataMask& mask : repairs.nodataMasks)
     if (applyMask(dem, mask) != kSuccess) return kFailure;
+  if (lowerGround(dem, repairs) != kSuccess) return kFailure;
   if (repairs.lowerZeros) {
     putMessage("Lowering zeros");
     float lowest = 0;

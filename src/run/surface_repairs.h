@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "dem/dem.h"
+#include "dem/excavation.h"
+#include "dem/road_crossings.h"
 #include "grid/region_args.h"
 
 namespace terrain {
@@ -33,13 +35,17 @@ struct SurfaceRepairs {
   std::optional<SeaPoint> zeroSea{};
   std::optional<Coastline> coastline{};
   std::optional<FillHolesArgs> holes{};
+  double zeroRadius = 0;  ///< metres; above 0: zeros without other data within it become nodata
   std::vector<NodataMask> nodataMasks{};
+  RoadCrossings crossings{};  ///< without a file there are none
+  std::string excavateFile{};
+  std::vector<LineExcavation> trenches{};
 };
 
 /// The repairs that come before gradient and curvature are measured: zeros that are connected to a point, the
 /// sea, holes. 0, or -1 with a report.
 int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs);
-/// Those that come after it: negative elevations, nodata masks, zeros.
+/// Those that come after it: nodata, negative elevations, roads, trenches, zeros.
 int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs);
 
 }  // namespace terrain

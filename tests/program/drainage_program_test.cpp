@@ -10,7 +10,7 @@
 #include "grid/directions.h"
 #include "grid/float_raster.h"
 #include "run/drainage.h"
-#include "support/grids.h"
+#include "support/dem_fixtures.h"
 #include "support/tools.h"
 
 namespace terrain::test {
@@ -192,6 +192,36 @@ TEST_F(DrainageProgram, ChannelsAreFoundByTheirThresholds) {
     EXPECT_NE(failed.text.find(text), std::string::npos) << failed.text;
   }
   EXPECT_EQ(raster("acc"), whole);
+}
+
+TEST_F(DrainageProgram, GroundIsLoweredAlongLinesAndAtPoints) {
+  R4Grid_type dem;
+  ASSERT_EQ(ReadGrid(dem, at("elev_site")), 0);
+  const Point cell = dem.ColRowToXY(30, 20);
+  const Point end = dem.ColRowToXY(42, 33);
+  writeBytes(at("cuts.csv"),
+             "X,Y,CUT\n" + std::to_string(cell.x + 1) + "," + std::to_string(cell.y + 1) + ",25\n");
+  writeLines(at("culvert"), {{cell, end}});
+  const std::string start = "DEM: elev_site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\n" + std::string(kOutputs);
+  ASSERT_EQ(run(start).status, 0);
+  const std::string usual = raster("cond");
+  const Outcome cut = run(start + "EXCAVATE FILE: cuts.csv\n");
+  ASSERT_EQ(cut.status, 0) << cut.text;
+  EXPECT_NE(raster("cond"), usual);
+  const Outcome trench = run(start + "EXCAVATE LINE: FILE = culvert, RADIUS = 10 m\n");
+  ASSERT_EQ(trench.status, 0) << trench.text;
+  EXPECT_NE(trench.text.find("Excavating based on culvert"), std::string::npos) << trench.text;
+  for (const auto& [line, text] :
+       {std::pair<std::string, std::string>{"EXCAVATE FILE: none.csv\n",
+                                            "Cannot file EXCAVATE FILE none.csv"},
+        {"LINE EXCAVATE: RADIUS = 3\n", "LINE EXCAVATE file not specified"},
+        {"EXCAVATE LINE: none\n", "Cannot find LINE EXCAVATE shapefile none"},
+        {"ROAD CROSSING FILE: none\n", "Cannot find CROSSING POINT SHAPEFILE none"},
+        {"ROAD CROSSING INNER RADIUS: wide\n", "Error reading ROAD CROSSING INNER RADIUS"}}) {
+    const Outcome failed = run(start + line);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.text.find(text), std::string::npos) << failed.text;
+  }
 }
 
 TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
