@@ -23,6 +23,7 @@
 #include "table/data_table.h"
 #include "table/field_content.h"
 #include "table/geometry.h"
+#include "table/line_parts.h"
 
 namespace terrain {
 
@@ -321,20 +322,18 @@ class Trencher {
   int64_t leftOut_ = 0;
 };
 
-/// Calls cut(x, y) for each part of each line. Ends at the first that is not 0.
-template <class Cut>
-int forEachPart(const LineVectorType& lines, Cut cut) {
+/// One trench after the other, for each part of each line.
+template <class Trenches>
+int cutAll(const LineVectorType& lines, Trenches& trencher) {
   for (const SegmentType& line : lines.segment) {
-    const std::span<const double> x(line.x);
-    const std::span<const double> y(line.y);
-    const std::size_t parts = std::max<std::size_t>(line.parts.size(), 1);
-    for (std::size_t p = 0; p < parts; ++p) {
-      const std::size_t first = line.parts.empty() ? 0 : static_cast<std::size_t>(line.parts[p]) - 1;
-      const std::size_t next =
-          p + 1 < line.parts.size() ? static_cast<std::size_t>(line.parts[p + 1]) - 1 : x.size();
-      if (cut(x.subspan(first, next - first), y.subspan(first, next - first)) != kSuccess) return kFailure;
-    }
+    const bool cut = forEachPart(line, [&](std::size_t begin, std::size_t end) {
+      const std::size_t count = end > begin ? end - begin : 0;
+      return trencher.cut(std::span(line.x).subspan(count > 0 ? begin : 0, count),
+                          std::span(line.y).subspan(count > 0 ? begin : 0, count)) == kSuccess;
+    });
+    if (!cut) return kFailure;
   }
+  if (trencher.leftOut() > 0) putMessage("Lines, or parts of lines, without a trench: ", trencher.leftOut());
   return kSuccess;
 }
 
@@ -356,11 +355,7 @@ int ExcavateLine(DEM_type& dem, const LineExcavation& settings) {
   const int status = withCells(dem.elev, kLineTag, [&](auto elevations) {
     return withCells(depths, kLineTag, [&](auto depthCells) {
       Trencher trencher(dem.elev, elevations, depthCells, walls, floorElev);
-      const int cut = forEachPart(
-          lines, [&](std::span<const double> x, std::span<const double> y) { return trencher.cut(x, y); });
-      if (trencher.leftOut() > 0)
-        putMessage("Lines, or parts of lines, without a trench: ", trencher.leftOut());
-      return cut;
+      return cutAll(lines, trencher);
     });
   });
   if (status != kSuccess) return kFailure;

@@ -15,6 +15,7 @@
 #include "grid/grid.h"
 #include "grid/line_cells.h"
 #include "grid/storage.h"
+#include "table/line_parts.h"
 #include "table/line_vectors.h"
 #include "table/rasterize.h"
 
@@ -149,21 +150,6 @@ class LineBurner {
   Point high_;
   std::vector<ColRow> path_;  // of one segment, kept for its room
 };
-
-/// The range of vertices, from 0, of each part.
-template <class Use>
-bool forEachPart(const SegmentType& line, Use use) {
-  const std::size_t count = std::min(line.x.size(), line.y.size());
-  const std::size_t parts = std::max<std::size_t>(line.parts.size(), 1);
-  for (std::size_t part = 0; part < parts; ++part) {
-    const auto start = [&](std::size_t p) {
-      return p < line.parts.size() && p > 0 ? static_cast<std::size_t>(std::max(line.parts[p] - 1, 0)) : 0;
-    };
-    const std::size_t end = part + 1 < parts ? std::min(start(part + 1), count) : count;
-    if (!use(start(part), end)) return false;
-  }
-  return true;
-}
 
 /// Calls `burn` with each segment of a line, shifted, in the order asked for; false as soon as it is.
 template <class Burn>
