@@ -115,7 +115,7 @@ int fillThresholds(const DEM_type& dem, const CalibrationSettings& settings, R4G
       cells[i] = kNodata;
       if (noArea(areas[i]) || areas[i] < 0.0F || noGradient(gradients[i])) continue;
       if (!contours.empty() && !(contours[i] > 0.0F)) continue;
-      const float area = contours.empty() ? areas[i] * cellsize : areas[i] / contours[i];
+      const float area = areas[i] * cellsize / (contours.empty() ? 1.0F : contours[i]);
       const float gradient = gradients[i];
       cells[i] = 0.0F;
       if (!(area > 0.0F) || !(gradient > 0.0F)) continue;
@@ -201,7 +201,7 @@ int Calibrate(DEM_type& dem, const CalibrationSettings& settings) {
   Attempt attempt{dem.status};
   if (!dem.DEMexists()) return fail(kTag, "Must create DEM prior to calling this subroutine");
   if (findInputs(dem, settings) != kSuccess) return kFailure;
-  const std::string ids = std::string(stripped(dem.demID)) + std::string(stripped(dem.dataID));
+  const std::string ids = identifiersOf(dem);
   Histograms histograms;
   if (makeThresholds(dem, settings, ids, histograms) != kSuccess ||
       writeTables(dem, settings, ids, histograms) != kSuccess)

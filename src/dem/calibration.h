@@ -19,9 +19,9 @@ struct CalibrationSettings {
 };
 
 /// For every cell with an area A and a gradient S above 0 the threshold at which it would begin a channel:
-/// A * S^Alpha, with A the contributing cells (`DEM%DA`) divided by the contour length in cell widths
-/// (`DEM%bcon`, made where it is not there), or, without `specificArea`, the area in square metres divided by
-/// the cell size. Times the cell size the former is in metres too. All other cells with data hold 0.
+/// A * S^Alpha, with A the contributing area (`DEM%DA`, in cells) in square metres over the cell size, and,
+/// with `specificArea`, over the contour length in cell widths (`DEM%bcon`, made where it is not there):
+/// metres, as the thresholds of `AccumulateFlow`. All other cells with data hold 0.
 ///
 /// Writes two files beside the DEM, named by `demID` and `dataID`: the raster of thresholds, "threshold_...",
 /// and "areathreshold_....csv": for the cells steeper than `Smin` and for the others a table of thresholds

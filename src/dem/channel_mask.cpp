@@ -5,6 +5,7 @@
 
 #include "dem/grids.h"
 #include "dem/input_lines.h"
+#include "dem/input_mask.h"
 #include "dem/operations.h"
 #include "foundation/file_names.h"
 #include "foundation/messages.h"
@@ -24,51 +25,24 @@ constexpr std::string_view kTag = "FlowDirection in DEM_Module";
 
 // ---- the cells of a mask ----
 
-/// The mask cell in which the reference point of each cell of the DEM lies.
-int readMaskRaster(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
-  putMessage("Reading channel mask .flt file");
-  diagnose("ReadGrid ichanI4");
-  I4Grid_type raster;
-  const auto failed = [name] {
-    return reportError({.routine = kTag,
-                        .code = kOwnWords,
-                        .message1 = "ReadGrid failed for ",
-                        .message2 = "ChannelMask file " + std::string(name)});
-  };
-  if (ReadGrid(raster, name, {.replaceNodata = true}) != kSuccess) return failed();
-  if (dem.feetConverted) FeetToMeters(raster);
-  if (!sameR8(raster.cellsize, dem.cellsize))
-    return fail(kTag, "The cell sizes of channel mask and DEM differ: " + std::string(name));
-  return withCells(raster, kTag, [&](auto mask) {
-    return withCells(cells, kTag, [&](auto to) {
-      for (int32_t row = 1; row <= cells.rows(); ++row)
-        for (int32_t col = 1; col <= cells.cols(); ++col) {
-          const Point at = cells.ColRowToXY(col, row);
-          const ColRow there = raster.XYtoColRow(at.x, at.y);
-          if (raster.contains(there.col, there.row))
-            to.set(col, row, mask.get(there.col, there.row) > 0 ? 1 : 0);
-        }
-      return kSuccess;
-    });
-  });
-}
-
 int burnMaskLines(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
   putMessage("Reading channel mask shapefile " + std::string(name));
   LineVectorType lines;
   const LineTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
   if (readLines(dem, name, lines, failure) != kSuccess) return kFailure;
+  if (CreateGrid(cells, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
+    return fail(kTag, "CreateGrid failed for ichan");
   putMessage("Rasterizing channel mask");
   if (lines.Rasterize(cells, {.ival = 1}) == kSuccess) return kSuccess;
   return fail(kTag, "Rasterize failed for channel mask");
 }
 
 int readMask(const DEM_type& dem, const ChannelMask& mask, I4Grid_type& cells) {
-  if (CreateGrid(cells, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
-    return fail(kTag, "CreateGrid failed for ichan");
-  const std::string name(trimmed(mask.file));
-  return rasterExists(stripExtension(name)) ? readMaskRaster(dem, stripExtension(name), cells)
-                                            : burnMaskLines(dem, stripExtension(name), cells);
+  const std::string name = stripExtension(trimmed(mask.file));
+  if (!rasterExists(name)) return burnMaskLines(dem, name, cells);
+  putMessage("Reading channel mask .flt file");
+  diagnose("ReadGrid ichanI4");
+  return readMaskRaster(dem, name, {.routine = kTag, .what = "channel mask"}, cells);
 }
 
 // ---- where digging is preferred ----

@@ -23,7 +23,7 @@
 #include "table/data_table.h"
 #include "table/field_content.h"
 #include "table/geometry.h"
-#include "table/line_parts.h"
+#include "table/part_ranges.h"
 
 namespace terrain {
 
@@ -163,8 +163,9 @@ class Trencher {
   Trencher(const R4Grid_type& elev, Elevations elevations, Depths depths, const Walls& walls, float floorElev)
       : elev_(elev), elevations_(elevations), depths_(depths), walls_(walls), floorElev_(floorElev) {}
 
+  /// One line, of a vertex at least.
   [[nodiscard]] int cut(std::span<const double> x, std::span<const double> y) {
-    bool passed = x.empty() || isFlat(x) || isFlat(y);
+    bool passed = isFlat(x) || isFlat(y);
     if (!passed && (trace(x, y) != kSuccess || findEnd(passed) != kSuccess)) return kFailure;
     if (passed) return ++leftOut_, kSuccess;
     if (findNodes() != kSuccess) return kFailure;
@@ -326,11 +327,13 @@ class Trencher {
 template <class Trenches>
 int cutAll(const LineVectorType& lines, Trenches& trencher) {
   for (const SegmentType& line : lines.segment) {
-    const bool cut = forEachPart(line, [&](std::size_t begin, std::size_t end) {
-      const std::size_t count = end > begin ? end - begin : 0;
-      return trencher.cut(std::span(line.x).subspan(count > 0 ? begin : 0, count),
-                          std::span(line.y).subspan(count > 0 ? begin : 0, count)) == kSuccess;
-    });
+    const std::span<const double> x(line.x);
+    const std::span<const double> y(line.y);
+    const bool cut =
+        forEachPart(line.parts, 1, std::min(x.size(), y.size()), [&](std::size_t begin, std::size_t end) {
+          return end <= begin ||
+                 trencher.cut(x.subspan(begin, end - begin), y.subspan(begin, end - begin)) == kSuccess;
+        });
     if (!cut) return kFailure;
   }
   if (trencher.leftOut() > 0) putMessage("Lines, or parts of lines, without a trench: ", trencher.leftOut());

@@ -27,12 +27,6 @@ constexpr std::string_view kFlatTag = "FlagFlat contained in Flow in DEM_Module"
 constexpr float kQuarter = 1.5707964F;
 constexpr float kEighth = 0.7853982F;
 
-/// The angle of a code: a multiple of pi / 4, rounded once to float32.
-[[nodiscard]] float angleOf(int32_t code) {
-  constexpr std::array<double, 9> eighths{0, 2, 1, 0, 7, 6, 5, 4, 3};  // entry 0 is not used
-  return static_cast<float>(eighths[static_cast<std::size_t>(code)] * std::numbers::pi / 4);
-}
-
 /// A triangle of a cell, a straight neighbour e1 and a diagonal one e2. The angle of a slope within it is
 /// base * pi / 2 + sign * r, with r from e1 toward e2.
 struct Facet {
@@ -137,7 +131,7 @@ class Flowing {
     const float here = level(at);
     const float least = lowestNeighbour(at);
     if (std::abs(least - here) < kLevel || here < least) {
-      if (const int32_t edge = edgeOf(at)) aspect_.set(at, angleOf(edge));
+      if (const int32_t edge = edgeOf(at)) aspect_.set(at, aspectOfCode(edge));
       ++flats_;
       return directFlat(at);
     }
@@ -159,7 +153,7 @@ class Flowing {
     const auto isLower = [&](int32_t code) { return level(lattice_.step(at, code)) < level(at); };
     const int32_t code = codeOfAspect(smooth);
     if (code == 0 || !isLower(code)) return local;
-    float beside = smooth - angleOf(code);  // clockwise of the direction of the code
+    float beside = smooth - aspectOfCode(code);  // clockwise of the direction of the code
     if (beside > std::numbers::pi_v<float>) beside -= full;
     if (std::abs(beside) <= onDirection) return smooth;
     const int32_t second = beside < 0.0F ? code % kDirections + 1 : code > 1 ? code - 1 : kDirections;
@@ -223,7 +217,7 @@ class Flowing {
       if (leadsOut(at) || elev_.get(at) < 0.0F || !hasCodes_) return true;
       changed = true;
       if (scales_) scaled_.set(at, kNodata);
-      aspect_.set(at, angleOf(codes_.get(at)));
+      aspect_.set(at, aspectOfCode(codes_.get(at)));
       return true;
     });
     if (changed && !findWays()) return false;
@@ -305,7 +299,7 @@ class Flowing {
       const At there = lattice_.step(at, code);
       const float flow = aspect_.get(there);
       if (!isLevel(there, level0) || !(flow >= 0.0F) || poursHere(flow, code)) continue;
-      aspect_.set(at, angleOf(code));
+      aspect_.set(at, aspectOfCode(code));
       return;
     }
     if (!hasCodes_) fail(kFlatTag, "Cannot drain one-cell flat");
@@ -339,7 +333,7 @@ class Flowing {
     const bool isOutlet = flat_.rankOf(i) < 1;
     const int32_t code = isOutlet ? wayOut(at, level0) : flat_.steepest(i);
     if (code > 0) {
-      aspect_.set(at, angleOf(code));
+      aspect_.set(at, aspectOfCode(code));
     } else if (hasCodes_) {
       return;  // its code will be taken
     } else if (isOutlet) {

@@ -78,6 +78,12 @@ std::string withSeparator(std::string_view path) {
   return text;
 }
 
+std::string identifiersOf(const DEM_type& dem) {
+  const std::string id(stripped(dem.demID));
+  const std::string data(stripped(dem.dataID));
+  return id == data ? id : id + data;
+}
+
 std::string identifierOf(std::string_view file) {
   const std::string name = fileNameOf(stripped(file));
   const std::size_t at = name.rfind('_');

@@ -32,4 +32,8 @@ inline constexpr std::string_view kElevPrefix = "elev_";
 /// -1, reported, where it cannot be read or cannot carry a raster.
 int readUsableHeader(DEM_type& dem, std::string_view name, std::string_view routine);
 
+/// What the names of files that belong to a DEM end in: its identifier and, where it differs, that of its
+/// data.
+[[nodiscard]] std::string identifiersOf(const DEM_type& dem);
+
 }  // namespace terrain

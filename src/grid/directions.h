@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <numbers>
 
 #include "grid/geometry.h"
 
@@ -51,6 +52,12 @@ inline constexpr DirectionTable rowOffset{0, 0, -1, -1, -1, 0, 1, 1, 1};
   constexpr std::array<int32_t, 9> byEighth{3, 2, 1, 8, 7, 6, 5, 4, 3};  // clockwise from north
   const float eighths = aspect / 0.7853982F + 0.5F;
   return eighths < static_cast<float>(byEighth.size()) ? byEighth[static_cast<std::size_t>(eighths)] : 0;
+}
+
+/// The aspect of a code: a multiple of pi / 4, rounded once to float32.
+[[nodiscard]] constexpr float aspectOfCode(int32_t code) {
+  constexpr std::array<double, 9> eighths{0, 2, 1, 0, 7, 6, 5, 4, 3};  // entry 0 is not used
+  return static_cast<float>(eighths[static_cast<std::size_t>(code)] * std::numbers::pi / 4);
 }
 
 }  // namespace terrain

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "grid/circle_fold.h"
+#include "grid/column_envelope.h"
 #include "grid/grid.h"
 #include "grid/missing.h"
 #include "grid/new_grid.h"
@@ -16,51 +17,6 @@ namespace {
 
 constexpr std::string_view kTag = "distanceTo in Grid_Module";
 constexpr float kOutOfReach = 1.0e30F;
-
-/// Squared distances, in cells, to the nearest marked cells of all columns from the distances within each
-/// column: the lower envelope of the parabolas (x - i)^2 + g(i)^2, in integers (Meijster, Roerdink and
-/// Hesselink 2000). Work does not depend on the distances.
-class ColumnEnvelope {
- public:
-  [[nodiscard]] bool open(std::size_t cols) { return tryAllocate(parts_, cols); }
-
-  /// Calls use(column, squared distance), columns from 0, where there is a mark; inColumn[i] above
-  /// `farthest` means that column i has none.
-  template <class Use>
-  void visit(std::span<const int64_t> inColumn, int64_t farthest, Use use) {
-    const auto squared = [&](int64_t x, int64_t i) {
-      const int64_t g = inColumn[static_cast<std::size_t>(i)];
-      return (x - i) * (x - i) + g * g;
-    };
-    const auto cols = static_cast<int64_t>(inColumn.size());
-    std::size_t used = 0;
-    for (int64_t u = 0; u < cols; ++u) {
-      if (inColumn[static_cast<std::size_t>(u)] > farthest) continue;
-      while (used > 0 &&
-             squared(parts_[used - 1].from, parts_[used - 1].column) > squared(parts_[used - 1].from, u))
-        --used;
-      if (used == 0) {
-        parts_[used++] = {.column = u, .from = 0};
-        continue;
-      }
-      // The last x at which the last parabola is not above the new one.
-      const int64_t i = parts_[used - 1].column;
-      const int64_t last = (squared(0, u) - squared(0, i)) / (2 * (u - i));
-      if (last + 1 < cols) parts_[used++] = {.column = u, .from = last + 1};
-    }
-    for (int64_t x = cols - 1; used > 0 && x >= 0; --x) {
-      use(static_cast<std::size_t>(x), squared(x, parts_[used - 1].column));
-      if (x == parts_[used - 1].from) --used;
-    }
-  }
-
- private:
-  struct Part {
-    int64_t column = 0;
-    int64_t from = 0;  // the first x at which this column's parabola is lowest
-  };
-  std::vector<Part> parts_;
-};
 
 /// Fills `out` with the rows from each cell up to the nearest marked cell of its column, `farthest` + 1
 /// where there is none within reach.
@@ -86,6 +42,7 @@ int distancesFromCounts(R4Grid_type& out, int64_t farthest, double cellSize) {
   if (!tryAllocate(inColumn, width) || !tryAllocate(below, width) || !envelope.open(width))
     return cannotAllocate(kTag, "window");
   std::ranges::fill(below, farthest + 1);
+  const auto anyOfTie = [](std::size_t, std::size_t) { return true; };
   auto rows = changing(out);
   if (rows.open(kTag) != kSuccess) return kFailure;
   for (int32_t row = out.rows(); row >= 1; --row) {
@@ -96,7 +53,7 @@ int distancesFromCounts(R4Grid_type& out, int64_t farthest, double cellSize) {
         inColumn[i] = std::min(above, below[i]);
       }
       std::ranges::fill(cells, kOutOfReach);
-      envelope.visit(inColumn, farthest, [&](std::size_t i, int64_t squared) {
+      envelope.visit(inColumn, farthest, anyOfTie, [&](std::size_t i, std::size_t, int64_t squared) {
         if (squared <= farthest * farthest)
           cells[i] = static_cast<float>(std::sqrt(static_cast<double>(squared)) * cellSize);
       });

@@ -28,8 +28,15 @@ RunFiles filesOf(const DrainageRun& run) {
       .instructions = run.session.inputName, .inputs = {run.DEM.file}, .bytes = rasterBytes(run.DEM)};
   for (const ChannelMask& mask : run.channels.masks) files.inputs.push_back(mask.file);
   if (run.channels.preferential) files.inputs.push_back(run.channels.preferential->raster);
+  const InitiationPlan& plan = run.initiation;
+  for (const auto* list : {&plan.excluded, &plan.only})
+    files.inputs.insert(files.inputs.end(), list->begin(), list->end());
+  for (const NodataMask& mask : run.repairs.nodataMasks) files.inputs.push_back(mask.file);
+  for (const LakeFile& lake : plan.lakes) files.inputs.push_back(lake.file);
+  if (!plan.reliefName.empty()) files.inputs.push_back(plan.reliefName);
   for (const std::string* name : {&run.surfaceName, &run.angleName, &run.codeName, &run.areaName})
     if (!name->empty()) files.outputs.push_back(*name);
+  if (plan.findsChannels()) files.outputs.push_back(plan.accumulationRaster(run.DEM));
   return files;
 }
 
@@ -43,6 +50,7 @@ RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instruction
     putWarning(*feet);
     if (run.strict) stopRun("STRICT: the DEM gives cause for a warning", run.DEM.file);
   }
+  if (const std::string missing = run.initiation.missing(); !missing.empty()) stopRun(missing);
   if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
   run.session.openLog(run.scratchPath);
   RunFiles files = filesOf(run);
@@ -52,18 +60,29 @@ RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instruction
   return files;
 }
 
-/// The gradient limits the digging along channel masks. It is measured on the length of plan curvature where
-/// that is computed, else read.
+/// A surface metric at a length scale.
+R4Grid_type measured(DEM_type& dem, double length,
+                     R4Grid_type (DEM_type::*get)(std::optional<std::string_view>)) {
+  putMessage("  Length scale (m) = ", length);
+  const double named = dem.len_scale;
+  dem.SetLengthScale(length);
+  R4Grid_type grid = (dem.*get)(std::nullopt);
+  dem.SetLengthScale(named);
+  return grid;
+}
+
+/// The gradient limits the digging along channel masks, and decides where channels begin. It is measured
+/// where it has a length, or plan curvature has one; else it is read.
 void loadGradient(DrainageRun& run) {
   DEM_type& dem = run.DEM;
-  if (run.curvatureLength > 0) {
-    const double named = dem.len_scale;
-    dem.SetLengthScale(run.curvatureLength);
-    dem.grad = dem.GetSlope();
-    dem.SetLengthScale(named);
+  const double length = run.gradientLength > 0 ? run.gradientLength : run.curvatureLength;
+  if (length > 0) {
+    putMessage("Filling gradient raster");
+    run.initiation.gradientLength = length;
+    dem.grad = measured(dem, length, &DEM_type::GetSlope);
     if (dem.grad.status != kSuccess) stopRun("Error filling gradient raster");
   } else if (dem.GetGrad() != kSuccess) {
-    stopRun("Error opening gradient flt raster: CURVATURE LENGTH SCALE computes it");
+    stopRun("Error opening gradient flt raster: GRADIENT LENGTH SCALE computes it");
   }
 }
 
@@ -74,19 +93,18 @@ void loadSurface(DrainageRun& run) {
   if (!(cellsAreSquare(dem) && metres)) stopRun("Error with inputs");
   putMessage("Reading DEM");
   if (dem.GetElev() != kSuccess) stopRun("ReadElev failed");
+  if (repairSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
   if (run.curvatureLength > 0) {
     putMessage("Filling plan curvature raster");
-    putMessage("  Length scale (m) = ", run.curvatureLength);
-    const double named = dem.len_scale;
-    dem.SetLengthScale(run.curvatureLength);
-    dem.plan = dem.GetPlanCurvature();
-    dem.SetLengthScale(named);
+    dem.plan = measured(dem, run.curvatureLength, &DEM_type::GetPlanCurvature);
     if (dem.plan.status != kSuccess) stopRun("Error filling plan curvature raster");
   } else if (dem.GetPlan() != kSuccess) {
     stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
   }
   const ChannelMasks& channels = run.channels;
-  if (!channels.masks.empty()) loadGradient(run);
+  if (!channels.masks.empty() || run.initiation.findsChannels() || run.initiation.calibrate)
+    loadGradient(run);
+  if (maskSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
   if (dem.flowMode.keepAngles) {
     putMessage("Using existing flow direction file");
     if (dem.GetAspect() != kSuccess) stopRun("GetAspect failed");
@@ -95,6 +113,7 @@ void loadSurface(DrainageRun& run) {
     putMessage("Smoothed flow directions");
     putMessage("  Smoothing length (m) = ", dem.flowMode.smoothingLength);
   }
+  echoInitiation(run.initiation);
   if (shiftElevations(dem, channels.deepest(), channels.steepest()) != kSuccess) stopRun("Error with inputs");
 }
 
@@ -136,9 +155,11 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
     if (computeArea(dem) != kSuccess) stopRun("Error calculating accumulation");
     stopUnlessWritten(dem.DA.WritefltR4(run.areaName, stamp), run.areaName);
   }
+  if (initiateChannels(dem, run.initiation, stamp) != kSuccess) stopRun("Error finding channels");
   for (std::size_t i = 0; i + 1 < files.outputs.size(); ++i) run.session.copyLog(files.outputs[i]);
   run.session.finish(files.outputs.back(), startedAt);
-  for (R4Grid_type* grid : {&dem.elev, &dem.grad, &dem.plan, &dem.aspect, &dem.DA}) grid->releaseStorage();
+  for (R4Grid_type* grid : {&dem.elev, &dem.grad, &dem.plan, &dem.aspect, &dem.DA, &dem.bcon})
+    grid->releaseStorage();
   return true;
 }
 

@@ -9,15 +9,20 @@
 #include "dem/channel_mask.h"
 #include "dem/dem.h"
 #include "foundation/keywords.h"
+#include "run/initiation.h"
 #include "run/session.h"
+#include "run/surface_repairs.h"
 
 namespace terrain {
 
 struct DrainageRun {
   double curvatureLength = 0;  ///< length scale of plan curvature, metres; 0: it is read
-  ChannelMasks channels{};     ///< where swales lead the flow
-  std::string scratchPath{};   ///< ends in a separator
-  bool strict = false;         ///< warnings about the instruction file stop the run
+  double gradientLength = 0;   ///< the same of the gradient; 0: that of plan curvature
+  SurfaceRepairs repairs{};
+  ChannelMasks channels{};  ///< where swales lead the flow
+  InitiationPlan initiation{};
+  std::string scratchPath{};  ///< ends in a separator
+  bool strict = false;        ///< warnings about the instruction file stop the run
   /// Rasters to write, without extension; a blank one is not written.
   std::string surfaceName{}, angleName{}, codeName{}, areaName{};
 
@@ -29,6 +34,8 @@ struct DrainageRun {
 extern const ProgramIdentity kDrainageProgram;
 
 [[nodiscard]] std::span<const Keyword<DrainageRun>> drainageKeywords();
+/// Those of the repairs of the surface and of channel initiation, which are among them.
+[[nodiscard]] std::span<const Keyword<DrainageRun>> initiationKeywords();
 /// The keywords with unit, default and meaning: the help text and the section of the manual page.
 [[nodiscard]] std::string drainageKeywordHelp();
 [[nodiscard]] std::string drainageKeywordManual();

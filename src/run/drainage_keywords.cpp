@@ -1,5 +1,5 @@
-#include <algorithm>
-#include <array>
+#include <span>
+#include <vector>
 
 #include "dem/parameter_keywords.h"
 #include "run/drainage.h"
@@ -124,7 +124,7 @@ constexpr Row kOwnWords[] = {
      .failure = "Error finding DEM",
      .standard = "PATH and DEM ID",
      .meaning = "Elevations, by file name. The name, as of every raster, with or without .flt."},
-    {.words = "CURVATURE LENGTH SCALE",
+    {.words = "CURVATURE LENGTH SCALE|PLAN CURVATURE LENGTH SCALE",
      .value = Value::number<&DrainageRun::curvatureLength>({.least = 0}),
      .unit = "m",
      .standard = "plan_<length>_<id> is read",
@@ -175,27 +175,36 @@ constexpr Row kOwnWords[] = {
      .meaning = "Stop before any computing where the instruction file gives cause for a warning."},
 };
 
-constexpr auto kKeywords = [] {
-  std::array<Row, DemWords::rows.size() + std::size(kOwnWords)> rows{};
-  rows[0] = kOwnWords[0];
-  std::ranges::copy(DemWords::rows, rows.begin() + 1);
-  std::ranges::copy(kOwnWords + 1, std::end(kOwnWords), rows.begin() + 1 + DemWords::rows.size());
+/// The DEM, the keywords of its file, then those of the steps of the run.
+const std::vector<Row>& keywords() {
+  static const std::vector<Row> rows = [] {
+    std::vector<Row> all;
+    all.reserve(std::size(kOwnWords) + DemWords::rows.size() + initiationKeywords().size());
+    const auto add = [&all](std::span<const Row> more) {
+      for (const Row& row : more) all.push_back(row);
+    };
+    add(std::span(kOwnWords).first(1));
+    add(DemWords::rows);
+    add(std::span(kOwnWords).subspan(1));
+    add(initiationKeywords());
+    return all;
+  }();
   return rows;
-}();
+}
 
 }  // namespace
 
-std::span<const Row> drainageKeywords() { return kKeywords; }
+std::span<const Row> drainageKeywords() { return keywords(); }
 
 std::string drainageKeywordHelp() {
   std::string help;
-  for (const Row& row : kKeywords) help += keywordHelp(textsOf(row));
+  for (const Row& row : keywords()) help += keywordHelp(textsOf(row));
   return help;
 }
 
 std::string drainageKeywordManual() {
   std::string manual;
-  for (const Row& row : kKeywords) manual += keywordManual(textsOf(row));
+  for (const Row& row : keywords()) manual += keywordManual(textsOf(row));
   return manual;
 }
 

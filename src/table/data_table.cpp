@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -142,13 +143,13 @@ bool copyValues(const TextColumn& from, std::span<const int64_t> records, TextCo
 }
 
 /// Columns of the records listed, all of them or, after a report, a failure.
-int copyColumns(std::span<const std::unique_ptr<FieldContent>> fields, std::span<const int64_t> records,
-                std::vector<std::unique_ptr<FieldContent>>& copies) {
+int copyFields(std::span<const std::unique_ptr<FieldContent>> fields, std::span<const int64_t> records,
+               std::string_view routine, std::vector<std::unique_ptr<FieldContent>>& copies) {
   // They are asked for together: each alone could fit where all of them do not.
   std::uint64_t bytes = 0;
   for (const auto& content : fields)
     visitColumn(*content, [&](const auto& column) { bytes += bytesOf(column, records); });
-  if (!memoryFor(bytes)) return cannotAllocate(kTakeTag, "columns");
+  if (!memoryFor(bytes)) return cannotAllocate(routine, "columns");
   for (const auto& content : fields) {
     auto copy = std::make_unique<FieldContent>();
     static_cast<FieldDescription&>(*copy) = *content;
@@ -158,7 +159,7 @@ int copyColumns(std::span<const std::unique_ptr<FieldContent>> fields, std::span
       return column.empty() || copyValues(column, records, columnOf<T>(*copy));
     };
     if (!visitType(content->dataType.padded(), copyColumn, [] { return true; }))
-      return cannotAllocate(kTakeTag, content->name.trimmed());
+      return cannotAllocate(routine, content->name.trimmed());
     copies.push_back(std::move(copy));
   }
   return kSuccess;
@@ -285,7 +286,7 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
     if (i > 0 && records[i] <= records[i - 1]) ascending = false;
   }
   std::vector<std::unique_ptr<FieldContent>> copies;
-  if (!ascending && copyColumns(field, records, copies) != kSuccess) return kFailure;
+  if (!ascending && copyFields(field, records, kTakeTag, copies) != kSuccess) return kFailure;
   if (!keepShapes(records, ascending)) return cannotAllocate(kTakeTag, "shapes");
   if (ascending) {
     for (const auto& content : field)
@@ -297,6 +298,23 @@ int DataTableType::takeRecords(std::span<const int64_t> records) {
   }
   numRecords = static_cast<int64_t>(records.size());
   return attempt.succeed();
+}
+
+int DataTableType::copyColumns(DataTableType& to, std::string_view routine) const {
+  std::vector<int64_t> records;
+  std::vector<std::unique_ptr<FieldContent>> copies;
+  if (!tryAllocate(records, static_cast<std::size_t>(std::max<int64_t>(numRecords, 0))))
+    return cannotAllocate(routine, "records");
+  std::iota(records.begin(), records.end(), 1);
+  if (copyFields(field, records, routine, copies) != kSuccess) return kFailure;
+  to.clear();
+  to.field = std::move(copies);
+  to.nfields = nfields;
+  to.numRecords = numRecords;
+  to.IDfield = IDfield;
+  to.codePage = codePage;
+  to.languageDriver = languageDriver;
+  return kSuccess;
 }
 
 int NewDataTable(DataTableType& table, const NewTableOptions& options) {

@@ -172,6 +172,9 @@ class DataTableType {
   /// shapes where every record has one; `numRecords` becomes their number. Links between shapes keep the
   /// old numbers. If memory runs out or a number is out of range nothing changes.
   int takeRecords(std::span<const int64_t> records);
+  /// Makes `to` a table of the same columns, values, texts' encoding and ID field, without an open file; its
+  /// shapes go. 0, or -1 with `to` as it was after a report under `routine` that there is no memory.
+  int copyColumns(DataTableType& to, std::string_view routine) const;
   /// No fields, no records and no shapes, no open file; nothing of the file that was read is left.
   virtual void clear();
 

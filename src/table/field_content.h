@@ -107,6 +107,12 @@ enum class FieldKind { I4, I8, R4, R8, text, unknown };
 /// The kind of a type code, compared exactly.
 [[nodiscard]] FieldKind kindOf(std::string_view dataType);
 
+/// True for the four types of numbers.
+[[nodiscard]] inline bool isNumeric(const FieldDescription& field) {
+  const FieldKind kind = kindOf(field.dataType.padded());
+  return kind != FieldKind::text && kind != FieldKind::unknown;
+}
+
 /// Calls f with `std::type_identity` of the type of a code's column, by which `columnOf` finds the array; the
 /// one switch over the five types. Gives what f gives, or what `otherwise` gives for a code without column.
 template <class F, class Otherwise>

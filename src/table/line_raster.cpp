@@ -1,7 +1,6 @@
 // Lines burned into a grid of 32-bit integers.
 
 #include <algorithm>
-#include <cstdlib>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -15,8 +14,9 @@
 #include "grid/grid.h"
 #include "grid/line_cells.h"
 #include "grid/storage.h"
-#include "table/line_parts.h"
+#include "table/line_path.h"
 #include "table/line_vectors.h"
+#include "table/part_ranges.h"
 #include "table/rasterize.h"
 
 namespace terrain {
@@ -88,35 +88,25 @@ int makeTarget(const LineVectorType& table, const LineRasterOptions& options, I4
   return fail(kTag, "CreateGrid failed for igrid");
 }
 
-/// Burns segments into the cells of a grid. The covered area reaches one cell beyond the reference points of
-/// the last column and the first row.
+/// Burns segments into the cells of a grid.
 template <class Cells>
 class LineBurner {
  public:
-  LineBurner(const Grid_Header& grid, Cells cells)
-      : grid_(grid),
-        cells_(cells),
-        low_{.x = grid.xmin, .y = grid.ymin},
-        high_{.x = grid.xmax + grid.xcellsize, .y = grid.ymax + grid.ycellsize} {}
+  LineBurner(const Grid_Header& grid, Cells cells) : area_(grid), cells_(cells) {}
 
   /// Writes the value where a cell holds 0.
   void burn(const Segment2D& segment, int32_t value) {
-    ColRow from;
-    ColRow to;
-    if (!cellsOfEnds(segment, from, to)) return;
-    forEachLineCell(from, to, [&](ColRow cell) { fill(cell, value); });
+    const std::optional<EndCells> ends = area_.endsOf(segment);
+    if (!ends) return;
+    forEachLineCell(ends->from, ends->to, [&](ColRow cell) { fill(cell, value); });
   }
   /// Writes the code of the step to the next cell of the line; the last cell, from which the next segment
   /// goes on, takes that of the step to it where it holds 0. False if there is no memory.
   [[nodiscard]] bool burnDirections(const Segment2D& segment) {
-    ColRow from;
-    ColRow to;
-    if (!cellsOfEnds(segment, from, to)) return true;
-    const auto steps = std::max(std::abs(to.col - from.col), std::abs(to.row - from.row));
-    if (!tryReserve(path_, static_cast<std::size_t>(steps) + 1)) return false;
+    const std::optional<EndCells> ends = area_.endsOf(segment);
+    if (!ends) return true;
     path_.clear();
-    if (forEachLineCell(from, to, [this](ColRow cell) { path_.push_back(cell); }))
-      std::reverse(path_.begin(), path_.end());
+    if (!appendCells(*ends, path_)) return false;
     int32_t code = 0;
     for (std::size_t i = 1; i < path_.size(); ++i) {
       code = codeOfStep(path_[i].col - path_[i - 1].col, path_[i].row - path_[i - 1].row);
@@ -127,27 +117,12 @@ class LineBurner {
   }
 
  private:
-  /// False where no part of the segment is on the grid.
-  bool cellsOfEnds(const Segment2D& segment, ColRow& from, ColRow& to) const {
-    const std::optional<Segment2D> within = clipSegment(segment, low_, high_);
-    if (!within) return false;
-    from = cellOf(within->from);
-    to = cellOf(within->to);
-    return true;
-  }
-  /// The cell of a point on the covered area; those on its upper sides are in the outermost cells.
-  ColRow cellOf(const Point& point) const {
-    const ColRow cell = grid_.XYtoColRow(point.x, point.y);
-    return {.col = std::clamp(cell.col, 1, grid_.cols()), .row = std::clamp(cell.row, 1, grid_.rows())};
-  }
   void fill(ColRow cell, int32_t value) {
     if (cells_.get(cell.col, cell.row) == 0) cells_.set(cell.col, cell.row, value);
   }
 
-  const Grid_Header& grid_;
+  CoveredArea area_;
   Cells cells_;
-  Point low_;
-  Point high_;
   std::vector<ColRow> path_;  // of one segment, kept for its room
 };
 
@@ -157,7 +132,8 @@ bool forEachSegment(const SegmentType& line, const LineRasterOptions& options, B
   const auto at = [&](std::size_t vertex) {
     return Point{.x = line.x[vertex] + options.xShift, .y = line.y[vertex] + options.yShift};
   };
-  return forEachPart(line, [&](std::size_t begin, std::size_t end) {
+  const std::size_t count = std::min(line.x.size(), line.y.size());
+  return forEachPart(line.parts, 1, count, [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i + 1 < end; ++i) {
       const std::size_t from = options.reverseRing ? begin + end - 1 - i : i;
       if (!burn(Segment2D{.from = at(from), .to = at(options.reverseRing ? from - 1 : from + 1)}))

@@ -32,6 +32,15 @@ struct LineWriteOptions {
   std::optional<CalendarDate> date{};  ///< of writing, in the table's header; absent: today
 };
 
+struct LineDistanceOptions {
+  I4Grid_type* lineGrid = nullptr;  ///< takes the IDs of the line cells
+  // Which lines, and which keeps a cell where they cross: as in LineRasterOptions.
+  std::optional<std::string_view> flagField{};
+  int32_t flagValue = 0;
+  std::optional<std::string_view> lengthField{};
+  std::optional<std::string_view> priorityField{};
+};
+
 /// Outputs of `VertexInfo`; null for those not wanted.
 struct VertexInfoOut {
   int32_t* col = nullptr;
@@ -103,6 +112,19 @@ class LineVectorType : public VectorTable<SegmentType, SegmentArray, &SegmentArr
   /// vertices takes the record's value where it holds 0, so of two crossing lines the first keeps the cell.
   /// 0, or -1 after a report; the grid then keeps what was burned so far.
   int Rasterize(I4Grid_type& igrid, const LineRasterOptions& options);
+  /// The cells of the integer lines between the cells of consecutive vertices, in the order of the line; a
+  /// part that is off the grid has none, and no cell follows itself. With `useAlt` the second positions,
+  /// where the line has them. Empty for a bad record, which is -1, and for a line off the grid.
+  int TraceCells(int64_t irec, const Grid_Header& grid, std::vector<int32_t>& cols,
+                 std::vector<int32_t>& rows, bool useAlt = false);
+  /// For each cell of the lattice `like`, with square cells, within `distance` (map units) of a cell of a
+  /// line
+  /// (`Rasterize`): the ID of the nearest line, of several as near that of the first line cell in row order,
+  /// and the distance between the reference points of the two cells. Cells farther off have nodata in
+  /// `idGrid` and -9999.0, which is nodata, in `distanceGrid`. Only IDs above 0 count. Where one line ends
+  /// within another its last cell belongs to that. 0, or -1 after a report.
+  int ID_distance(float distance, const Grid_Header& like, I4Grid_type& idGrid, R4Grid_type& distanceGrid,
+                  const LineDistanceOptions& options = {});
   /// One flag or, without a record, all of them.
   void SetSegmentFlag(std::optional<int64_t> irec = std::nullopt, bool value = false);
   [[nodiscard]] bool SegmentFlag(int64_t irec) const;

@@ -14,6 +14,7 @@
 #include "grid/grid.h"
 #include "grid/storage.h"
 #include "table/cell_coverage.h"
+#include "table/part_ranges.h"
 #include "table/polygon_vectors.h"
 #include "table/rasterize.h"
 #include "table/single_values.h"
@@ -192,18 +193,12 @@ class Lattice {
 /// Adds the rings of a polygon. False if there is no memory.
 bool addRings(const PolygonType& polygon, const Lattice& lattice, std::vector<Point>& ring,
               CellCoverage& coverage) {
-  const std::size_t rings = std::max<std::size_t>(polygon.ring.size(), 1);
-  const auto start = [&](std::size_t r) {
-    if (r >= polygon.ring.size()) return r == 0 ? std::size_t{0} : polygon.x.size();
-    return std::min(static_cast<std::size_t>(std::max(polygon.ring[r], 0)), polygon.x.size());
-  };
-  for (std::size_t r = 0; r < rings; ++r) {
+  return forEachPart(polygon.ring, 0, polygon.x.size(), [&](std::size_t begin, std::size_t end) {
     ring.clear();
     if (!tryReserve(ring, polygon.x.size())) return false;
-    for (std::size_t i = start(r); i < start(r + 1); ++i) ring.push_back(lattice(polygon.x[i], polygon.y[i]));
-    if (!coverage.addRing(ring)) return false;
-  }
-  return true;
+    for (std::size_t i = begin; i < end; ++i) ring.push_back(lattice(polygon.x[i], polygon.y[i]));
+    return coverage.addRing(ring);
+  });
 }
 
 // ---- burning ----

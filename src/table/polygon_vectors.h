@@ -50,6 +50,14 @@ struct ReferencePointOptions {
   bool relative = false;  ///< also `dx` and `dy`, the vertices relative to the point
 };
 
+/// Further outputs of `GetCDF`, in the order of the values; null for those not wanted.
+struct CdfOptions {
+  const R4Grid_type* grid2 = nullptr;     ///< of the same counts
+  std::vector<float>* values2 = nullptr;  ///< the values of `grid2`, nodata included
+  std::vector<int32_t>* cols = nullptr;   ///< the cells
+  std::vector<int32_t>* rows = nullptr;
+};
+
 /// The geometry is that of the grid that the polygons were read with; without one it has the extents of the
 /// file alone.
 struct PolygonArray : GridGeometry {
@@ -91,6 +99,40 @@ class PolyVectorType : public VectorTable<PolygonType, PolygonArray, &PolygonArr
   int SetPolyVertex(int64_t irec, int32_t index, double x, double y);
   /// The first call on a polygon gives all its vertices the elevation -9999.0.
   int SetPolyVertexZ(int64_t irec, int32_t index, double z);
+
+  // ---- geometry (table/polygon_geometry.cpp) ----
+  /// Signed area in map units: positive for clockwise rings, the sense of outer rings in a shapefile, so
+  /// holes count less. The rings are summed one by one in float64, around the mean of all vertices. -9999.0
+  /// for a bad record, 0 without vertices.
+  [[nodiscard]] double PolygonArea(int64_t irec) const;
+  /// A table of its own with the same columns and texts, geometry and polygons. Of a polygon the rings, box,
+  /// vertices, relative vertices and reference point are copied; elevations, measures, flag and value are
+  /// those of a new one. Status -1, after a report, and empty if there is no memory.
+  [[nodiscard]] PolyVectorType CopyPolygons() const;
+  /// The same for one polygon; with `angle`, in radians, its relative vertices are turned anticlockwise
+  /// around the reference point. `x` and `y` stay: `PlacePolygon` makes them anew. -1 for a bad record, which
+  /// gives an empty polygon, and, reported, where it cannot be turned.
+  PolygonType CopyPoly(int64_t irec, std::optional<double> angle = std::nullopt);
+  /// Replaces a record's polygon by a copy with its reference point at (x, y); where it has relative vertices
+  /// the vertices are made from them. Elevations and measures stay with as many vertices, else they go. The
+  /// first call makes `polygon`, of default records. -1 with a report for arrays that do not fit each other.
+  int PlacePolygon(int64_t irec, const PolygonType& source, double x, double y);
+  /// Removes a vertex, its elevation and measure. Both ends of a ring, which are one point, and the vertices
+  /// of a triangle stay: -1, reported.
+  int removePolyVertex(int64_t irec, int32_t index);
+
+  // ---- values of grids within polygons (table/polygon_samples.cpp) ----
+  /// Sets the value of each polygon to the mean direction of the cells of `aspect` (radians, 0 or more) that
+  /// it gets (`RasterizePoly` with `strictBoundary`): the direction of the sums of their sines and cosines,
+  /// in float32 and row order, from 0 to 2 pi. Where no cell has an aspect, or both sums are 0, the value
+  /// stays. 0, or -1 with a report.
+  int getAspect(const R4Grid_type& aspect);
+  /// The values, ascending, of the cells of `grid` that a polygon gets (`RasterizePoly`), those without data
+  /// left out: value k of n stands at the cumulative share k / n. Of equal values the first in row order
+  /// comes first. Empty, and 0, where the polygon is not wholly within the area that the cells cover. -1, and
+  /// empty, for a bad record or, reported, where the cells cannot be found.
+  int GetCDF(int64_t irec, const R4Grid_type& grid, std::vector<float>& values,
+             const CdfOptions& options = {});
 
   /// Burns the polygons into a grid, in table order. A polygon gets the cells that it covers and those that
   /// one of its edges crosses. A cell of which a polygon covers at least half stays with it; one of which it

@@ -1,6 +1,7 @@
 #pragma once
 // The operations on single values by the type of the value, for code that is written once for all types.
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -12,6 +13,16 @@ namespace terrain {
 /// The type of one value of a column of a type.
 template <class Column>
 using SingleValue = std::conditional_t<std::is_same_v<Column, TextColumn>, std::string, Column>;
+
+/// False for a finite value that float32 does not hold: from the half-way mark above its largest on it would
+/// turn infinite.
+template <class Value>
+[[nodiscard]] bool fitsR4(Value value) {
+  if constexpr (std::is_same_v<Value, double>)
+    return !(std::isfinite(value) && std::abs(value) >= 0x1.ffffffp127);
+  else
+    return true;
+}
 
 inline int readValue(DataTableType& table, int32_t ifield, int64_t irec, int32_t& value) {
   return table.ReadI4Value(ifield, irec, value);

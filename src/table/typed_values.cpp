@@ -15,6 +15,7 @@
 #include "foundation/numbers.h"
 #include "foundation/status.h"
 #include "table/data_table.h"
+#include "table/single_values.h"
 
 namespace terrain {
 
@@ -83,10 +84,8 @@ bool convert(From value, Rule rule, To& out) {
   } else if constexpr (std::is_integral_v<To>) {
     return integerFrom(value, rule, out);
   } else {
-    if constexpr (std::is_same_v<From, double> && std::is_same_v<To, float>) {
-      // Beyond the half-way mark above the largest float32 a finite value would turn infinite.
-      if (std::isfinite(value) && std::abs(value) >= 0x1.ffffffp127) return false;
-    }
+    if constexpr (std::is_same_v<To, float>)
+      if (!fitsR4(value)) return false;
     out = static_cast<To>(value);
     return true;
   }

@@ -17,19 +17,6 @@ namespace {
 
 constexpr int32_t kSize = 48;
 
-/// A DEM in the working form, with the plan curvature of no curvature at all.
-void prepare(DEM_type& dem, R4Grid_type&& elevations) {
-  static_cast<Grid_Header&>(dem) = static_cast<const Grid_Header&>(elevations);
-  dem.onDisk = false;
-  dem.scratchUnit = 0;
-  dem.plan = emptyGrid<R4Grid_type>(elevations.cols(), elevations.rows(),
-                                    {.storage = elevations.onDisk ? Storage::disk : Storage::memory});
-  fillWith(dem.plan, [](int32_t, int32_t) { return 0.0F; });
-  dem.elev = std::move(elevations);
-  dem.aspect.onDisk = dem.elev.onDisk;
-  ASSERT_EQ(shiftElevations(dem), 0);
-}
-
 class FlowModes : public InBothStorages {
  protected:
   R4Grid_type hills(uint32_t seed) {
@@ -55,9 +42,9 @@ class FlowModes : public InBothStorages {
 TEST_P(FlowModes, WithoutAnyAngleToKeepTheResultIsTheUsualOne) {
   for (const uint32_t seed : {1U, 2U, 3U}) {
     DEM_type usual;
-    prepare(usual, hills(seed));
+    toWorkingForm(usual, hills(seed));
     DEM_type kept;
-    prepare(kept, hills(seed));
+    toWorkingForm(kept, hills(seed));
     kept.aspect = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
     kept.flowMode.keepAngles = true;
     ASSERT_EQ(FlowDirection(usual), 0);
@@ -69,7 +56,7 @@ TEST_P(FlowModes, WithoutAnyAngleToKeepTheResultIsTheUsualOne) {
 
 TEST_P(FlowModes, AnglesAreKeptAndOnlyGapsAreFilled) {
   DEM_type dem;
-  prepare(dem, hills(7));
+  toWorkingForm(dem, hills(7));
   ASSERT_EQ(FlowDirection(dem), 0);
   const std::vector<float> before = cellsOf(dem.aspect);
   const auto inGap = [](int32_t col, int32_t row, int32_t margin) {
@@ -112,7 +99,7 @@ TEST_P(FlowModes, GapsDrainWhateverTheKeptAnglesAndTheSurface) {
       return z == ground.nodata ? z : std::round(z / step) * step;
     });
     DEM_type dem;
-    prepare(dem, std::move(ground));
+    toWorkingForm(dem, std::move(ground));
     const std::vector<float> raw = cellsOf(dem.elev);
     ASSERT_EQ(FlowDirection(dem), 0);
     std::size_t next = 0;
@@ -143,7 +130,7 @@ TEST_P(FlowModes, AnglesThatDoNotReachTheEdgeAreReportedWithACell) {
     DEM_type dem;
     R4Grid_type ground = emptyGrid<R4Grid_type>(9, 9, {.storage = GetParam()});
     fillWith(ground, [](int32_t col, int32_t) { return 100.0F - static_cast<float>(col); });
-    prepare(dem, std::move(ground));
+    toWorkingForm(dem, std::move(ground));
     dem.aspect = emptyGrid<R4Grid_type>(9, 9, {.storage = GetParam()});
     fillWith(dem.aspect, angle);
     dem.flowMode.keepAngles = true;
@@ -158,9 +145,9 @@ TEST_P(FlowModes, AnglesThatDoNotReachTheEdgeAreReportedWithACell) {
 
 TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
   DEM_type local;
-  prepare(local, hills(4));
+  toWorkingForm(local, hills(4));
   DEM_type dem;
-  prepare(dem, hills(4));
+  toWorkingForm(dem, hills(4));
   dem.flowMode = {.smoothingLength = 40, .d8Length = 40};
   ASSERT_EQ(FlowDirection(local), 0);
   EXPECT_FALSE(local.scaledAspect.GridExists());
@@ -171,7 +158,7 @@ TEST_P(FlowModes, SmoothedAnglesAreUsedWhereTheyLeadDown) {
   EXPECT_EQ(cellsOf(dem.scaledAspect), cellsOf(dem.aspect));
   // Another length for the codes alone leaves the angles as they are, and those of flats are the same.
   DEM_type coded;
-  prepare(coded, hills(4));
+  toWorkingForm(coded, hills(4));
   coded.flowMode.d8Length = 40;
   ASSERT_EQ(FlowDirection(coded), 0);
   EXPECT_EQ(cellsOf(coded.aspect), cellsOf(local.aspect));
@@ -232,7 +219,7 @@ TEST_P(FlowModes, TurningADemWithoutTiesTurnsItsSurfaceAndItsAngles) {
   const auto conditioned = [&](DEM_type& dem, const std::function<ColRow(int32_t, int32_t)>& from) {
     R4Grid_type grid = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
     fillWith(grid, [&](int32_t col, int32_t row) { return ground(from(col, row)); });
-    prepare(dem, std::move(grid));
+    toWorkingForm(dem, std::move(grid));
     ASSERT_EQ(FlowDirection(dem), 0);
   };
   DEM_type dem;

@@ -143,6 +143,57 @@ TEST_F(DrainageProgram, AnglesAreSmoothedOrKept) {
   EXPECT_NE(failed.text.find("Length scale for aspect not specified"), std::string::npos) << failed.text;
 }
 
+TEST_F(DrainageProgram, ChannelsAreFoundByTheirThresholds) {
+  const std::string start = "DEM: elev_site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\nSCRATCH DIRECTORY: s\n";
+  const std::string thresholds =
+      "AREA SLOPE THRESHOLD LOW GRADIENT: 300\nAREA SLOPE THRESHOLD - HIGH GRADIENT: 400\n";
+  const Outcome done = run(start + thresholds + "OUTPUT FLOW ACCUMULATION RASTER: acc\nCALIBRATE:\n");
+  ASSERT_EQ(done.status, 0) << done.text;
+  EXPECT_NE(done.text.find("Created accumulation grid: acc"), std::string::npos);
+  EXPECT_TRUE(fs::exists(at("acc.log")));
+  const auto nodes = [&] { return fs::file_size(at("basenode_site.dat")) / 28 - 5; };
+  const auto all = nodes();
+  EXPECT_GT(all, 20U);
+  EXPECT_NE(readBytes(at("areathreshold_site.csv")).find("AREA,CHANNEL_DENSITY"), std::string::npos);
+  const std::string whole = raster("acc");
+  // A mask that covers the western half; fewer channels with a way to go, none where none may begin.
+  R4Grid_type mask;
+  ASSERT_EQ(ReadGrid(mask, at("elev_site")), 0);
+  const int32_t half = mask.cols() / 2;
+  fillWith(mask, [half](int32_t col, int32_t) { return col <= half ? 1.0F : 0.0F; });
+  ASSERT_EQ(mask.WritefltR4(at("west")), 0);
+  const std::string rest = thresholds + "OUTPUT FLOW ACCUMULATION RASTER: acc2\n";
+  for (const char* more : {"MINIMUM THRESHOLD FLOW LENGTH: 40\n", "NO INITIATION RASTER: west\n",
+                           "INITIATION RASTER: west.flt\n", "LAKE: FILE = west, PRECLUDE\n"}) {
+    const Outcome less = run(start + rest + more);
+    ASSERT_EQ(less.status, 0) << less.text;
+    EXPECT_LT(nodes(), all) << more;
+    EXPECT_GT(nodes(), 0U) << more;
+  }
+  ASSERT_EQ(run(start + rest + "NODATA MASK: west, OUTSIDE\n").status, 0);
+  R4Grid_type land;
+  ASSERT_EQ(ReadGrid(land, at("acc2")), 0);
+  for (int32_t row = 1; row <= land.rows(); ++row) EXPECT_EQ(land.value(half + 1, row, ""), kNodata);
+
+  for (const auto& [line, text] :
+       {std::pair<std::string, std::string>{"AREA SLOPE THRESHOLD LOW GRADIENT: 3\n",
+                                            "Required threshold parameter missing"},
+        {thresholds + "MINIMUM THRESHOLD FLOW LENGTH, LOW GRADIENT: 3\n",
+         "Need to specifiy high and low gradient minimum flow length"},
+        {thresholds + "DECAY: CONDUCTIVITY = 3\n", "DECAY - need to specify all three coefficients"},
+        {thresholds + "SLOPE EXPONENT: steep\n", "Error reading SLOPE EXPONENT"},
+        {thresholds + "NO INITIATION RASTER: none\n", "Cannot find noinitfile none"},
+        {"NODATA MASK: none\n", "Cannot find nodata mask none"},
+        {"COASTLINE FILE: west\n", "Cannot find COASTLINE FILE"},
+        {"FLOOD ZERO TO NODATA: X = 3\n", "Error reading X for SET ZERO TO NODATA"},
+        {"FILL HOLES: MAXSIZE = big\n", "cannot read maxSize value"}}) {
+    const Outcome failed = run(start + "OUTPUT D8 RASTER: x\n" + line);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.text.find(text), std::string::npos) << failed.text;
+  }
+  EXPECT_EQ(raster("acc"), whole);
+}
+
 TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
   const std::string outputs(kOutputs);
   const std::string dem = "DEM: elev_site\n";

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dem/dem.h"
+#include "dem/flow_direction.h"
 #include "support/grids.h"
 #include "table/line_vectors.h"
 
@@ -66,6 +66,15 @@ inline void takeElevations(DEM_type& dem, R4Grid_type&& elevations) {
   dem.scratchUnit = 0;
   dem.elev = std::move(elevations);
   dem.aspect.onDisk = dem.DA.onDisk = dem.D8.onDisk = dem.elev.onDisk;
+}
+
+/// A DEM in the working form, with the plan curvature of no curvature at all.
+inline void toWorkingForm(DEM_type& dem, R4Grid_type&& elevations) {
+  dem.plan = emptyGrid<R4Grid_type>(elevations.cols(), elevations.rows(),
+                                    {.storage = elevations.onDisk ? Storage::disk : Storage::memory});
+  fillWith(dem.plan, [](int32_t, int32_t) { return 0.0F; });
+  takeElevations(dem, std::move(elevations));
+  ASSERT_EQ(shiftElevations(dem), 0);
 }
 
 /// A shapefile of lines, each a list of vertices.

@@ -75,7 +75,7 @@ TEST_F(PolygonRaster, EdgesOnLatticeLinesBelongToTheInside) {
   EXPECT_EQ(burned({.strictBoundary = true}), "0 0 0 0 0\n0 1 1 0 0\n0 1 1 0 0\n0 0 0 0 0\n");
   I4Grid_type onDisk;
   onDisk.onDisk = true;
-  ASSERT_EQ(table.RasterizePoly(onDisk, {.like = &lattice}), 0);
+  ASSERT_EQ(table.RasterizePoly(onDisk, {.like = &lattice, .strictBoundary = true}), 0);
   EXPECT_EQ(show(onDisk), show(grid)) << "kept on disk";
   // A twentieth of a cell where cells are small.
   R4Grid_type fine = emptyGrid<R4Grid_type>(5, 4, {.xmin = 0, .ymin = 0, .cellsize = 0.01});

@@ -1,0 +1,56 @@
+#pragma once
+// Channel initiation in the drainage program: what its keywords set, and the step of the run.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dem/channel_initiation.h"
+
+namespace terrain {
+
+struct LakeFile {
+  std::string file{};  ///< polygons or a raster
+  bool preclude = false;
+};
+
+struct InitiationPlan {
+  /// Absent: 0.25, 0.4 and 2.
+  std::optional<float> lowGradient{}, highGradient{}, slopeExponent{};
+  std::optional<float> areaLow{}, areaHigh{};
+  std::optional<float> planLow{}, planHigh{};
+  std::optional<float> length{}, lengthLow{}, lengthHigh{};
+  std::string reliefName{};  ///< raster of local relief
+  struct Relief {
+    std::optional<float> low{}, high{}, accumLow{}, accumHigh{};
+  };
+  std::optional<Relief> relief{};
+  std::vector<std::string> excluded{}, only{};  ///< polygons or rasters
+  std::vector<LakeFile> lakes{};
+  std::optional<FlowDecay> decay{};
+  bool specificArea = true;
+  bool noChannels = false;
+  bool calibrate = false;
+  std::optional<double> gradientLength{};  ///< at which the gradient was measured, metres, for the table
+  std::string accumulationName{};          ///< blank: beside the DEM
+
+  /// True where channels are to be found.
+  [[nodiscard]] bool findsChannels() const {
+    return !noChannels && (areaLow || areaHigh || planLow || planHigh || relief);
+  }
+  /// The text of what is missing; blank if nothing is.
+  [[nodiscard]] std::string missing() const;
+  [[nodiscard]] InitiationCriteria criteria() const;
+  /// The accumulation raster, without extension.
+  [[nodiscard]] std::string accumulationRaster(const DEM_type& dem) const;
+};
+
+/// Writes the settings to the log.
+void echoInitiation(const InitiationPlan& plan);
+
+/// The table of thresholds, then channel heads and nodes, as far as the plan has them; `DEM%aspect` is
+/// changed along channels. Needs the gradient and the plan curvature of the raw surface. 0, or -1 with a
+/// report.
+int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const VersionStamp* stamp);
+
+}  // namespace terrain
