@@ -23,6 +23,7 @@
 #include "table/data_table.h"
 #include "table/field_content.h"
 #include "table/geometry.h"
+#include "table/part_ranges.h"
 
 namespace terrain {
 
@@ -162,8 +163,9 @@ class Trencher {
   Trencher(const R4Grid_type& elev, Elevations elevations, Depths depths, const Walls& walls, float floorElev)
       : elev_(elev), elevations_(elevations), depths_(depths), walls_(walls), floorElev_(floorElev) {}
 
+  /// One line, of a vertex at least.
   [[nodiscard]] int cut(std::span<const double> x, std::span<const double> y) {
-    bool passed = x.empty() || isFlat(x) || isFlat(y);
+    bool passed = isFlat(x) || isFlat(y);
     if (!passed && (trace(x, y) != kSuccess || findEnd(passed) != kSuccess)) return kFailure;
     if (passed) return ++leftOut_, kSuccess;
     if (findNodes() != kSuccess) return kFailure;
@@ -321,20 +323,20 @@ class Trencher {
   int64_t leftOut_ = 0;
 };
 
-/// Calls cut(x, y) for each part of each line. Ends at the first that is not 0.
-template <class Cut>
-int forEachPart(const LineVectorType& lines, Cut cut) {
+/// One trench after the other, for each part of each line.
+template <class Trenches>
+int cutAll(const LineVectorType& lines, Trenches& trencher) {
   for (const SegmentType& line : lines.segment) {
     const std::span<const double> x(line.x);
     const std::span<const double> y(line.y);
-    const std::size_t parts = std::max<std::size_t>(line.parts.size(), 1);
-    for (std::size_t p = 0; p < parts; ++p) {
-      const std::size_t first = line.parts.empty() ? 0 : static_cast<std::size_t>(line.parts[p]) - 1;
-      const std::size_t next =
-          p + 1 < line.parts.size() ? static_cast<std::size_t>(line.parts[p + 1]) - 1 : x.size();
-      if (cut(x.subspan(first, next - first), y.subspan(first, next - first)) != kSuccess) return kFailure;
-    }
+    const bool cut =
+        forEachPart(line.parts, 1, std::min(x.size(), y.size()), [&](std::size_t begin, std::size_t end) {
+          return end <= begin ||
+                 trencher.cut(x.subspan(begin, end - begin), y.subspan(begin, end - begin)) == kSuccess;
+        });
+    if (!cut) return kFailure;
   }
+  if (trencher.leftOut() > 0) putMessage("Lines, or parts of lines, without a trench: ", trencher.leftOut());
   return kSuccess;
 }
 
@@ -356,11 +358,7 @@ int ExcavateLine(DEM_type& dem, const LineExcavation& settings) {
   const int status = withCells(dem.elev, kLineTag, [&](auto elevations) {
     return withCells(depths, kLineTag, [&](auto depthCells) {
       Trencher trencher(dem.elev, elevations, depthCells, walls, floorElev);
-      const int cut = forEachPart(
-          lines, [&](std::span<const double> x, std::span<const double> y) { return trencher.cut(x, y); });
-      if (trencher.leftOut() > 0)
-        putMessage("Lines, or parts of lines, without a trench: ", trencher.leftOut());
-      return cut;
+      return cutAll(lines, trencher);
     });
   });
   if (status != kSuccess) return kFailure;

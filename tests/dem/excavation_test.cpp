@@ -140,6 +140,34 @@ TEST_P(Excavation, ATrenchThroughADamFallsToItsEndAndBadLinesChangeNothing) {
   EXPECT_TRUE(console_.has("Created flt raster " + scratch_.path("lineExcavateChk")));
 }
 
+TEST_P(Excavation, PartsOfALineAreCutAlone) {
+  R4Grid_type ground = emptyGrid<R4Grid_type>(30, 12, plan);
+  fillWith(ground, [](int32_t col, int32_t row) { return col == 8 ? 200 : 100 - col + 3 * (row % 3); });
+  take(std::move(ground));
+  const std::vector<Point> first{at(4, 3), at(14, 5)};
+  const std::vector<Point> second{at(5, 9), at(15, 8)};
+  writeLines(scratch_.path("two"), {first, second});
+  ASSERT_EQ(ExcavateLine(dem, {.file = scratch_.path("two"), .radius = 15.0F}), 0);
+  const std::vector<float> alone = cellsOf(dem.elev);
+  EXPECT_NE(alone, before);
+  LineVectorType parts;
+  const AttributeType id[] = {
+      AttributeType{.name = "ID", .dataType = "I4", .outFlag = true, .shpFlag = true}};
+  ASSERT_EQ(NewDataTable(parts, {.attributeList = id, .numRecords = 1}), 0);
+  ASSERT_EQ(parts.initializeSegments(), 0);
+  SegmentType& line = parts.segment[0];
+  for (const Point& vertex : {first[0], first[1], second[0], second[1]}) {
+    line.x.push_back(vertex.x);
+    line.y.push_back(vertex.y);
+  }
+  line.parts = {1, 3};
+  line.flag = true;
+  ASSERT_EQ(parts.WriteShapefile(scratch_.path("parts"), {.isFlag = true}), 0);
+  fillWith(dem.elev, [this](int32_t col, int32_t row) { return old(col, row); });
+  ASSERT_EQ(ExcavateLine(dem, {.file = scratch_.path("parts"), .radius = 15.0F}), 0);
+  EXPECT_EQ(cellsOf(dem.elev), alone);
+}
+
 TEST_P(Excavation, ARoadNoLongerDamsItsValley) {
   // A valley of 25 cells of 5 m in width that falls to the east, and a road across it, 4 m high.
   plan.cellsize = 5;
