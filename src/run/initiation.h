@@ -14,6 +14,10 @@ struct LakeFile {
   bool preclude = false;
 };
 
+struct ReliefThresholds {
+  std::optional<float> low{}, high{}, accumLow{}, accumHigh{};
+};
+
 struct InitiationPlan {
   /// Absent: 0.25, 0.4 and 2.
   std::optional<float> lowGradient{}, highGradient{}, slopeExponent{};
@@ -21,10 +25,7 @@ struct InitiationPlan {
   std::optional<float> planLow{}, planHigh{};
   std::optional<float> length{}, lengthLow{}, lengthHigh{};
   std::string reliefName{};  ///< raster of local relief
-  struct Relief {
-    std::optional<float> low{}, high{}, accumLow{}, accumHigh{};
-  };
-  std::optional<Relief> relief{};
+  std::optional<ReliefThresholds> relief{};
   std::vector<std::string> excluded{}, only{};  ///< polygons or rasters
   std::vector<LakeFile> lakes{};
   std::optional<FlowDecay> decay{};

@@ -15,23 +15,23 @@ constexpr Value planNumber(const NumberRule& rule = {}) {
   return Value::number<&DrainageRun::initiation, Member>(rule);
 }
 
-constexpr Keyword<InitiationPlan::Relief> kReliefWords[] = {
+constexpr Keyword<ReliefThresholds> kReliefWords[] = {
     {.words = "",
-     .value = KeywordValue<InitiationPlan::Relief>::number<&InitiationPlan::Relief::low>(),
+     .value = KeywordValue<ReliefThresholds>::number<&ReliefThresholds::low>(),
      .failure = "Input file, Error reading LOW threshold for LOCAL RELIEF",
      .unit = "m",
      .meaning = "Most relief at low gradients."},
     {.words = "HIGH",
-     .value = KeywordValue<InitiationPlan::Relief>::number<&InitiationPlan::Relief::high>(),
+     .value = KeywordValue<ReliefThresholds>::number<&ReliefThresholds::high>(),
      .failure = "Input file, Error reading HIGH threshold for LOCAL RELIEF",
      .unit = "m",
      .meaning = "Most relief at high gradients."},
     {.words = "ACCUM LOW",
-     .value = KeywordValue<InitiationPlan::Relief>::number<&InitiationPlan::Relief::accumLow>({.least = 0}),
+     .value = KeywordValue<ReliefThresholds>::number<&ReliefThresholds::accumLow>({.least = 0}),
      .failure = "Input file, Error reading ACCUM LOW for LOCAL RELIEF",
      .meaning = "Area that then suffices."},
     {.words = "ACCUM HIGH",
-     .value = KeywordValue<InitiationPlan::Relief>::number<&InitiationPlan::Relief::accumHigh>({.least = 0}),
+     .value = KeywordValue<ReliefThresholds>::number<&ReliefThresholds::accumHigh>({.least = 0}),
      .failure = "Input file, Error reading ACCUM HIGH for LOCAL RELIEF",
      .meaning = "Area that then suffices."},
 };
