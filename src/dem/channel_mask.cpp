@@ -6,6 +6,7 @@
 #include "dem/grids.h"
 #include "dem/input_lines.h"
 #include "dem/input_mask.h"
+#include "dem/mask_heads.h"
 #include "dem/operations.h"
 #include "foundation/file_names.h"
 #include "foundation/messages.h"
@@ -159,10 +160,15 @@ double ChannelMasks::steepest() const {
   return steepest;
 }
 
-int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan) {
+bool ChannelMasks::tellOfHeads() const { return std::ranges::any_of(masks, &ChannelMask::tellsOfHeads); }
+
+int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan, I1Grid_type* initMask) {
   diagnose("CreateGrid for chan");
   if (CreateGrid(chan, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "CreateGrid failed for chan");
+  if (initMask != nullptr && channels.tellOfHeads() &&
+      CreateGrid(*initMask, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
+    return fail(kTag, "Unable to create initMask grid");
   if (dem.GetGrad() != kSuccess) return fail(kTag, "Error opening gradient flt raster");
   R4Grid_type paths;
   if (channels.preferential && readPreferential(dem, *channels.preferential, paths) != kSuccess)
@@ -178,6 +184,8 @@ int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan) 
                           .code = kOwnWords,
                           .message1 = "Channel mask does not overlap DEM",
                           .message2 = "  " + mask.file});
+    if (initMask != nullptr && mask.tellsOfHeads() && markHeads(dem, mask, ichan, *initMask) != kSuccess)
+      return kFailure;
     diagnose("DestroyGrid for ichan");
   }
   putMessage(" Using channel mask to guide channel locations");

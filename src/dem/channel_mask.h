@@ -11,12 +11,29 @@
 
 namespace terrain {
 
+/// What a mask says of channel heads on its cells. Where masks differ the later of these holds.
+enum class MaskInitiation : int8_t { open, allow, preclude, force };
+
+/// Channel heads at the upper ends of a mask's lines: those that no other line shares and that are higher
+/// than the other end of their line or, of lines that are drawn downstream, their beginnings.
+struct TopPoints {
+  bool directional = false;
+  float radius = 0.0F;  ///< metres; around the forced cell of a point heads are allowed
+  std::string file{};   ///< the points are written to it as a shapefile; blank: they are not
+};
+
 struct ChannelMask {
   std::string file{};      ///< a raster, whose cells above 0 are the mask, or a shapefile of lines
   float dig = 2.0F;        ///< depth at the mask, metres
   float radius = 25.0F;    ///< half the width of the swale, metres; below half a cell the mask alone is dug
   float maxSlope = 0.1F;   ///< cells with a steeper gradient are not dug
   bool selective = false;  ///< only cells of the preferential flow paths are dug
+  MaskInitiation initiation = MaskInitiation::open;
+  bool directional = false;  ///< its lines are drawn in the sense of the flow
+  bool upstream = false;     ///< or against it
+  std::optional<TopPoints> top{};
+
+  [[nodiscard]] bool tellsOfHeads() const { return initiation != MaskInitiation::open || top.has_value(); }
 };
 
 /// Preferential flow paths: the cells above 0 of a raster of the DEM's extent.
@@ -32,14 +49,18 @@ struct ChannelMasks {
   /// The deepest and the steepest of what may be dug, for `shiftElevations`: depth (m, at least 2) and slope.
   [[nodiscard]] double deepest() const;
   [[nodiscard]] double steepest() const;
+  [[nodiscard]] bool tellOfHeads() const;
 };
 
 /// Makes `chan`, the depths of all swales in metres, 0 where nothing is dug, and subtracts it from the
 /// elevations, which are in the working form (nodata 0). Around every cell of a mask, within the radius r, a
 /// cell at the distance d with the gradient S is dug by max(1 - d/r, 0) * (cell size * S + dig), cells of the
 /// mask by a quarter of `dig` more; where swales meet the deepest holds. Needs the gradient (`GetGrad`, or a
-/// grid in `grad`). 0, or -1 with a report; so for a mask without a cell on the DEM's data.
-int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan);
+/// grid in `grad`). Where masks tell of channel heads and `initMask` is given it is made: 0, 1 allowed, -1
+/// none, 3 forced (`InitiationSettings`). 0, or -1 with a report; so for a mask without a cell on the DEM's
+/// data.
+int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan,
+                I1Grid_type* initMask = nullptr);
 /// Adds `chan` to the elevations again.
 int undigChannels(DEM_type& dem, R4Grid_type& chan);
 

@@ -79,7 +79,7 @@ int FlowDirection(DEM_type& dem, const FlowSettings& settings) {
   if (dem.elev.nodata != 0.0F) return fail(kTag, "The nodata value of the elevations must be 0");
   R4Grid_type chan;
   const bool digs = !settings.channels.masks.empty();
-  if (digs && digChannels(dem, settings.channels, chan) != kSuccess) return kFailure;
+  if (digs && digChannels(dem, settings.channels, chan, settings.initMask) != kSuccess) return kFailure;
   const auto toMillimetres = [](int32_t, std::span<float> cells) {
     for (float& cell : cells)
       if (cell > 0.0F) cell = std::round(cell * 1000.0F) / 1000.0F;

@@ -21,6 +21,7 @@ struct FlowSettings {
   ChannelMasks channels{};               ///< dug before, and filled in again afterwards
   std::optional<std::string> outfile{};  ///< the conditioned surface is written to it, swales included
   const VersionStamp* stamp = nullptr;   ///< of that raster's header
+  I1Grid_type* initMask = nullptr;       ///< made where the masks tell of channel heads (`digChannels`)
 };
 
 /// Breaches closed depressions (`Flood`) and gives every cell its angle (`Flow`), in the new grid `aspect`.

@@ -141,7 +141,8 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
   loadSurface(run);
   DEM_type& dem = run.DEM;
   const VersionStamp* const stamp = &run.session.programInfo;
-  FlowSettings settings{.channels = run.channels, .stamp = stamp};
+  I1Grid_type initMask;
+  FlowSettings settings{.channels = run.channels, .stamp = stamp, .initMask = &initMask};
   if (!run.surfaceName.empty()) settings.outfile = run.surfaceName;
   if (FlowDirection(dem, settings) != kSuccess) stopRun("Error calculating flow directions");
   if (!run.angleName.empty()) stopUnlessWritten(dem.aspect.WritefltR4(run.angleName, stamp), run.angleName);
@@ -155,7 +156,7 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
     if (computeArea(dem) != kSuccess) stopRun("Error calculating accumulation");
     stopUnlessWritten(dem.DA.WritefltR4(run.areaName, stamp), run.areaName);
   }
-  if (initiateChannels(dem, run.initiation, stamp) != kSuccess) stopRun("Error finding channels");
+  if (initiateChannels(dem, run.initiation, initMask, stamp) != kSuccess) stopRun("Error finding channels");
   for (std::size_t i = 0; i + 1 < files.outputs.size(); ++i) run.session.copyLog(files.outputs[i]);
   run.session.finish(files.outputs.back(), startedAt);
   for (R4Grid_type* grid : {&dem.elev, &dem.grad, &dem.plan, &dem.aspect, &dem.DA, &dem.bcon})

@@ -22,6 +22,28 @@ bool parseMaskFile(ChannelMask& mask, KeywordInput& input) {
          input.fail("Cannot find channel mask file " + mask.file);
 }
 
+template <MaskInitiation kWhat>
+bool parseInitiation(ChannelMask& mask, KeywordInput& input) {
+  mask.initiation = !input.text || textIsTrue(*input.text) ? kWhat : MaskInitiation::open;
+  return true;
+}
+template <bool kDirectional>
+bool parseTop(ChannelMask& mask, KeywordInput&) {
+  if (!mask.top) mask.top.emplace();
+  mask.top->directional = kDirectional;
+  return true;
+}
+bool parsePointRadius(ChannelMask& mask, KeywordInput& input) {
+  if (!mask.top) mask.top.emplace();
+  return detail::parseNumber(*input.text, {.least = 0}, mask.top->radius);
+}
+bool parsePointFile(ChannelMask& mask, KeywordInput& input) {
+  if (!input.isHostText()) return false;
+  if (!mask.top) mask.top.emplace();
+  mask.top->file = stripFileName(*input.text);
+  return !mask.top->file.empty();
+}
+
 using MaskValue = KeywordValue<ChannelMask>;
 constexpr Keyword<ChannelMask> kMaskWords[] = {
     {.words = "FILE|File|file",
@@ -48,6 +70,36 @@ constexpr Keyword<ChannelMask> kMaskWords[] = {
     {.words = "SELECTIVE|SELECTIVE ENFORCEMENT",
      .value = MaskValue::flag<&ChannelMask::selective>(),
      .meaning = "Only preferential flow paths are dug."},
+    {.words = "INIT|Init",
+     .value = MaskValue::own<parseInitiation<MaskInitiation::allow>>("yes or no", TakesValue::optionally),
+     .meaning = "Channels may begin anywhere along the mask."},
+    {.words = "INIT ALL|FORCE INITIATION",
+     .value = MaskValue::own<parseInitiation<MaskInitiation::force>>("yes or no", TakesValue::optionally),
+     .meaning = "The whole mask is channel."},
+    {.words = "PRECLUDE",
+     .value = MaskValue::own<parseInitiation<MaskInitiation::preclude>>("yes or no", TakesValue::optionally),
+     .meaning = "No channel begins along the mask."},
+    {.words = "DIRECTIONAL",
+     .value = MaskValue::flag<&ChannelMask::directional>(),
+     .meaning = "Lines are drawn in the sense of the flow."},
+    {.words = "UPSTREAM",
+     .value = MaskValue::flag<&ChannelMask::upstream>(),
+     .meaning = "With DIRECTIONAL: against it."},
+    {.words = "TOP POINT|GET TOP POINT",
+     .value = MaskValue::own<parseTop<false>>("yes or no", TakesValue::optionally),
+     .meaning = "A channel begins at the upper end of each line."},
+    {.words = "TOP DIRECTIONAL|TOP POINT DIRECTIONAL",
+     .value = MaskValue::own<parseTop<true>>("yes or no", TakesValue::optionally),
+     .meaning = "The same, the upper end being where the line begins."},
+    {.words = "POINT RADIUS",
+     .value = MaskValue::own<parsePointRadius>("number"),
+     .failure = "Error reading POINT RADIUS",
+     .unit = "m",
+     .standard = "0",
+     .meaning = "Around a top point channels may begin."},
+    {.words = "POINT FILE",
+     .value = MaskValue::own<parsePointFile>("shapefile"),
+     .meaning = "The top points are written to it."},
 };
 
 /// A mask must have a file.

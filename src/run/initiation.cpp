@@ -121,7 +121,8 @@ void echoInitiation(const InitiationPlan& plan) {
   putMessage("   Area threshold                       : ", c.accumHigh);
 }
 
-int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const VersionStamp* stamp) {
+int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const I1Grid_type& initMask,
+                     const VersionStamp* stamp) {
   if (plan.specificArea && (plan.findsChannels() || plan.calibrate) && !dem.bcon.GridExists()) {
     putMessage("  Bcon calculated over DEM cell length");
     if (dem.calcBcon(static_cast<float>(dem.cellsize)) != kSuccess) return fail(kTag, "calcBcon failed");
@@ -139,6 +140,7 @@ int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const VersionSta
   if (!plan.findsChannels()) return kSuccess;
   InitiationSettings settings{.criteria = criteria, .specificArea = plan.specificArea, .stamp = stamp};
   settings.decay = plan.decay.value_or(FlowDecay{});
+  if (initMask.GridExists()) settings.initMask = &initMask;
   settings.accumulationFile = plan.accumulationRaster(dem);
   Masks masks;
   ChannelNetwork network;

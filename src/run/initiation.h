@@ -52,6 +52,7 @@ void echoInitiation(const InitiationPlan& plan);
 /// The table of thresholds, then channel heads and nodes, as far as the plan has them; `DEM%aspect` is
 /// changed along channels. Needs the gradient and the plan curvature of the raw surface. 0, or -1 with a
 /// report.
-int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const VersionStamp* stamp);
+int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const I1Grid_type& initMask,
+                     const VersionStamp* stamp);
 
 }  // namespace terrain

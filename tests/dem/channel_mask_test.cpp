@@ -57,6 +57,34 @@ TEST_P(ChannelMaskTest, SwalesFallToTheMaskAndAreFilledInAgain) {
   for (std::size_t i = 0; i < before.size(); ++i) EXPECT_NEAR(cellsOf(dem.elev)[i], before[i], 1e-5);
 }
 
+TEST_P(ChannelMaskTest, UpperEndsOfLinesAreHeads) {
+  // The second line ends where the third begins; all but the second's upper ends are free.
+  writeLines(scratch_.path("net"),
+             {{{1150, 2055}, {1050, 2055}}, {{1080, 2035}, {1150, 2035}}, {{1080, 2035}, {1040, 2015}}});
+  ChannelMask mask{
+      .file = scratch_.path("net"), .initiation = MaskInitiation::preclude, .top = TopPoints{.radius = 10}};
+  I1Grid_type heads;
+  heads.onDisk = dem.elev.onDisk;
+  const auto marksOf = [&] {
+    EXPECT_EQ(digChannels(dem, {.masks = {mask}}, chan, &heads), 0) << console_.text();
+    std::vector<ColRow> forced;
+    for (int32_t row = 1; row <= kRows; ++row)
+      for (int32_t col = 1; col <= kCols; ++col)
+        if (heads.value(col, row, "") == 3) forced.push_back({.col = col, .row = row});
+    return forced;
+  };
+  EXPECT_EQ(marksOf(), (std::vector<ColRow>{{.col = 6, .row = 6}, {.col = 5, .row = 10}}));
+  EXPECT_EQ(heads.value(7, 6, ""), -1) << "the mask";
+  EXPECT_EQ(heads.value(6, 5, ""), 1) << "within the radius";
+  EXPECT_EQ(heads.value(6, 4, ""), 0);
+  mask.directional = true;
+  mask.top->directional = true;
+  EXPECT_EQ(marksOf(), (std::vector<ColRow>{{.col = 16, .row = 6}})) << "the beginnings";
+  mask.upstream = true;
+  EXPECT_EQ(marksOf(),
+            (std::vector<ColRow>{{.col = 6, .row = 6}, {.col = 16, .row = 8}, {.col = 5, .row = 10}}));
+}
+
 TEST_P(ChannelMaskTest, ARasterIsTheSameMaskAndANarrowSwaleIsTheMaskAlone) {
   ASSERT_EQ(dig({.file = scratch_.path("lines.shp"), .maxSlope = 9.0F}), 0) << console_.text();
   const std::vector<float> byLines = cellsOf(chan);

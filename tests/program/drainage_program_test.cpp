@@ -12,6 +12,7 @@
 #include "run/drainage.h"
 #include "support/dem_fixtures.h"
 #include "support/tools.h"
+#include "table/point_vectors.h"
 
 namespace terrain::test {
 namespace {
@@ -170,6 +171,30 @@ TEST_F(DrainageProgram, ChannelsAreFoundByTheirThresholds) {
     EXPECT_LT(nodes(), all) << more;
     EXPECT_GT(nodes(), 0U) << more;
   }
+  // A mask of lines as channel, or the beginnings of its lines alone.
+  const Point west = mask.ColRowToXY(20, 20);
+  const Point east = mask.ColRowToXY(40, 20);
+  writeLines(at("lines"), {{west, east}});
+  const std::string none =
+      start + "AREA SLOPE THRESHOLD LOW GRADIENT: 1e9\nAREA SLOPE THRESHOLD HIGH GRADIENT: 1e9\n" +
+      "OUTPUT FLOW ACCUMULATION RASTER: acc2\n";
+  ASSERT_EQ(run(none + "CHANNEL MASK: lines, PRECLUDE\n").status, 0);
+  EXPECT_EQ(nodes(), 0U);
+  ASSERT_EQ(run(none + "CHANNEL MASK: lines, FORCE INITIATION\n").status, 0);
+  EXPECT_GE(nodes(), 21U);
+  const Outcome top = run(none + "CHANNEL MASK: lines, DIRECTIONAL, TOP DIRECTIONAL, POINT FILE = tops\n");
+  ASSERT_EQ(top.status, 0) << top.text;
+  EXPECT_NE(top.text.find("Number of points: 1"), std::string::npos) << top.text;
+  PointVectorType tops;
+  ASSERT_EQ(ReadPointShapefile(tops, at("tops")), 0);
+  ASSERT_EQ(tops.point.size(), 1U);
+  EXPECT_EQ(tops.point[0].x, west.x);
+  EXPECT_GT(nodes(), 0U);
+  const Outcome refused = run(none + "CHANNEL MASK: lines, TOP DIRECTIONAL\n");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.text.find("you need to specify DIRECTIONAL flow lines"), std::string::npos)
+      << refused.text;
+
   ASSERT_EQ(run(start + rest + "NODATA MASK: west, OUTSIDE\n").status, 0);
   R4Grid_type land;
   ASSERT_EQ(ReadGrid(land, at("acc2")), 0);
