@@ -32,6 +32,7 @@ RunFiles filesOf(const DrainageRun& run) {
   for (const auto* list : {&plan.excluded, &plan.only})
     files.inputs.insert(files.inputs.end(), list->begin(), list->end());
   for (const NodataMask& mask : run.repairs.nodataMasks) files.inputs.push_back(mask.file);
+  if (run.repairs.lakes) files.inputs.push_back(run.repairs.lakes->file);
   for (const LakeFile& lake : plan.lakes) files.inputs.push_back(lake.file);
   if (!plan.reliefName.empty()) files.inputs.push_back(plan.reliefName);
   for (const std::string* name : {&run.surfaceName, &run.angleName, &run.codeName, &run.areaName})
@@ -102,7 +103,8 @@ void loadSurface(DrainageRun& run) {
     stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
   }
   const ChannelMasks& channels = run.channels;
-  if (!channels.masks.empty() || run.initiation.findsChannels() || run.initiation.calibrate)
+  if (!channels.masks.empty() || run.repairs.lakes || run.initiation.findsChannels() ||
+      run.initiation.calibrate)
     loadGradient(run);
   if (maskSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
   if (dem.flowMode.keepAngles) {

@@ -115,6 +115,32 @@ constexpr Value kCoast = [] {
   return value;
 }();
 
+bool parseLakes(LevelledLakes& lakes, KeywordInput& input) {
+  return parseArea(lakes.file, input, "Cannot find lake shapefile ");
+}
+constexpr Keyword<LevelledLakes> kLakeWords[] = {
+    {.words = "FILE",
+     .value = KeywordValue<LevelledLakes>::own<parseLakes>("raster or shapefile"),
+     .meaning = "Polygons, or cells other than 0."},
+    {.words = "",
+     .value = KeywordValue<LevelledLakes>::own<parseLakes>("raster or shapefile"),
+     .meaning = "The same."},
+    {.words = "MAX SLOPE|MAXIMUM SLOPE",
+     .value = KeywordValue<LevelledLakes>::number<&LevelledLakes::maxSlope>({.least = 0}),
+     .failure = "Error reading MAX SLOPE for HYDROFLATTEN LAKES",
+     .standard = "0.01",
+     .meaning = "Steeper cells do not count for the level."},
+};
+constexpr Value kLakes = [] {
+  Value value = Value::records<kLakeWords, &DrainageRun::repairs, &SurfaceRepairs::lakes>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    LevelledLakes& lakes = run.repairs.lakes.emplace();
+    return parseArguments(kLakeWords, lakes, input) &&
+           (!lakes.file.empty() || input.fail("Cannot find lake shapefile "));
+  };
+  return value;
+}();
+
 // ---- ground that is lowered ----
 
 bool parseCrossingFile(RoadCrossings& crossings, KeywordInput& input) {
@@ -223,6 +249,10 @@ constexpr Row kRows[] = {
      .unit = "m",
      .standard = "off",
      .meaning = "Zeros without other data within this radius become nodata."},
+    {.words = "HYDROFLATTEN LAKES",
+     .value = kLakes,
+     .standard = "none",
+     .meaning = "Lakes get one level, the mean of their gentle cells."},
     {.words = "CROSSING POINT FILE|CROSSING FILE|ROAD CROSSING POINT FILE|ROAD CROSSING POINT SHAPEFILE|"
               "ROAD CROSSING FILE|ROAD CROSSING SHAPEFILE|ROAD CROSSING POINTS",
      .value = Value::records<kCrossingWords, &DrainageRun::repairs, &SurfaceRepairs::crossings>(),

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "dem/hydroflatten.h"
 #include "dem/input_mask.h"
 #include "dem/ocean.h"
 #include "foundation/messages.h"
@@ -107,6 +108,8 @@ int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
   if (repairs.raiseNegatives && raiseNegatives(dem) != kSuccess) return kFailure;
   for (const NodataMask& mask : repairs.nodataMasks)
     if (applyMask(dem, mask) != kSuccess) return kFailure;
+  if (repairs.lakes && Hydroflatten(dem, repairs.lakes->file, repairs.lakes->maxSlope) != kSuccess)
+    return kFailure;
   if (lowerGround(dem, repairs) != kSuccess) return kFailure;
   if (repairs.lowerZeros) {
     putMessage("Lowering zeros");

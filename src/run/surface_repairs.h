@@ -24,6 +24,12 @@ struct Coastline {
   float minElevation = 0;
 };
 
+/// Lakes that are levelled.
+struct LevelledLakes {
+  std::string file{};      ///< polygons or a raster
+  float maxSlope = 0.01F;  ///< tangent; steeper cells do not count for the level
+};
+
 struct SeaPoint {
   std::optional<double> x{}, y{};
 };
@@ -37,6 +43,7 @@ struct SurfaceRepairs {
   std::optional<FillHolesArgs> holes{};
   double zeroRadius = 0;  ///< metres; above 0: zeros without other data within it become nodata
   std::vector<NodataMask> nodataMasks{};
+  std::optional<LevelledLakes> lakes{};
   RoadCrossings crossings{};  ///< without a file there are none
   std::string excavateFile{};
   std::vector<LineExcavation> trenches{};
@@ -45,7 +52,8 @@ struct SurfaceRepairs {
 /// The repairs that come before gradient and curvature are measured: zeros that are connected to a point, the
 /// sea, holes. 0, or -1 with a report.
 int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs);
-/// Those that come after it: nodata, negative elevations, roads, trenches, zeros.
+/// Those that come after it: nodata, negative elevations, lakes, roads, trenches, zeros. Lakes need the
+/// gradient.
 int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs);
 
 }  // namespace terrain

@@ -144,7 +144,7 @@ TEST_P(Drainage, EveryCellDrainsToTheEdgeAndTheAreaIsConserved) {
 TEST(DrainageReal, EveryCellDrainsAndARunAgainGivesTheSameBytes) {
   SKIP_WITHOUT_REAL_DATA();
   const ConsoleCapture console;
-  for (const char* name : {"small", "small_gully", "medium", "medium_basin", "medium_ridges", "large"}) {
+  for (const char* name : {"small", "small_gully", "medium", "medium_basin", "medium_ridges"}) {
     std::vector<float> results[2][2];
     for (auto& result : results) {
       DEM_type dem;
@@ -157,9 +157,7 @@ TEST(DrainageReal, EveryCellDrainsAndARunAgainGivesTheSameBytes) {
       expectConditioned(dem);
       result[0] = cellsOf(dem.elev);
       result[1] = cellsOf(dem.aspect);
-      if (name == std::string_view("large")) break;  // once is enough
     }
-    if (results[1][0].empty()) continue;
     EXPECT_EQ(results[0][0], results[1][0]) << name;
     EXPECT_EQ(results[0][1], results[1][1]) << name;
   }

@@ -7,6 +7,7 @@
 
 #include "dem/flow_accumulation.h"
 #include "dem/flow_direction.h"
+#include "dem/hydroflatten.h"
 #include "grid/directions.h"
 #include "grid/float_raster.h"
 #include "run/drainage.h"
