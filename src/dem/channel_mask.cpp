@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "dem/grids.h"
 #include "dem/input_lines.h"
@@ -14,6 +15,7 @@
 #include "foundation/text.h"
 #include "grid/cell_view.h"
 #include "grid/float_raster.h"
+#include "grid/region_walk.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
 #include "table/rasterize.h"
@@ -44,6 +46,36 @@ int readMask(const DEM_type& dem, const ChannelMask& mask, I4Grid_type& cells) {
   putMessage("Reading channel mask .flt file");
   diagnose("ReadGrid ichanI4");
   return readMaskRaster(dem, name, {.routine = kTag, .what = "channel mask"}, cells);
+}
+
+/// Takes sections out of a mask that water cuts off and that have too few cells.
+int dropSections(const I1Grid_type& water, double leastCells, I4Grid_type& ichan) {
+  constexpr int32_t kDry = 1;
+  constexpr int32_t kWet = 2;
+  constexpr int32_t kSeen = 3;
+  putMessage("Removing small channel sections isolated by the water mask");
+  if (RowPass{changing(ichan), reading(water)}.run(
+          kTag, [](int32_t, std::span<int32_t> cells, std::span<const int8_t> wet) {
+            for (std::size_t i = 0; i < cells.size(); ++i)
+              cells[i] = cells[i] <= 0 ? 0 : wet[i] != 0 ? kWet : kDry;
+          }) != kSuccess)
+    return kFailure;
+  bool isCutOff = false;
+  return repaintRegions(
+      ichan, kDry, kSeen, {kTag, "edge1 array"}, [&](int32_t value) { isCutOff |= value == kWet; },
+      [&](int64_t count) {
+        const bool drops = std::exchange(isCutOff, false) && static_cast<double>(count) < leastCells;
+        return drops ? 0 : kSeen;
+      });
+}
+
+/// No swale lies in water.
+int leaveOutWater(const I1Grid_type& water, R4Grid_type& chan) {
+  return RowPass{changing(chan), reading(water)}.run(
+      kTag, [](int32_t, std::span<float> depths, std::span<const int8_t> wet) {
+        for (std::size_t i = 0; i < depths.size(); ++i)
+          if (wet[i] != 0) depths[i] = 0.0F;
+      });
 }
 
 // ---- where digging is preferred ----
@@ -166,7 +198,7 @@ int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan, 
   diagnose("CreateGrid for chan");
   if (CreateGrid(chan, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "CreateGrid failed for chan");
-  if (initMask != nullptr && channels.tellOfHeads() &&
+  if (initMask != nullptr && channels.tellOfHeads() && !initMask->GridExists() &&
       CreateGrid(*initMask, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "Unable to create initMask grid");
   if (dem.GetGrad() != kSuccess) return fail(kTag, "Error opening gradient flt raster");
@@ -178,6 +210,9 @@ int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan, 
       return fail(kTag, "Selective Enforcement List not provided");
     I4Grid_type ichan;
     if (readMask(dem, mask, ichan) != kSuccess) return kFailure;
+    if (channels.water != nullptr && mask.minLength > 0.0F &&
+        dropSections(*channels.water, static_cast<double>(mask.minLength) / dem.cellsize, ichan) != kSuccess)
+      return kFailure;
     if (!mask.selective) putMessage("Creating channel mask swale");
     if (makeSwale(dem, mask, ichan, mask.selective ? &paths : nullptr, chan) == 0)
       return reportError({.routine = kTag,
@@ -188,6 +223,7 @@ int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan, 
       return kFailure;
     diagnose("DestroyGrid for ichan");
   }
+  if (channels.water != nullptr && leaveOutWater(*channels.water, chan) != kSuccess) return kFailure;
   putMessage(" Using channel mask to guide channel locations");
   return changeByDepths(dem, chan, -1.0F);
 }

@@ -32,6 +32,7 @@ struct ChannelMask {
   bool directional = false;  ///< its lines are drawn in the sense of the flow
   bool upstream = false;     ///< or against it
   std::optional<TopPoints> top{};
+  float minLength = 0.0F;  ///< metres; shorter sections that water cuts off are left out
 
   [[nodiscard]] bool tellsOfHeads() const { return initiation != MaskInitiation::open || top.has_value(); }
 };
@@ -45,6 +46,7 @@ struct PreferentialFlow {
 struct ChannelMasks {
   std::vector<ChannelMask> masks{};
   std::optional<PreferentialFlow> preferential{};
+  const I1Grid_type* water = nullptr;  ///< cells other than 0 are not dug (`FlattenWatermask`)
 
   /// The deepest and the steepest of what may be dug, for `shiftElevations`: depth (m, at least 2) and slope.
   [[nodiscard]] double deepest() const;
@@ -55,10 +57,11 @@ struct ChannelMasks {
 /// Makes `chan`, the depths of all swales in metres, 0 where nothing is dug, and subtracts it from the
 /// elevations, which are in the working form (nodata 0). Around every cell of a mask, within the radius r, a
 /// cell at the distance d with the gradient S is dug by max(1 - d/r, 0) * (cell size * S + dig), cells of the
-/// mask by a quarter of `dig` more; where swales meet the deepest holds. Needs the gradient (`GetGrad`, or a
-/// grid in `grad`). Where masks tell of channel heads and `initMask` is given it is made: 0, 1 allowed, -1
-/// none, 3 forced (`InitiationSettings`). 0, or -1 with a report; so for a mask without a cell on the DEM's
-/// data.
+/// mask by a quarter of `dig` more; where swales meet the deepest holds. Swales stop at water, and what is
+/// left of a mask beside it, connected by sides and corners, is dug where it has the least length, counted in
+/// cells. Needs the gradient (`GetGrad`, or a grid in `grad`). Where masks tell of channel heads they are
+/// marked in `initMask` (initiation_marks.h), if given, which is made where it does not exist. 0, or -1 with
+/// a report; so for a mask without a cell on the DEM's data.
 int digChannels(DEM_type& dem, const ChannelMasks& channels, R4Grid_type& chan,
                 I1Grid_type* initMask = nullptr);
 /// Adds `chan` to the elevations again.

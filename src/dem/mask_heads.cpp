@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "dem/initiation_marks.h"
 #include "dem/input_lines.h"
 #include "foundation/messages.h"
 #include "foundation/text.h"
@@ -21,26 +22,23 @@ constexpr std::string_view kTag = "FlowDirection in DEM_Module";
 int8_t valueOf(MaskInitiation initiation) {
   switch (initiation) {
     case MaskInitiation::allow:
-      return 1;
+      return initiation_mark::allowed;
     case MaskInitiation::preclude:
-      return -1;
+      return initiation_mark::none;
     case MaskInitiation::force:
-      return 3;
+      return initiation_mark::forced;
     case MaskInitiation::open:
       break;
   }
-  return 0;
+  return initiation_mark::open;
 }
-/// How strong a mark is: force over preclude over allow.
-int strength(int8_t mark) { return mark < 0 ? 2 : mark; }
-int8_t stronger(int8_t a, int8_t b) { return strength(a) >= strength(b) ? a : b; }
 
 int markCells(const ChannelMask& mask, const I4Grid_type& ichan, I1Grid_type& initMask) {
   const int8_t mark = valueOf(mask.initiation);
   return RowPass{changing(initMask), reading(ichan)}.run(
       kTag, [mark](int32_t, std::span<int8_t> marks, std::span<const int32_t> cells) {
         for (std::size_t i = 0; i < marks.size(); ++i)
-          if (cells[i] > 0) marks[i] = stronger(marks[i], mark);
+          if (cells[i] > 0) marks[i] = initiation_mark::stronger(marks[i], mark);
       });
 }
 
@@ -112,7 +110,8 @@ int writePoints(const DEM_type& dem, const std::string& file, const std::vector<
 /// Forces a head in the cell of a point, and allows heads within the radius.
 void markPoint(const DEM_type& dem, ColRow at, float radius, I1Grid_type& initMask) {
   const auto mark = [&](ColRow cell, int8_t value) {
-    initMask.setCell(cell.col, cell.row, stronger(initMask.value(cell.col, cell.row, kTag), value), {});
+    initMask.setCell(cell.col, cell.row,
+                     initiation_mark::stronger(initMask.value(cell.col, cell.row, kTag), value), {});
   };
   const double cells = static_cast<double>(radius) / dem.cellsize;
   const auto reach = static_cast<int32_t>(std::min(cells, double{1e6}));
@@ -120,8 +119,9 @@ void markPoint(const DEM_type& dem, ColRow at, float radius, I1Grid_type& initMa
       {.col1 = at.col - reach, .col2 = at.col + reach, .row1 = at.row - reach, .row2 = at.row + reach});
   for (int32_t row = window.row1; row <= window.row2; ++row)
     for (int32_t col = window.col1; col <= window.col2; ++col)
-      if (std::hypot(col - at.col, row - at.row) <= cells) mark({.col = col, .row = row}, 1);
-  mark(at, 3);
+      if (std::hypot(col - at.col, row - at.row) <= cells)
+        mark({.col = col, .row = row}, initiation_mark::allowed);
+  mark(at, initiation_mark::forced);
 }
 
 int markTopPoints(DEM_type& dem, const ChannelMask& mask, I1Grid_type& initMask) {

@@ -24,26 +24,9 @@ constexpr int32_t kMeasured = 2;
 
 /// Turns the cells that wait to be measured into blobs, or out where their group has fewer than `least`.
 int keepLargeBlobs(I4Grid_type& marks, int64_t least) {
-  return onCells(marks, kFlagTag, [&](auto cells) {
-    RegionWalk walk(marks, Connection::eight);
-    for (int32_t row = 1; row <= marks.rows(); ++row)
-      for (int32_t col = 1; col <= marks.cols(); ++col) {
-        if (cells.get(col, row) != kUnseen) continue;
-        int64_t count = 1;
-        cells.set(col, row, kMeasured);
-        const auto measure = [&, join = repaint(cells, kUnseen, kMeasured)](ColRow at) {
-          const bool joins = join(at);
-          count += joins ? 1 : 0;
-          return joins;
-        };
-        if (!walk.spread({col, row}, measure)) return fail(kFlagTag, "flag failed");
-        const int32_t mark = count < least ? kOut : kBlob;
-        cells.set(col, row, mark);
-        if (!walk.spread({col, row}, repaint(cells, kMeasured, mark)))
-          return fail(kFlagTag, "resetFlag failed");
-      }
-    return kSuccess;
-  });
+  return repaintRegions(
+      marks, kUnseen, kMeasured, {kFlagTag, "flag failed"}, [](int32_t) {},
+      [least](int64_t count) { return count < least ? kOut : kBlob; });
 }
 
 /// 1 within `distance` of a blob, -1 where the input has no data, 0 elsewhere.

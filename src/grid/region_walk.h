@@ -4,6 +4,7 @@
 // visited together.
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -91,6 +92,40 @@ int onCells(GridOf<T>& grid, std::string_view routine, Use use) {
   if (!grid.holdsItsCells()) return fail(routine, "Grid does not exist");
   if (grid.SetCellAccess() != kSuccess) return fail(routine, "SetCellAccess failed");
   return attempt.end(withCells(grid, routine, use));
+}
+
+/// Repaints every region of cells that hold `from`, connected by sides and corners: with decide(number of
+/// its cells). Meanwhile they hold `seen`, which no other cell may hold before; a region of which that is
+/// decided stays so. note(value) is called for the cells around a region, mostly more than once. 0, or -1
+/// with a report, which for want of memory is `noMemory`.
+template <Cell T, class Note, class Decide>
+int repaintRegions(GridOf<T>& grid, T from, T seen, const std::array<std::string_view, 2>& routineAndNoMemory,
+                   Note note, Decide decide) {
+  const std::string_view routine = routineAndNoMemory[0];
+  const std::string_view noMemory = routineAndNoMemory[1];
+  return onCells(grid, routine, [&](auto cells) {
+    RegionWalk walk(grid, Connection::eight);
+    for (int32_t row = 1; row <= grid.rows(); ++row)
+      for (int32_t col = 1; col <= grid.cols(); ++col) {
+        if (cells.get(col, row) != from) continue;
+        int64_t count = 1;
+        cells.set(col, row, seen);
+        const auto measure = [&, join = repaint(cells, from, seen)](ColRow at) {
+          const bool joins = join(at);
+          if (joins)
+            ++count;
+          else if (const T value = cells.get(at.col, at.row); value != seen)
+            note(value);
+          return joins;
+        };
+        if (!walk.spread({col, row}, measure)) return fail(routine, noMemory);
+        const T mark = decide(count);
+        if (mark == seen) continue;
+        cells.set(col, row, mark);
+        if (!walk.spread({col, row}, repaint(cells, seen, mark))) return fail(routine, noMemory);
+      }
+    return kSuccess;
+  });
 }
 
 }  // namespace terrain

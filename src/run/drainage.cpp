@@ -1,5 +1,7 @@
 #include "run/drainage.h"
 
+#include <algorithm>
+
 #include "dem/flow_accumulation.h"
 #include "dem/flow_direction.h"
 #include "dem/operations.h"
@@ -32,6 +34,7 @@ RunFiles filesOf(const DrainageRun& run) {
   for (const auto* list : {&plan.excluded, &plan.only})
     files.inputs.insert(files.inputs.end(), list->begin(), list->end());
   for (const NodataMask& mask : run.repairs.nodataMasks) files.inputs.push_back(mask.file);
+  for (const WaterMask& mask : run.repairs.waterMasks) files.inputs.push_back(mask.file);
   if (run.repairs.lakes) files.inputs.push_back(run.repairs.lakes->file);
   for (const LakeFile& lake : plan.lakes) files.inputs.push_back(lake.file);
   if (!plan.reliefName.empty()) files.inputs.push_back(plan.reliefName);
@@ -116,7 +119,8 @@ void loadSurface(DrainageRun& run) {
     putMessage("  Smoothing length (m) = ", dem.flowMode.smoothingLength);
   }
   echoInitiation(run.initiation);
-  if (shiftElevations(dem, channels.deepest(), channels.steepest()) != kSuccess) stopRun("Error with inputs");
+  const double dig = std::max(channels.deepest(), run.repairs.waterDepth());
+  if (shiftElevations(dem, dig, channels.steepest()) != kSuccess) stopRun("Error with inputs");
 }
 
 /// Contributing cells, with nodata where there is no land.
@@ -144,6 +148,9 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
   DEM_type& dem = run.DEM;
   const VersionStamp* const stamp = &run.session.programInfo;
   I1Grid_type initMask;
+  WaterCells water;
+  if (flattenWater(dem, run.repairs, initMask, water) != kSuccess) stopRun("Error with inputs");
+  if (water.GridExists()) run.channels.water = &water;
   FlowSettings settings{.channels = run.channels, .stamp = stamp, .initMask = &initMask};
   if (!run.surfaceName.empty()) settings.outfile = run.surfaceName;
   if (FlowDirection(dem, settings) != kSuccess) stopRun("Error calculating flow directions");

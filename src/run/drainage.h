@@ -34,8 +34,9 @@ struct DrainageRun {
 extern const ProgramIdentity kDrainageProgram;
 
 [[nodiscard]] std::span<const Keyword<DrainageRun>> drainageKeywords();
-/// Those of the repairs of the surface and of channel initiation, which are among them.
+/// Those of the repairs of the surface, of water masks and of channel initiation, which are among them.
 [[nodiscard]] std::span<const Keyword<DrainageRun>> surfaceKeywords();
+[[nodiscard]] std::span<const Keyword<DrainageRun>> waterKeywords();
 [[nodiscard]] std::span<const Keyword<DrainageRun>> initiationKeywords();
 /// The keywords with unit, default and meaning: the help text and the section of the manual page.
 [[nodiscard]] std::string drainageKeywordHelp();

@@ -97,6 +97,12 @@ constexpr Keyword<ChannelMask> kMaskWords[] = {
      .unit = "m",
      .standard = "0",
      .meaning = "Around a top point channels may begin."},
+    {.words = "MIN LENGTH",
+     .value = MaskValue::number<&ChannelMask::minLength>({.least = 0}),
+     .failure = "Error reading CHANNEL MASK MIN LENGTH",
+     .unit = "m",
+     .standard = "0",
+     .meaning = "Shorter sections that a water mask cuts off are left out."},
     {.words = "POINT FILE",
      .value = MaskValue::own<parsePointFile>("shapefile"),
      .meaning = "The top points are written to it."},
@@ -232,7 +238,7 @@ const std::vector<Row>& keywords() {
   static const std::vector<Row> rows = [] {
     std::vector<Row> all;
     all.reserve(std::size(kOwnWords) + DemWords::rows.size() + surfaceKeywords().size() +
-                initiationKeywords().size());
+                waterKeywords().size() + initiationKeywords().size());
     const auto add = [&all](std::span<const Row> more) {
       for (const Row& row : more) all.push_back(row);
     };
@@ -240,6 +246,7 @@ const std::vector<Row>& keywords() {
     add(DemWords::rows);
     add(std::span(kOwnWords).subspan(1));
     add(surfaceKeywords());
+    add(waterKeywords());
     add(initiationKeywords());
     return all;
   }();

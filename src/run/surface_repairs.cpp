@@ -91,6 +91,24 @@ int lowerGround(DEM_type& dem, const SurfaceRepairs& repairs) {
 
 }  // namespace
 
+double SurfaceRepairs::waterDepth() const {
+  double depth = 0;
+  for (const WaterMask& mask : waterMasks) depth += static_cast<double>(mask.lowerBy) + 1;
+  return depth;
+}
+
+int flattenWater(DEM_type& dem, const SurfaceRepairs& repairs, I1Grid_type& initMask, WaterCells& water) {
+  for (std::size_t i = 0; i < repairs.waterMasks.size(); ++i) {
+    WaterMask mask = repairs.waterMasks[i];
+    putMessage("Watermask file: " + mask.file);
+    if (repairs.keepWaterGrids)
+      mask.gridSuffix = i == 0 ? "" : std::string("_").append(std::to_string(i + 1));
+    if (FlattenWatermask(dem, mask, initMask, water) != kSuccess)
+      return fail(kTag, "flattenWatermask failed");
+  }
+  return kSuccess;
+}
+
 int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
   if (repairs.zeroSea && floodZeros(dem, *repairs.zeroSea) != kSuccess) return kFailure;
   if (repairs.coastline) {

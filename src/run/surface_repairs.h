@@ -8,6 +8,7 @@
 #include "dem/dem.h"
 #include "dem/excavation.h"
 #include "dem/road_crossings.h"
+#include "dem/water_mask.h"
 #include "grid/region_args.h"
 
 namespace terrain {
@@ -47,6 +48,11 @@ struct SurfaceRepairs {
   RoadCrossings crossings{};  ///< without a file there are none
   std::string excavateFile{};
   std::vector<LineExcavation> trenches{};
+  std::vector<WaterMask> waterMasks{};
+  bool keepWaterGrids = false;  ///< writes what the masks were made of
+
+  /// Metres that the shift of the elevations must leave for the water.
+  [[nodiscard]] double waterDepth() const;
 };
 
 /// The repairs that come before gradient and curvature are measured: zeros that are connected to a point, the
@@ -55,5 +61,7 @@ int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs);
 /// Those that come after it: nodata, negative elevations, lakes, roads, trenches, zeros. Lakes need the
 /// gradient.
 int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs);
+/// The water masks, which come after the shift of the elevations.
+int flattenWater(DEM_type& dem, const SurfaceRepairs& repairs, I1Grid_type& initMask, WaterCells& water);
 
 }  // namespace terrain

@@ -66,6 +66,7 @@ TEST_P(ChannelMaskTest, UpperEndsOfLinesAreHeads) {
   I1Grid_type heads;
   heads.onDisk = dem.elev.onDisk;
   const auto marksOf = [&] {
+    heads.releaseStorage();
     EXPECT_EQ(digChannels(dem, {.masks = {mask}}, chan, &heads), 0) << console_.text();
     std::vector<ColRow> forced;
     for (int32_t row = 1; row <= kRows; ++row)
