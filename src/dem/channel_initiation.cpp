@@ -42,6 +42,17 @@ float InitiationCriteria::areaForRelief(float gradient, float relief) const {
   return between(reliefLow, reliefHigh, gradient) >= relief ? between(accumLow, accumHigh, gradient) : 0.0F;
 }
 
+InitiationCriteria InitiationCriteria::towards(const InitiationOverride& other, float weight) const {
+  InitiationCriteria made = *this;
+  const auto move = [weight](float& value, const std::optional<float>& to) {
+    if (to) value = (1 - weight) * value + weight * *to;
+  };
+  for (float* area : {&made.areaLow, &made.areaHigh}) move(*area, other.area);
+  for (float* relief : {&made.reliefLow, &made.reliefHigh}) move(*relief, other.relief);
+  if (weight >= 1.0F) made.planLow = made.planHigh = -kUnlimited;
+  return made;
+}
+
 namespace {
 
 constexpr std::string_view kTag = "AccumulateFlow in DEM_Modul";
@@ -124,16 +135,17 @@ int fillThresholds(const DEM_type& dem, const InitiationSettings& settings, R4Gr
   OptionalRows<int8_t> masks(settings.initMask, 0);
   OptionalRows<float> reliefs(settings.relief, kNodata);
   OptionalRows<float> widths(settings.specificArea ? &dem.bcon : nullptr, 1 / size);
-  if (ids.open() != kSuccess || masks.open() != kSuccess || reliefs.open() != kSuccess ||
-      widths.open() != kSuccess)
-    return kFailure;
+  OptionalRows<float> weights(settings.weight, 0.0F);
+  for (const int opened : {ids.open(), masks.open(), reliefs.open(), widths.open(), weights.open()})
+    if (opened != kSuccess) return kFailure;
   const float reliefNodata = settings.relief != nullptr ? settings.relief->nodata : kNodata;
   const CriteriaByPlace criteria(settings);
   int status = kSuccess;
   const int passed = RowPass{reading(dem.grad), reading(dem.plan), filling(check)}.run(
       kTag, [&](int32_t row, std::span<const float> gradients, std::span<const float> plans,
                 std::span<float> cells) {
-        for (const int entered : {ids.enter(row), masks.enter(row), reliefs.enter(row), widths.enter(row)})
+        for (const int entered :
+             {ids.enter(row), masks.enter(row), reliefs.enter(row), widths.enter(row), weights.enter(row)})
           if (entered != kSuccess) status = kFailure;
         if (status != kSuccess) return;
         for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -144,7 +156,11 @@ int fillThresholds(const DEM_type& dem, const InitiationSettings& settings, R4Gr
                           .relief = relief == reliefNodata ? kNodata : relief,
                           .perCell = widths.at(i) / size,
                           .mask = masks.at(i)};
-          cells[i] = own == nullptr ? 0.0F : thresholdOf(*own, site);
+          const float weight = weights.at(i);
+          if (own == nullptr)
+            cells[i] = 0.0F;
+          else
+            cells[i] = thresholdOf(weight > 0.0F ? own->towards(settings.instead, weight) : *own, site);
         }
       });
   return passed == kSuccess ? status : kFailure;
@@ -284,7 +300,7 @@ class Initiation {
     if (state == kPending || (state == kChannel && goesThere(from, to, flow))) {
       check_.set(from, kFixed);
       check_.set(to, kChannel);
-      aspect_.set(from, aspectOfCode(opposite(code)));
+      if (settings_.paths == nullptr) aspect_.set(from, aspectOfCode(opposite(code)));
       return 1.0;
     }
     if (state == kChannel) check_.set(from, kPending);
@@ -316,6 +332,7 @@ class Initiation {
   std::vector<Entry> path_;
 };
 
+/// Runs the walk over `check`. Empty if there is no memory.
 template <class Lattice>
 std::optional<int> initiateOver(DEM_type& dem, const InitiationSettings& settings, R4Grid_type& check,
                                 ChannelNetwork& network) {
@@ -324,14 +341,55 @@ std::optional<int> initiateOver(DEM_type& dem, const InitiationSettings& setting
   return initiation.run(check);
 }
 
+int walk(DEM_type& dem, const InitiationSettings& settings, R4Grid_type& check, ChannelNetwork& network) {
+  putMessage(" Accumulating");
+  if (CreateGrid(network.accum, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
+    return fail(kTag, "CreateGrid failed for accum");
+  std::optional<int> walked = initiateOver<Bordered>(dem, settings, check, network);
+  if (!walked) walked = initiateOver<InPlace>(dem, settings, check, network);
+  return walked ? *walked : fail(kTag, "checkGrid%setCellAccess failed");
+}
+
+/// The channels go on from the heads along paths of their own. The second walk finds no heads: its cells are
+/// in channels or have none.
+int followPaths(DEM_type& dem, const InitiationSettings& settings, R4Grid_type& check,
+                ChannelNetwork& network) {
+  putMessage("Using initiation points to trace D8 flow path");
+  I1Grid_type onPath;
+  if (tracePaths(dem, *settings.paths, network.heads, network.accum, onPath) != kSuccess) return kFailure;
+  if (RowPass{filling(check), reading(onPath)}.run(
+          kTag, [](int32_t, std::span<float> states, std::span<const int8_t> marks) {
+            for (std::size_t i = 0; i < states.size(); ++i) states[i] = marks[i] != 0 ? kChannel : 0.0F;
+          }) != kSuccess)
+    return kFailure;
+  return walk(dem, settings, check, network);
+}
+
 // ---- inputs and outputs ----
+
+std::string fileBeside(const DEM_type& dem, const std::string& given, std::string_view prefix) {
+  return given.empty() ? dem.path + std::string(prefix) + identifiersOf(dem) : given;
+}
+
+/// Writes what the heads are found from, where diagnostics are on.
+template <class Grid>
+int writeCheck(const DEM_type& dem, const Grid& grid, std::string_view prefix) {
+  if (!demDiagnostics().on) return kSuccess;
+  R4Grid_type copy;
+  if (CreateGrid(copy, {.like = &dem.elev, .nodata = kNodata, .setCells = false}) != kSuccess ||
+      RowPass{filling(copy), reading(grid)}.run(kTag, [](int32_t, std::span<float> cells, auto values) {
+        for (std::size_t i = 0; i < cells.size(); ++i) cells[i] = static_cast<float>(values[i]);
+      }) != kSuccess)
+    return kFailure;
+  return copy.WritefltR4(fileBeside(dem, {}, prefix));
+}
 
 int checkInputs(DEM_type& dem, const InitiationSettings& settings) {
   if (!dem.elev.GridExists() || dem.GetAspect() != kSuccess) return fail(kTag, "GetAspect failed");
   if (dem.GetGrad() != kSuccess) return fail(kTag, "GetGrad failed");
   if (dem.GetPlan() != kSuccess) return fail(kTag, "GetPlan failed");
   if (settings.specificArea && dem.GetBcon() != kSuccess) return fail(kTag, "GetBcon failed");
-  std::vector<const Grid_Header*> grids{settings.ids, settings.initMask, settings.relief};
+  std::vector<const Grid_Header*> grids{settings.ids, settings.initMask, settings.relief, settings.weight};
   grids.insert(grids.end(), settings.excluded.begin(), settings.excluded.end());
   grids.insert(grids.end(), settings.only.begin(), settings.only.end());
   for (const Grid_Header* grid : grids)
@@ -341,10 +399,6 @@ int checkInputs(DEM_type& dem, const InitiationSettings& settings) {
   if (decay.conductivity > 0 && !(decay.proportion > 0 && decay.duration > 0))
     return fail(kTag, "DECAY - need to specify all three coefficients");
   return kSuccess;
-}
-
-std::string fileBeside(const DEM_type& dem, const std::string& given, std::string_view prefix) {
-  return given.empty() ? dem.path + std::string(prefix) + identifiersOf(dem) : given;
 }
 
 /// Contributing cells have no value where there is no land.
@@ -396,24 +450,24 @@ int AccumulateFlow(DEM_type& dem, const InitiationSettings& settings, ChannelNet
   if (CreateGrid(check, {.like = &dem.elev, .nodata = kNodata, .setCells = false}) != kSuccess)
     return fail(kTag, "CreateGrid failed for checkGrid");
   putMessage("Identifying candidate initiation sites");
-  if (fillThresholds(dem, settings, check) != kSuccess) return kFailure;
+  if (fillThresholds(dem, settings, check) != kSuccess || writeCheck(dem, check, "check0_") != kSuccess ||
+      writeCheck(dem, dem.elev, "chkDEM_") != kSuccess ||
+      (settings.initMask != nullptr && writeCheck(dem, *settings.initMask, "initmask_") != kSuccess))
+    return kFailure;
   for (const I4Grid_type* mask : settings.excluded)
     if (applyMask(check, *mask, false) != kSuccess) return kFailure;
   for (const I4Grid_type* mask : settings.only)
     if (applyMask(check, *mask, true) != kSuccess) return kFailure;
-  putMessage(" Accumulating");
-  if (CreateGrid(network.accum, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
-    return fail(kTag, "CreateGrid failed for accum");
-  std::optional<int> walked = initiateOver<Bordered>(dem, settings, check, network);
-  if (!walked) walked = initiateOver<InPlace>(dem, settings, check, network);
-  if (!walked) return fail(kTag, "checkGrid%setCellAccess failed");
-  if (*walked != kSuccess) return kFailure;
+  if (writeCheck(dem, check, "check1_") != kSuccess) return kFailure;
+  if (walk(dem, settings, check, network) != kSuccess) return kFailure;
+  if (settings.paths != nullptr && followPaths(dem, settings, check, network) != kSuccess) return kFailure;
   if (maskSea(dem, network.accum) != kSuccess) return fail(kTag, "Mask failed for accum");
   const std::string file = fileBeside(dem, settings.accumulationFile, "accum_");
   if (network.accum.WritefltR8(file, settings.stamp) != kSuccess)
     return fail(kTag, "WriteFlt failed for accum grid");
   putMessage("Created accumulation grid: " + file);
-  if (writeNodes(dem, settings, check, network) != kSuccess) return kFailure;
+  if (writeCheck(dem, check, "check_") != kSuccess || writeNodes(dem, settings, check, network) != kSuccess)
+    return kFailure;
   return attempt.succeed();
 }
 

@@ -8,7 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "dem/d8_paths.h"
 #include "dem/dem.h"
+#include "dem/initiation_points.h"
 
 namespace terrain {
 
@@ -36,6 +38,8 @@ struct InitiationCriteria {
   [[nodiscard]] float length(float gradient) const { return between(lengthLow, lengthHigh, gradient); }
   /// Area that suffices for a cell of this relief, 0 where it is too high.
   [[nodiscard]] float areaForRelief(float gradient, float relief) const;
+  /// Thresholds on the way from these, at a weight of 0, to others, at 1, where any curvature will do.
+  [[nodiscard]] InitiationCriteria towards(const InitiationOverride& other, float weight) const;
 
  private:
   [[nodiscard]] float between(float low, float high, float gradient) const;
@@ -65,11 +69,15 @@ struct InitiationSettings {
   /// head. On the DEM's cells.
   const I1Grid_type* initMask = nullptr;
   const R4Grid_type* relief = nullptr;         ///< local relief, on the DEM's cells
+  InitiationOverride instead{};                ///< thresholds that hold in part, or wholly, where
+  const R4Grid_type* weight = nullptr;         ///< this is above 0, or 1 (`weighBuffer`)
   std::vector<const I4Grid_type*> excluded{};  ///< cells other than 0 have no heads
   std::vector<const I4Grid_type*> only{};      ///< cells of 0 have no heads
   bool specificArea = true;                    ///< areas are by length of contour (`DEM%bcon`)
   FlowDecay decay{};
   ChannelSharing sharing{};
+  /// Given: below the heads channels follow these, and all directions but those along them stay as they are.
+  const D8Paths* paths = nullptr;
   const VersionStamp* stamp = nullptr;  ///< of the raster's header
   /// Files; blank: "accum_" or "basenode_" with the identifiers of the DEM, beside it. See `AccumulateFlow`.
   std::string accumulationFile{}, nodeFile{};

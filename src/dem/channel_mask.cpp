@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "dem/grids.h"
-#include "dem/input_lines.h"
 #include "dem/input_mask.h"
+#include "dem/input_vectors.h"
 #include "dem/mask_heads.h"
 #include "dem/operations.h"
 #include "foundation/file_names.h"
@@ -31,7 +31,7 @@ constexpr std::string_view kTag = "FlowDirection in DEM_Module";
 int burnMaskLines(const DEM_type& dem, std::string_view name, I4Grid_type& cells) {
   putMessage("Reading channel mask shapefile " + std::string(name));
   LineVectorType lines;
-  const LineTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
+  const VectorTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
   if (readLines(dem, name, lines, failure) != kSuccess) return kFailure;
   if (CreateGrid(cells, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "CreateGrid failed for ichan");

@@ -32,6 +32,7 @@ struct ChannelMask {
   bool directional = false;  ///< its lines are drawn in the sense of the flow
   bool upstream = false;     ///< or against it
   std::optional<TopPoints> top{};
+  bool offset = false, doEdges = false, fullEnforce = false, honorDem = false;  ///< without effect
   float minLength = 0.0F;  ///< metres; shorter sections that water cuts off are left out
 
   [[nodiscard]] bool tellsOfHeads() const { return initiation != MaskInitiation::open || top.has_value(); }

@@ -8,7 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "dem/input_lines.h"
+#include "dem/input_table.h"
+#include "dem/input_vectors.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
 #include "foundation/messages.h"
@@ -21,7 +22,6 @@
 #include "grid/missing.h"
 #include "grid/storage.h"
 #include "table/data_table.h"
-#include "table/field_content.h"
 #include "table/geometry.h"
 #include "table/part_ranges.h"
 
@@ -48,31 +48,6 @@ namespace {
 
 constexpr std::string_view kTableTag = "Excavate in dovrakt";
 
-/// One column of a table as numbers, of which none is missing.
-int readNumbers(const DataTableType& table, int32_t number, std::vector<double>& values) {
-  const FieldContent& field = *table.fieldAt(number);
-  const auto bad = [&](std::size_t record) {
-    return reportError({.routine = kTableTag,
-                        .code = kOwnWords,
-                        .message1 = "Error reading excavate file",
-                        .message2 = "  Record " + freeText(static_cast<int64_t>(record) + 1) + ", field " +
-                                    std::string(field.name.trimmed())});
-  };
-  const auto copy = [&](const auto& column) {
-    if (!tryAllocate(values, column.size())) return cannotAllocate(kTableTag, "columns");
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if constexpr (std::is_same_v<std::decay_t<decltype(column)>, TextColumn>) {
-        if (!parseNumber(trimmed(column[i]), values[i])) return bad(i);
-      } else {
-        values[i] = static_cast<double>(column[i]);
-      }
-      if (!std::isfinite(values[i]) || values[i] == kMissing) return bad(i);
-    }
-    return kSuccess;
-  };
-  return visitColumn(field, copy, [&] { return bad(0); });
-}
-
 /// x, y and depth of all points, in metres.
 struct Cuts {
   std::vector<double> x{}, y{}, depth{};
@@ -89,7 +64,14 @@ int readCuts(const DEM_type& dem, std::string_view file, Cuts& cuts) {
     return fail(kTableTag, "Required input fields not found (X, Y, CUT)");
   const std::array columns{&cuts.x, &cuts.y, &cuts.depth};
   for (std::size_t c = 0; c < columns.size(); ++c) {
-    if (readNumbers(table, fields[c], *columns[c]) != kSuccess) return kFailure;
+    int64_t bad = 0;
+    if (readNumbers(table, fields[c], kTableTag, *columns[c], bad) != kSuccess) return kFailure;
+    if (bad != 0)
+      return reportError({.routine = kTableTag,
+                          .code = kOwnWords,
+                          .message1 = "Error reading excavate file",
+                          .message2 = "  Record " + freeText(bad) + ", field " +
+                                      std::string(table.fieldAt(fields[c])->name.trimmed())});
     if (dem.feetConverted)
       for (double& value : *columns[c]) value *= kMetersPerFootR4;
   }
@@ -346,7 +328,7 @@ int ExcavateLine(DEM_type& dem, const LineExcavation& settings) {
   Attempt attempt{dem.status};
   if (!dem.elev.GridExists()) return fail(kLineTag, "Elevations not loaded");
   LineVectorType lines;
-  const LineTexts failure{.routine = kLineTag, .message = "readPolylineShapefile failed for "};
+  const VectorTexts failure{.routine = kLineTag, .message = "readPolylineShapefile failed for "};
   if (readLines(dem, settings.file, lines, failure) != kSuccess) return kFailure;
   Walls walls;
   if (walls.make(dem.elev.cellsize, settings.radius, std::max(dem.elev.cols(), dem.elev.rows())) != kSuccess)

@@ -98,7 +98,7 @@ int FlowDirection(DEM_type& dem, const FlowSettings& settings) {
   if (settings.outfile && !isBlank(*settings.outfile) &&
       writeSurface(dem, *settings.outfile, settings.stamp) != kSuccess)
     return kFailure;
-  if (digs && undigChannels(dem, chan) != kSuccess) return kFailure;
+  if (digs && !settings.keepSwales && undigChannels(dem, chan) != kSuccess) return kFailure;
   return attempt.succeed();
 }
 

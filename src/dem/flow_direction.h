@@ -19,6 +19,7 @@ int restoreElevations(DEM_type& dem);
 
 struct FlowSettings {
   ChannelMasks channels{};               ///< dug before, and filled in again afterwards
+  bool keepSwales = false;               ///< not filled in again, for paths that are yet to be traced
   std::optional<std::string> outfile{};  ///< the conditioned surface is written to it, swales included
   const VersionStamp* stamp = nullptr;   ///< of that raster's header
   I1Grid_type* initMask = nullptr;       ///< made where the masks tell of channel heads (`digChannels`)

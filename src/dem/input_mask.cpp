@@ -16,25 +16,29 @@ namespace terrain {
 
 namespace {
 
-int makeCells(const DEM_type& dem, const MaskTexts& texts, I4Grid_type& cells) {
-  if (CreateGrid(cells, {.like = &dem.elev, .fillValue = 0.0F}) == kSuccess) return kSuccess;
+/// `outside` in all cells, which is the nodata value too where polygons bring their own.
+int makeCells(const DEM_type& dem, const MaskTexts& texts, int32_t outside, I4Grid_type& cells) {
+  if (CreateGrid(cells, {.like = &dem.elev, .fillValue = static_cast<float>(outside)}) == kSuccess)
+    return kSuccess;
   return fail(texts.routine, "CreateGrid failed for " + std::string(texts.what));
 }
 
-int burnPolygons(const DEM_type& dem, std::string_view name, const MaskTexts& texts, I4Grid_type& cells) {
+int burnPolygons(const DEM_type& dem, std::string_view name, const MaskTexts& texts,
+                 const PolygonRasterOptions& options, I4Grid_type& cells) {
   PolyVectorType polygons;
   Grid_Header units;  // the file has the DEM's unit
   units.units = dem.feetConverted ? 'f' : 'm';
   if (ReadPolygonShapefile(polygons, name, {.grid = &units}) != kSuccess)
     return fail(texts.routine, "ReadPolygonShapefile failed for " + std::string(name));
-  polygons.IDfield = 0;
-  if (polygons.RasterizePoly(cells, {.ival = 1}) == kSuccess) return kSuccess;
+  if (options.ival) polygons.IDfield = 0;
+  if (polygons.RasterizePoly(cells, options) == kSuccess) return kSuccess;
   return fail(texts.routine, "rasterize failed for " + std::string(texts.what));
 }
 
 }  // namespace
 
-int readMaskRaster(const DEM_type& dem, std::string_view name, const MaskTexts& texts, I4Grid_type& cells) {
+int readMaskRaster(const DEM_type& dem, std::string_view name, const MaskTexts& texts, I4Grid_type& cells,
+                   int32_t outside) {
   I4Grid_type raster;
   if (ReadGrid(raster, name, {.replaceNodata = true}) != kSuccess)
     return reportError({.routine = texts.routine,
@@ -45,7 +49,7 @@ int readMaskRaster(const DEM_type& dem, std::string_view name, const MaskTexts& 
   if (!sameR8(raster.cellsize, dem.cellsize))
     return fail(texts.routine,
                 "The cell sizes of " + std::string(texts.what) + " and DEM differ: " + std::string(name));
-  if (makeCells(dem, texts, cells) != kSuccess) return kFailure;
+  if (makeCells(dem, texts, outside, cells) != kSuccess) return kFailure;
   const int32_t missing = raster.nodataValue();
   return withCells(raster, texts.routine, [&](auto mask) {
     return withCells(cells, texts.routine, [&](auto to) {
@@ -55,7 +59,7 @@ int readMaskRaster(const DEM_type& dem, std::string_view name, const MaskTexts& 
           const ColRow there = raster.XYtoColRow(at.x, at.y);
           if (!raster.contains(there)) continue;
           const int32_t value = mask.get(there.col, there.row);
-          to.set(col, row, value == missing ? 0 : value);
+          to.set(col, row, value == missing ? outside : value);
         }
       return kSuccess;
     });
@@ -65,7 +69,19 @@ int readMaskRaster(const DEM_type& dem, std::string_view name, const MaskTexts& 
 int readAreaMask(const DEM_type& dem, std::string_view file, const MaskTexts& texts, I4Grid_type& cells) {
   const std::string name = stripExtension(stripped(file));
   if (rasterExists(name)) return readMaskRaster(dem, name, texts, cells);
-  return makeCells(dem, texts, cells) == kSuccess ? burnPolygons(dem, name, texts, cells) : kFailure;
+  return makeCells(dem, texts, 0, cells) == kSuccess ? burnPolygons(dem, name, texts, {.ival = 1}, cells)
+                                                     : kFailure;
+}
+
+int readAreaIds(const DEM_type& dem, std::string_view file, std::string_view idField, const MaskTexts& texts,
+                I4Grid_type& ids) {
+  const std::string name = stripExtension(stripped(file));
+  if (rasterExists(name)) return readMaskRaster(dem, name, texts, ids, kNoAreaId);
+  if (makeCells(dem, texts, kNoAreaId, ids) != kSuccess) return kFailure;
+  ids.SetNodata(static_cast<float>(kNoAreaId));
+  PolygonRasterOptions options{.useID = isBlank(idField)};
+  if (!isBlank(idField)) options.fieldName = idField;
+  return burnPolygons(dem, name, texts, options, ids);
 }
 
 }  // namespace terrain

@@ -33,6 +33,14 @@ bool matchesDEM(const DEM_type& dem, const Grid_Header& raster, std::string_view
   return false;
 }
 
+int readMatchingRaster(const DEM_type& dem, std::string_view name, std::string_view unreadable,
+                       const MatchTexts& texts, R4Grid_type& grid) {
+  if (ReadGrid(grid, name) != kSuccess)
+    return fail(texts.routine, std::string(unreadable).append(" ").append(name));
+  if (dem.feetConverted) FeetToMeters(grid);
+  return matchesDEM(dem, grid, name, texts) ? kSuccess : kFailure;
+}
+
 bool coversExtent(const Grid_Header& raster, const Grid_Header& extent) {
   const double x = extent.xcellsize / 2;
   const double y = extent.ycellsize / 2;

@@ -22,6 +22,11 @@ int reportMismatch(const DEM_type& dem, const Grid_Header& raster, std::string_v
 [[nodiscard]] bool matchesDEM(const DEM_type& dem, const Grid_Header& raster, std::string_view name,
                               const MatchTexts& texts);
 
+/// Reads a raster that must match the DEM; `unreadable` and its name are reported where it cannot be read. 0,
+/// or -1 with a report.
+int readMatchingRaster(const DEM_type& dem, std::string_view name, std::string_view unreadable,
+                       const MatchTexts& texts, R4Grid_type& grid);
+
 /// True if every cell of `extent` lies in the raster, half a cell of tolerance aside.
 [[nodiscard]] bool coversExtent(const Grid_Header& raster, const Grid_Header& extent);
 

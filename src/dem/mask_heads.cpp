@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "dem/initiation_marks.h"
-#include "dem/input_lines.h"
+#include "dem/initiation_points.h"
+#include "dem/input_vectors.h"
 #include "foundation/messages.h"
 #include "foundation/text.h"
 #include "grid/rows.h"
@@ -107,23 +108,6 @@ int writePoints(const DEM_type& dem, const std::string& file, const std::vector<
   return kSuccess;
 }
 
-/// Forces a head in the cell of a point, and allows heads within the radius.
-void markPoint(const DEM_type& dem, ColRow at, float radius, I1Grid_type& initMask) {
-  const auto mark = [&](ColRow cell, int8_t value) {
-    initMask.setCell(cell.col, cell.row,
-                     initiation_mark::stronger(initMask.value(cell.col, cell.row, kTag), value), {});
-  };
-  const double cells = static_cast<double>(radius) / dem.cellsize;
-  const auto reach = static_cast<int32_t>(std::min(cells, double{1e6}));
-  const Window window = dem.clipped(
-      {.col1 = at.col - reach, .col2 = at.col + reach, .row1 = at.row - reach, .row2 = at.row + reach});
-  for (int32_t row = window.row1; row <= window.row2; ++row)
-    for (int32_t col = window.col1; col <= window.col2; ++col)
-      if (std::hypot(col - at.col, row - at.row) <= cells)
-        mark({.col = col, .row = row}, initiation_mark::allowed);
-  mark(at, initiation_mark::forced);
-}
-
 int markTopPoints(DEM_type& dem, const ChannelMask& mask, I1Grid_type& initMask) {
   if (mask.selective) return fail(kTag, "Cannot use TOP POINT with selective enforcement");
   if (mask.top->directional && !mask.directional)
@@ -139,7 +123,8 @@ int markTopPoints(DEM_type& dem, const ChannelMask& mask, I1Grid_type& initMask)
   if (tops.empty()) putMessage("    **** No top points within DEM ****");
   if (!isBlank(mask.top->file) && !tops.empty() && writePoints(dem, mask.top->file, tops) != kSuccess)
     return kFailure;
-  for (const End& top : tops) markPoint(dem, *top.cell, mask.top->radius, initMask);
+  for (const End& top : tops)
+    markInitiationPoint(dem, *top.cell, static_cast<double>(mask.top->radius), initMask);
   return kSuccess;
 }
 

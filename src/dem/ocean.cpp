@@ -1,6 +1,6 @@
 #include "dem/ocean.h"
 
-#include "dem/input_lines.h"
+#include "dem/input_vectors.h"
 #include "foundation/messages.h"
 #include "grid/cell_view.h"
 #include "grid/directions.h"
@@ -56,7 +56,7 @@ int MaskOcean(DEM_type& dem, std::string_view coastline, float minElevation) {
   putMessage("Masking ocean");
   if (!dem.elev.GridExists()) return fail(kTag, "Elevations not loaded");
   LineVectorType lines;
-  const LineTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
+  const VectorTexts failure{.routine = kTag, .message = "ReadPolylineShapefile failed for "};
   if (readLines(dem, coastline, lines, failure) != kSuccess) return kFailure;
   I4Grid_type coast;
   if (CreateGrid(coast, {.like = &dem.elev, .fillValue = 0.0F}) != kSuccess)

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dem/input_vectors.h"
 #include "foundation/file_names.h"
 #include "foundation/free_format.h"
 #include "foundation/memory.h"
@@ -17,7 +18,6 @@
 #include "grid/filters.h"
 #include "grid/missing.h"
 #include "grid/storage.h"
-#include "table/point_vectors.h"
 
 namespace terrain {
 
@@ -202,10 +202,9 @@ int SmoothRoadCrossings(DEM_type& dem, const RoadCrossings& settings) {
   const std::string stem = stripExtension(stripped(settings.file));
   putMessage("Reading crossing-point shapefile " + stem);
   PointVectorType points;
-  PointReadOptions options;
-  if (dem.feetConverted) options.units = 'f';
-  if (ReadPointShapefile(points, stem, options) != kSuccess)
-    return fail(kTag, "ReadPointShapefile failed for " + stem);
+  if (readPoints(dem, stem, points, {.routine = kTag, .message = "ReadPointShapefile failed for "}) !=
+      kSuccess)
+    return kFailure;
   putMessage("Initiating smoothing grids");
   int32_t halfWidth = 0;
   const double cellsize = dem.elev.meanCellSize();

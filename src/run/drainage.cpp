@@ -1,7 +1,5 @@
 #include "run/drainage.h"
 
-#include <algorithm>
-
 #include "dem/flow_accumulation.h"
 #include "dem/flow_direction.h"
 #include "dem/operations.h"
@@ -13,6 +11,7 @@
 #include "run/ground_check.h"
 #include "run/instructions.h"
 #include "run/output_check.h"
+#include "run/preparation.h"
 
 namespace terrain {
 
@@ -37,8 +36,13 @@ RunFiles filesOf(const DrainageRun& run) {
   for (const WaterMask& mask : run.repairs.waterMasks) files.inputs.push_back(mask.file);
   if (run.repairs.lakes) files.inputs.push_back(run.repairs.lakes->file);
   for (const LakeFile& lake : plan.lakes) files.inputs.push_back(lake.file);
-  if (!plan.reliefName.empty()) files.inputs.push_back(plan.reliefName);
-  for (const std::string* name : {&run.surfaceName, &run.angleName, &run.codeName, &run.areaName})
+  for (const std::string* name :
+       {&plan.reliefName, &plan.criteriaFiles.idRaster, &plan.criteriaFiles.idShapefile, &run.d8.accumName,
+        &run.d8.ndvi.file, &run.repairs.drainPoints})
+    if (!name->empty()) files.inputs.push_back(*name);
+  if (plan.points) files.inputs.push_back(plan.points->file);
+  for (const std::string* name : {&run.planName, &run.gradientName, &run.surfaceName, &run.angleName,
+                                  &run.codeName, &run.areaName, &run.initiation.bconName})
     if (!name->empty()) files.outputs.push_back(*name);
   if (plan.findsChannels()) files.outputs.push_back(plan.accumulationRaster(run.DEM));
   return files;
@@ -54,7 +58,8 @@ RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instruction
     putWarning(*feet);
     if (run.strict) stopRun("STRICT: the DEM gives cause for a warning", run.DEM.file);
   }
-  if (const std::string missing = run.initiation.missing(); !missing.empty()) stopRun(missing);
+  for (const std::string& missing : {run.initiation.missing(), run.d8.missing(run.channels)})
+    if (!missing.empty()) stopRun(missing);
   if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
   run.session.openLog(run.scratchPath);
   RunFiles files = filesOf(run);
@@ -62,65 +67,6 @@ RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instruction
   checkOutputs(files);
   run.session.instructions.Close();
   return files;
-}
-
-/// A surface metric at a length scale.
-R4Grid_type measured(DEM_type& dem, double length,
-                     R4Grid_type (DEM_type::*get)(std::optional<std::string_view>)) {
-  putMessage("  Length scale (m) = ", length);
-  const double named = dem.len_scale;
-  dem.SetLengthScale(length);
-  R4Grid_type grid = (dem.*get)(std::nullopt);
-  dem.SetLengthScale(named);
-  return grid;
-}
-
-/// The gradient limits the digging along channel masks, and decides where channels begin. It is measured
-/// where it has a length, or plan curvature has one; else it is read.
-void loadGradient(DrainageRun& run) {
-  DEM_type& dem = run.DEM;
-  const double length = run.gradientLength > 0 ? run.gradientLength : run.curvatureLength;
-  if (length > 0) {
-    putMessage("Filling gradient raster");
-    run.initiation.gradientLength = length;
-    dem.grad = measured(dem, length, &DEM_type::GetSlope);
-    if (dem.grad.status != kSuccess) stopRun("Error filling gradient raster");
-  } else if (dem.GetGrad() != kSuccess) {
-    stopRun("Error opening gradient flt raster: GRADIENT LENGTH SCALE computes it");
-  }
-}
-
-/// The elevations, and plan curvature on the raw surface where it is not read.
-void loadSurface(DrainageRun& run) {
-  DEM_type& dem = run.DEM;
-  const bool metres = groundIsInMetres(dem);
-  if (!(cellsAreSquare(dem) && metres)) stopRun("Error with inputs");
-  putMessage("Reading DEM");
-  if (dem.GetElev() != kSuccess) stopRun("ReadElev failed");
-  if (repairSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
-  if (run.curvatureLength > 0) {
-    putMessage("Filling plan curvature raster");
-    dem.plan = measured(dem, run.curvatureLength, &DEM_type::GetPlanCurvature);
-    if (dem.plan.status != kSuccess) stopRun("Error filling plan curvature raster");
-  } else if (dem.GetPlan() != kSuccess) {
-    stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
-  }
-  const ChannelMasks& channels = run.channels;
-  if (!channels.masks.empty() || run.repairs.lakes || run.initiation.findsChannels() ||
-      run.initiation.calibrate)
-    loadGradient(run);
-  if (maskSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
-  if (dem.flowMode.keepAngles) {
-    putMessage("Using existing flow direction file");
-    if (dem.GetAspect() != kSuccess) stopRun("GetAspect failed");
-  }
-  if (dem.flowMode.smoothingLength > 0) {
-    putMessage("Smoothed flow directions");
-    putMessage("  Smoothing length (m) = ", dem.flowMode.smoothingLength);
-  }
-  echoInitiation(run.initiation);
-  const double dig = std::max(channels.deepest(), run.repairs.waterDepth());
-  if (shiftElevations(dem, dig, channels.steepest()) != kSuccess) stopRun("Error with inputs");
 }
 
 /// Contributing cells, with nodata where there is no land.
@@ -144,14 +90,12 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
   const RunFiles files = prepare(run, instructionFile);
   const double startedAt =
       platform::cpuSeconds();  // the reading of instructions is not part of the reported time
-  loadSurface(run);
+  PreparedDrainage prepared;
+  InitFlowDirection(run, prepared);
   DEM_type& dem = run.DEM;
   const VersionStamp* const stamp = &run.session.programInfo;
-  I1Grid_type initMask;
-  WaterCells water;
-  if (flattenWater(dem, run.repairs, initMask, water) != kSuccess) stopRun("Error with inputs");
-  if (water.GridExists()) run.channels.water = &water;
-  FlowSettings settings{.channels = run.channels, .stamp = stamp, .initMask = &initMask};
+  FlowSettings settings{
+      .channels = run.channels, .keepSwales = run.d8.isOn(), .stamp = stamp, .initMask = &prepared.initMask};
   if (!run.surfaceName.empty()) settings.outfile = run.surfaceName;
   if (FlowDirection(dem, settings) != kSuccess) stopRun("Error calculating flow directions");
   if (!run.angleName.empty()) stopUnlessWritten(dem.aspect.WritefltR4(run.angleName, stamp), run.angleName);
@@ -165,7 +109,9 @@ bool carryOutDrainage(DrainageRun& run, const std::optional<std::string>& instru
     if (computeArea(dem) != kSuccess) stopRun("Error calculating accumulation");
     stopUnlessWritten(dem.DA.WritefltR4(run.areaName, stamp), run.areaName);
   }
-  if (initiateChannels(dem, run.initiation, initMask, stamp) != kSuccess) stopRun("Error finding channels");
+  if (initiateChannels(dem, run.initiation, prepared.initiation, run.d8.isOn() ? &prepared.d8.paths : nullptr,
+                       prepared.initMask, stamp) != kSuccess)
+    stopRun("Error finding channels");
   for (std::size_t i = 0; i + 1 < files.outputs.size(); ++i) run.session.copyLog(files.outputs[i]);
   run.session.finish(files.outputs.back(), startedAt);
   for (R4Grid_type* grid : {&dem.elev, &dem.grad, &dem.plan, &dem.aspect, &dem.DA, &dem.bcon})

@@ -9,6 +9,7 @@
 #include "dem/channel_mask.h"
 #include "dem/dem.h"
 #include "foundation/keywords.h"
+#include "run/d8_mode.h"
 #include "run/initiation.h"
 #include "run/session.h"
 #include "run/surface_repairs.h"
@@ -16,15 +17,17 @@
 namespace terrain {
 
 struct DrainageRun {
-  double curvatureLength = 0;  ///< length scale of plan curvature, metres; 0: it is read
-  double gradientLength = 0;   ///< the same of the gradient; 0: that of plan curvature
+  double curvatureLength = 0;               ///< length scale of plan curvature, metres; 0: it is read
+  std::optional<double> curvatureRadius{};  ///< of the circle, where it is not the length scale
+  double gradientLength = 0;                ///< the same of the gradient; 0: that of plan curvature
   SurfaceRepairs repairs{};
   ChannelMasks channels{};  ///< where swales lead the flow
   InitiationPlan initiation{};
+  D8Plan d8{};
   std::string scratchPath{};  ///< ends in a separator
   bool strict = false;        ///< warnings about the instruction file stop the run
   /// Rasters to write, without extension; a blank one is not written.
-  std::string surfaceName{}, angleName{}, codeName{}, areaName{};
+  std::string surfaceName{}, angleName{}, codeName{}, areaName{}, gradientName{}, planName{};
 
   Session session{};
   DEM_type DEM{};
@@ -34,10 +37,12 @@ struct DrainageRun {
 extern const ProgramIdentity kDrainageProgram;
 
 [[nodiscard]] std::span<const Keyword<DrainageRun>> drainageKeywords();
-/// Those of the repairs of the surface, of water masks and of channel initiation, which are among them.
+/// Those of the repairs of the surface, of water masks, of channel initiation and of single directions, which
+/// are among them.
 [[nodiscard]] std::span<const Keyword<DrainageRun>> surfaceKeywords();
 [[nodiscard]] std::span<const Keyword<DrainageRun>> waterKeywords();
 [[nodiscard]] std::span<const Keyword<DrainageRun>> initiationKeywords();
+[[nodiscard]] std::span<const Keyword<DrainageRun>> d8Keywords();
 /// The keywords with unit, default and meaning: the help text and the section of the manual page.
 [[nodiscard]] std::string drainageKeywordHelp();
 [[nodiscard]] std::string drainageKeywordManual();

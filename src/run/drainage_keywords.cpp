@@ -97,6 +97,12 @@ constexpr Keyword<ChannelMask> kMaskWords[] = {
      .unit = "m",
      .standard = "0",
      .meaning = "Around a top point channels may begin."},
+    {.words = "OFFSET",
+     .value = MaskValue::flag<&ChannelMask::offset>(),
+     .meaning = "Accepted, without effect."},
+    {.words = "DO EDGES", .value = MaskValue::flag<&ChannelMask::doEdges>(), .meaning = "The same."},
+    {.words = "FULL ENFORCE", .value = MaskValue::flag<&ChannelMask::fullEnforce>(), .meaning = "The same."},
+    {.words = "HONOR DEM", .value = MaskValue::flag<&ChannelMask::honorDem>(), .meaning = "The same."},
     {.words = "MIN LENGTH",
      .value = MaskValue::number<&ChannelMask::minLength>({.least = 0}),
      .failure = "Error reading CHANNEL MASK MIN LENGTH",
@@ -176,6 +182,22 @@ constexpr Value kSmoothing = [] {
   return value;
 }();
 
+bool parseDebug(DrainageRun&, KeywordInput& input) {
+  demDiagnostics().on = !input.text || textIsTrue(*input.text);
+  return true;
+}
+
+/// The length scale, which names rasters too, and then perhaps a radius.
+bool parseCurvature(DrainageRun& run, KeywordInput& input) {
+  constexpr std::size_t second = 1;
+  const std::vector<std::string>& arguments = input.line->arguments;
+  if (arguments.size() > second) {
+    const SplitArgument radius = splitArgument(arguments[second]);
+    if (!detail::parseNumber(radius.value, {.least = 0}, run.curvatureRadius)) return false;
+  }
+  return detail::parseNumber(*input.text, {.least = 0}, run.curvatureLength);
+}
+
 constexpr Row kOwnWords[] = {
     {.words = "DEM",
      .value = Value::existing<rasterExists, &DrainageRun::DEM, &DEM_type::refFile>("raster"),
@@ -183,11 +205,13 @@ constexpr Row kOwnWords[] = {
      .standard = "PATH and DEM ID",
      .meaning = "Elevations, by file name. The name, as of every raster, with or without .flt."},
     {.words = "CURVATURE LENGTH SCALE|PLAN CURVATURE LENGTH SCALE",
-     .value = Value::number<&DrainageRun::curvatureLength>({.least = 0}),
+     .value = Value::own<parseCurvature>("number", TakesValue::always),
+     .failure = "Error reading CURVATURE LENGTH SCALE",
      .unit = "m",
      .standard = "plan_<length>_<id> is read",
-     .meaning =
-         "Radius of the circle on which plan curvature is measured, which decides between equal slopes."},
+     .meaning = "Radius of the circle on which plan curvature is measured, which decides between equal "
+                "slopes; a second "
+                "number is the radius in its place."},
     {.words = "USE SMOOTHED ASPECT",
      .value = kSmoothing,
      .standard = "angles of the eight neighbours alone",
@@ -227,6 +251,11 @@ constexpr Row kOwnWords[] = {
      .value = Value::file<&DrainageRun::areaName>("raster"),
      .standard = "not written",
      .meaning = "Contributing cells, by flow angle; a cell counts itself."},
+    {.words = "DEBUG",
+     .value = Value::own<parseDebug>("yes or no", TakesValue::optionally),
+     .standard = "off",
+     .meaning = "Tell each step in the log, and write what the channel heads are found from as check0_<id>, "
+                "check1_<id>, check_<id>, chkDEM_<id> and initmask_<id> beside the DEM."},
     {.words = "STRICT",
      .value = Value::toggle<&DrainageRun::strict>(),
      .standard = "off",
@@ -238,7 +267,7 @@ const std::vector<Row>& keywords() {
   static const std::vector<Row> rows = [] {
     std::vector<Row> all;
     all.reserve(std::size(kOwnWords) + DemWords::rows.size() + surfaceKeywords().size() +
-                waterKeywords().size() + initiationKeywords().size());
+                waterKeywords().size() + initiationKeywords().size() + d8Keywords().size());
     const auto add = [&all](std::span<const Row> more) {
       for (const Row& row : more) all.push_back(row);
     };
@@ -248,6 +277,7 @@ const std::vector<Row>& keywords() {
     add(surfaceKeywords());
     add(waterKeywords());
     add(initiationKeywords());
+    add(d8Keywords());
     return all;
   }();
   return rows;

@@ -1,11 +1,14 @@
 #pragma once
 // Channel initiation in the drainage program: what its keywords set, and the step of the run.
 
+#include <list>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "dem/channel_initiation.h"
+#include "dem/initiation_criteria.h"
+#include "dem/initiation_points.h"
 
 namespace terrain {
 
@@ -32,12 +35,17 @@ struct InitiationPlan {
   bool specificArea = true;
   bool noChannels = false;
   bool calibrate = false;
+  CriteriaFiles criteriaFiles{};  ///< with a table, criteria vary by place
+  std::optional<InitiationPoints> points{};
+  std::optional<PointBuffer> buffer{};     ///< of the points
+  std::string bconName{};                  ///< raster of contour lengths to write; blank: none
   std::optional<double> gradientLength{};  ///< at which the gradient was measured, metres, for the table
   std::string accumulationName{};          ///< blank: beside the DEM
 
   /// True where channels are to be found.
   [[nodiscard]] bool findsChannels() const {
-    return !noChannels && (areaLow || areaHigh || planLow || planHigh || relief);
+    return !noChannels &&
+           (areaLow || areaHigh || planLow || planHigh || relief || points || !criteriaFiles.table.empty());
   }
   /// The text of what is missing; blank if nothing is.
   [[nodiscard]] std::string missing() const;
@@ -49,10 +57,22 @@ struct InitiationPlan {
 /// Writes the settings to the log.
 void echoInitiation(const InitiationPlan& plan);
 
+/// What the files of a plan hold, on the DEM's cells.
+struct InitiationInputs {
+  std::list<I4Grid_type> excluded{}, only{};
+  R4Grid_type relief{};
+  I4Grid_type ids{};
+  CriteriaList criteria{};
+  std::vector<ColRow> points{};
+};
+
+/// Reads them. 0, or -1 with a report.
+int readInitiationInputs(const DEM_type& dem, const InitiationPlan& plan, InitiationInputs& inputs);
+
 /// The table of thresholds, then channel heads and nodes, as far as the plan has them; `DEM%aspect` is
-/// changed along channels. Needs the gradient and the plan curvature of the raw surface. 0, or -1 with a
-/// report.
-int initiateChannels(DEM_type& dem, const InitiationPlan& plan, const I1Grid_type& initMask,
-                     const VersionStamp* stamp);
+/// changed along channels. Needs the gradient and the plan curvature of the raw surface. What the points say
+/// is added to `initMask`. 0, or -1 with a report.
+int initiateChannels(DEM_type& dem, const InitiationPlan& plan, InitiationInputs& inputs,
+                     const D8Paths* paths, I1Grid_type& initMask, const VersionStamp* stamp);
 
 }  // namespace terrain

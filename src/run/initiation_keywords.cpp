@@ -1,5 +1,8 @@
 // Keywords of the drainage program: channel initiation.
 
+#include <algorithm>
+
+#include "foundation/platform.h"
 #include "run/area_argument.h"
 #include "run/drainage.h"
 
@@ -86,6 +89,132 @@ constexpr Value kLake = [] {
   return value;
 }();
 
+template <auto Low, auto Accum>
+constexpr Keyword<ReliefThresholds> kDevWords[] = {
+    {.words = "",
+     .value = KeywordValue<ReliefThresholds>::number<Low>(),
+     .failure = "Input file; Error reading DEV THRESHOLD LOW GRADIENT",
+     .unit = "m",
+     .meaning = "Most relief."},
+    {.words = "",
+     .value = KeywordValue<ReliefThresholds>::number<Accum>({.least = 0}),
+     .failure = "Input file; Error reading DEV THRESHOLD LOW GRADIENT",
+     .meaning = "Area that then suffices."},
+};
+/// Adds to the thresholds of relief that other lines give.
+template <auto Low, auto Accum>
+constexpr Value devThreshold() {
+  Value value = Value::records<kDevWords<Low, Accum>, &DrainageRun::initiation, &InitiationPlan::relief>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    std::optional<ReliefThresholds>& relief = run.initiation.relief;
+    return parseArguments(kDevWords<Low, Accum>, relief ? *relief : relief.emplace(), input);
+  };
+  return value;
+}
+
+// ---- points ----
+
+bool parsePointFile(InitiationPoints& points, KeywordInput& input) {
+  return parseShapefile(points.file, input, "Input file: cannot find CHANNEL INITIATION POINT FILE ");
+}
+using PointValue = KeywordValue<InitiationPoints>;
+constexpr Keyword<InitiationPoints> kPointWords[] = {
+    {.words = "FILE|FILE NAME", .value = PointValue::own<parsePointFile>("shapefile"), .meaning = "Points."},
+    {.words = "", .value = PointValue::own<parsePointFile>("shapefile"), .meaning = "The same."},
+    {.words = "RADIUS",
+     .value = PointValue::number<&InitiationPoints::radius>({.least = 0}),
+     .failure = "Input file: error reading RADIUS for CHANNEL INITIATION POINT FILE",
+     .unit = "m",
+     .standard = "0",
+     .meaning = "Within it channels may begin."},
+    {.words = "ABOVE|HIGHER",
+     .value = PointValue::flag<&InitiationPoints::above>(),
+     .meaning = "Each point moves to the largest contributing area within the radius."},
+};
+constexpr Value kPoints = [] {
+  Value value = Value::records<kPointWords, &DrainageRun::initiation, &InitiationPlan::points>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    InitiationPoints& points = run.initiation.points.emplace();
+    return parseArguments(kPointWords, points, input) &&
+           (!points.file.empty() || input.fail("Input file: cannot find CHANNEL INITIATION POINT FILE "));
+  };
+  return value;
+}();
+
+using BufferValue = KeywordValue<PointBuffer>;
+constexpr Keyword<PointBuffer> kBufferWords[] = {
+    {.words = "INNER|INNER RADIUS",
+     .value = BufferValue::number<&PointBuffer::inner>({.least = 0}),
+     .failure = "Input file: Error reading INITIATION POINT BUFFER, INNER RADIUS",
+     .unit = "m",
+     .standard = "0",
+     .meaning = "Within it the overrides hold, whatever the curvature."},
+    {.words = "OUTER|OUTER RADIUS",
+     .value = BufferValue::number<&PointBuffer::outer>({.least = 0}),
+     .failure = "Input file: Error reading INITIATION POINT BUFFER, OUTER RADIUS",
+     .unit = "m",
+     .standard = "the inner radius",
+     .meaning = "From the inner to the outer radius they go over into the ordinary thresholds."},
+    {.words = "AREA OVERRIDE",
+     .value = BufferValue::number<&PointBuffer::instead, &InitiationOverride::area>({.least = 0}),
+     .failure = "Input file: Error reading AREA OVERRIDE for INITIATION POINT BUFFER",
+     .standard = "the ordinary ones",
+     .meaning = "Area slope threshold."},
+    {.words = "LOCAL RELIEF OVERRIDE",
+     .value = BufferValue::number<&PointBuffer::instead, &InitiationOverride::relief>(),
+     .failure = "Input file: Error reading LOCAL RELIEF OVERRIDE for INITIATION POINT BUFFER",
+     .unit = "m",
+     .standard = "the ordinary ones",
+     .meaning = "Local relief threshold."},
+};
+constexpr Value kBuffer = [] {
+  Value value = Value::records<kBufferWords, &DrainageRun::initiation, &InitiationPlan::buffer>();
+  value.parse = [](const Value&, DrainageRun& run, KeywordInput& input) {
+    PointBuffer& buffer = run.initiation.buffer.emplace();
+    if (!parseArguments(kBufferWords, buffer, input)) return false;
+    buffer.outer = std::max(buffer.outer, buffer.inner);
+    return buffer.outer > 0 || input.fail("Input file: Error reading INITIATION POINT BUFFER, INNER RADIUS");
+  };
+  return value;
+}();
+
+// ---- criteria by place ----
+
+bool parseIdRaster(CriteriaFiles& files, KeywordInput& input) {
+  if (!input.isHostText()) return false;
+  files.idRaster = stripFileName(*input.text);
+  return rasterExists(files.idRaster) ||
+         input.fail("Cannot find INITIATION CRITERIA ID RASTER " + files.idRaster);
+}
+bool parseIdShapefile(CriteriaFiles& files, KeywordInput& input) {
+  return parseShapefile(files.idShapefile, input, "Cannot find INITIATION CRITERIA ID SHAPEFILE ");
+}
+bool parseTable(CriteriaFiles& files, KeywordInput& input) {
+  if (!input.isHostText()) return false;
+  files.table = *input.text;
+  return platform::fileExists(*input.text) ||
+         input.fail("Error reading INITIATION CRITERIA CSV FILE " + *input.text);
+}
+using CriteriaValue = KeywordValue<CriteriaFiles>;
+constexpr Keyword<CriteriaFiles> kCriteriaWords[] = {
+    {.words = "ID RASTER|ID GRID",
+     .value = CriteriaValue::own<parseIdRaster>("raster"),
+     .meaning = "Whole numbers that name areas; or"},
+    {.words = "ID SHAPEFILE|ID POLYGON SHAPEFILE",
+     .value = CriteriaValue::own<parseIdShapefile>("shapefile"),
+     .meaning = "polygons."},
+    {.words = "ID FIELD",
+     .value = CriteriaValue::text<&CriteriaFiles::idField>(),
+     .standard = "ID",
+     .meaning = "Field of the polygons, and column of the table, with these numbers."},
+    {.words = "CSV FILE",
+     .value = CriteriaValue::own<parseTable>("delimited text"),
+     .meaning =
+         "A record for each area, with columns LowGradient, HighGradient, SlopeAreaLow, SlopeAreaHigh, "
+         "SlopeExponent, LocalReliefLow, AccumLow, LocalReliefHigh, AccumHigh, PlanLow, PlanHigh, "
+         "MinLengthLow, MinLengthHigh; for one that is missing the other keywords hold."},
+};
+
 constexpr Row kRows[] = {
     {.words = "AREA SLOPE THRESHOLD LOW GRADIENT|AREA SLOPE THRESHOLD - LOW GRADIENT",
      .value = planNumber<&InitiationPlan::areaLow>({.least = 0}),
@@ -149,6 +278,27 @@ constexpr Row kRows[] = {
      .value = Value::records<kReliefWords, &DrainageRun::initiation, &InitiationPlan::relief>(),
      .standard = "none",
      .meaning = "Cells with little relief need only an area of their own."},
+    {.words = "DEV THRESHOLD LOW GRADIENT",
+     .value = devThreshold<&ReliefThresholds::low, &ReliefThresholds::accumLow>(),
+     .standard = "none",
+     .meaning = "As LOCAL RELIEF THRESHOLD and its ACCUM LOW: relief, area."},
+    {.words = "DEV THRESHOLD HIGH GRADIENT",
+     .value = devThreshold<&ReliefThresholds::high, &ReliefThresholds::accumHigh>(),
+     .standard = "none",
+     .meaning = "The same for HIGH and ACCUM HIGH."},
+    {.words = "INITIATION CRITERIA",
+     .value = Value::records<kCriteriaWords, &DrainageRun::initiation, &InitiationPlan::criteriaFiles>(),
+     .standard = "the same everywhere",
+     .meaning = "Criteria that vary by place."},
+    {.words = "CHANNEL INITIATION POINT FILE",
+     .value = kPoints,
+     .standard = "none",
+     .meaning = "A channel begins in the cell of each point; with INITIATION POINT BUFFER only where the "
+                "thresholds of the buffer are met."},
+    {.words = "INITIATION POINT BUFFER|INITIATION BUFFER",
+     .value = kBuffer,
+     .standard = "none",
+     .meaning = "Thresholds of their own around the points."},
     {.words = "NO INITIATION POLYGON FILE|NO INITIATION RASTER",
      .value = Value::own<parseAreaList<&InitiationPlan::excluded>>("raster or shapefile"),
      .standard = "none",
@@ -178,6 +328,10 @@ constexpr Row kRows[] = {
      .value = Value::flag<&DrainageRun::initiation, &InitiationPlan::noChannels>(),
      .standard = "off",
      .meaning = "Find no channels, whatever the thresholds."},
+    {.words = "OUTPUT BCONTOUR RASTER",
+     .value = Value::file<&DrainageRun::initiation, &InitiationPlan::bconName>("raster"),
+     .standard = "not written",
+     .meaning = "Length of contour that the flow of each cell crosses, in cells."},
     {.words = "OUTPUT FLOW ACCUMULATION RASTER",
      .value = Value::file<&DrainageRun::initiation, &InitiationPlan::accumulationName>("raster"),
      .standard = "accum_<id> beside the DEM",

@@ -208,12 +208,39 @@ bool parseExcavateFile(DrainageRun& run, KeywordInput& input) {
   return platform::fileExists(*input.text) || input.fail("Cannot file EXCAVATE FILE " + *input.text);
 }
 
+bool parseDrainPoints(DrainageRun& run, KeywordInput& input) {
+  return parseShapefile(run.repairs.drainPoints, input, "Cannot find CLOSED DEPRESSION DRAIN POINT FILE ");
+}
+
+constexpr Keyword<CarvedCut> kCutWords[] = {
+    {.words = "LENGTH|Length",
+     .value = KeywordValue<CarvedCut>::number<&CarvedCut::length>({.least = 0}),
+     .failure = "Input file; Error reading CUT LENGTH for keyword EXCAVATE",
+     .unit = "m",
+     .standard = "50, at least 5 cells",
+     .meaning = "Longest cut."},
+    {.words = "DEPTH|Depth",
+     .value = KeywordValue<CarvedCut>::number<&CarvedCut::depth>({.least = 0}),
+     .failure = "Input file; Error reading CUT DEPTH for keyword EXCAVATE",
+     .unit = "m",
+     .standard = "5",
+     .meaning = "Deepest cut."},
+};
+
 constexpr Row kRows[] = {
     {.words = "GRADIENT LENGTH SCALE",
      .value = Value::number<&DrainageRun::gradientLength>({.least = 0}),
      .unit = "m",
      .standard = "CURVATURE LENGTH SCALE",
      .meaning = "Radius of the circle on which the gradient is measured."},
+    {.words = "OUTPUT GRADIENT RASTER",
+     .value = Value::file<&DrainageRun::gradientName>("raster"),
+     .standard = "not written",
+     .meaning = "The gradient, a tangent."},
+    {.words = "OUTPUT PLAN CURVATURE RASTER",
+     .value = Value::file<&DrainageRun::planName>("raster"),
+     .standard = "not written",
+     .meaning = "Plan curvature."},
     {.words = "FLOOD ZERO TO NODATA",
      .value = kSea,
      .standard = "off",
@@ -253,6 +280,16 @@ constexpr Row kRows[] = {
      .value = kLakes,
      .standard = "none",
      .meaning = "Lakes get one level, the mean of their gentle cells."},
+    {.words = "CLOSED DEPRESSION DRAIN POINT FILE",
+     .value = Value::own<parseDrainPoints>("shapefile"),
+     .standard = "none",
+     .meaning = "Sinkholes and drains: the cells of the points become nodata, and the water around them "
+                "leaves the DEM "
+                "there."},
+    {.words = "DOVRAKT EXCAVATE",
+     .value = Value::records<kCutWords, &DrainageRun::repairs, &SurfaceRepairs::cut>(),
+     .standard = "off",
+     .meaning = "Accepted, without effect: passages are carved as long and as deep as they must be."},
     {.words = "CROSSING POINT FILE|CROSSING FILE|ROAD CROSSING POINT FILE|ROAD CROSSING POINT SHAPEFILE|"
               "ROAD CROSSING FILE|ROAD CROSSING SHAPEFILE|ROAD CROSSING POINTS",
      .value = Value::records<kCrossingWords, &DrainageRun::repairs, &SurfaceRepairs::crossings>(),

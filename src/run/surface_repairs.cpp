@@ -6,6 +6,7 @@
 
 #include "dem/hydroflatten.h"
 #include "dem/input_mask.h"
+#include "dem/input_vectors.h"
 #include "dem/ocean.h"
 #include "foundation/messages.h"
 #include "foundation/status.h"
@@ -72,6 +73,19 @@ int replaceZeros(DEM_type& dem, float by) {
       kTag, [by](int32_t, std::span<float> cells) { std::ranges::replace(cells, 0.0F, by); });
 }
 
+/// The cells of the points become nodata, so that the water around leaves the DEM there.
+int openDrains(DEM_type& dem, const std::string& file) {
+  putMessage("Using closed depression drain points from " + file);
+  PointVectorType points;
+  if (readPoints(dem, file, points, {.routine = kTag, .message = "readPointShapefile failed for "}) !=
+      kSuccess)
+    return kFailure;
+  const std::vector<ColRow> cells = cellsOfPoints(dem, points);
+  for (const ColRow& cell : cells) dem.elev.setCell(cell.col, cell.row, dem.elev.nodata, {});
+  putMessage("  Cells that drain: ", std::ssize(cells));
+  return dem.elev.status;
+}
+
 int lowerGround(DEM_type& dem, const SurfaceRepairs& repairs) {
   if (!repairs.crossings.file.empty() && SmoothRoadCrossings(dem, repairs.crossings) != kSuccess)
     return kFailure;
@@ -128,6 +142,7 @@ int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs) {
     if (applyMask(dem, mask) != kSuccess) return kFailure;
   if (repairs.lakes && Hydroflatten(dem, repairs.lakes->file, repairs.lakes->maxSlope) != kSuccess)
     return kFailure;
+  if (!repairs.drainPoints.empty() && openDrains(dem, repairs.drainPoints) != kSuccess) return kFailure;
   if (lowerGround(dem, repairs) != kSuccess) return kFailure;
   if (repairs.lowerZeros) {
     putMessage("Lowering zeros");

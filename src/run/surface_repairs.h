@@ -35,6 +35,12 @@ struct SeaPoint {
   std::optional<double> x{}, y{};
 };
 
+/// Size of cuts through dams, metres, for files that give it: passages are carved as deep and as long as they
+/// must be, so that it has no effect.
+struct CarvedCut {
+  std::optional<float> length{}, depth{};
+};
+
 struct SurfaceRepairs {
   bool zeroIsNodata = false;
   bool lowerZeros = false;
@@ -45,6 +51,8 @@ struct SurfaceRepairs {
   double zeroRadius = 0;  ///< metres; above 0: zeros without other data within it become nodata
   std::vector<NodataMask> nodataMasks{};
   std::optional<LevelledLakes> lakes{};
+  std::string drainPoints{};  ///< points at which closed depressions drain
+  std::optional<CarvedCut> cut{};
   RoadCrossings crossings{};  ///< without a file there are none
   std::string excavateFile{};
   std::vector<LineExcavation> trenches{};
@@ -58,8 +66,8 @@ struct SurfaceRepairs {
 /// The repairs that come before gradient and curvature are measured: zeros that are connected to a point, the
 /// sea, holes. 0, or -1 with a report.
 int repairSurface(DEM_type& dem, const SurfaceRepairs& repairs);
-/// Those that come after it: nodata, negative elevations, lakes, roads, trenches, zeros. Lakes need the
-/// gradient.
+/// Those that come after it: nodata, negative elevations, lakes, drain points, roads, trenches, zeros. Lakes
+/// need the gradient.
 int maskSurface(DEM_type& dem, const SurfaceRepairs& repairs);
 /// The water masks, which come after the shift of the elevations.
 int flattenWater(DEM_type& dem, const SurfaceRepairs& repairs, I1Grid_type& initMask, WaterCells& water);

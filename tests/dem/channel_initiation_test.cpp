@@ -154,6 +154,109 @@ TEST_P(ChannelInitiation, HeadsMeetTheirThresholdsAndChannelsDoNotSplit) {
   EXPECT_NEAR(leaving, static_cast<double>(land), 1e-3 * static_cast<double>(land));
 }
 
+TEST_P(ChannelInitiation, ChannelsFollowSinglePathsByTheirWeights) {
+  find();
+  const auto heads = headSet();
+  DEM_type again;
+  build(again);
+  const auto& z = again.elev;
+  const std::vector<float> angles = cellsOf(again.aspect);
+  D8Paths paths{.weights = {.slope = 1.0F}};
+  settings.paths = &paths;
+  ASSERT_EQ(AccumulateFlow(again, settings, network), 0) << console_.text();
+  EXPECT_EQ(headSet(), heads) << "the heads are those of the D-infinity flow";
+  const auto isLand = [&](ColRow at) { return z.contains(at) && z.value(at.col, at.row, "") != 0.0F; };
+  // The lower neighbours, the steepest last.
+  const auto lower = [&](ColRow at) {
+    std::vector<std::pair<double, int32_t>> list;
+    for (int32_t code = 8; code >= 1; --code)
+      if (const ColRow n = stepFrom(at, code); isLand(n)) {
+        const double drop =
+            static_cast<double>(z.value(at.col, at.row, "")) - static_cast<double>(z.value(n.col, n.row, ""));
+        if (drop > 0) list.emplace_back(isDiagonal(code) ? drop / std::sqrt(2.0) : drop, code);
+      }
+    std::ranges::stable_sort(list, {}, [](const auto& entry) { return entry.first; });
+    return list;
+  };
+  std::set<std::pair<int32_t, int32_t>> cells;
+  for (const Node& node : nodes()) {
+    const ColRow at = again.XYtoColRow(node.x, node.y);
+    cells.emplace(at.row, at.col);
+  }
+  std::optional<ColRow> parted;  // a head with a choice
+  for (int32_t row = 1; row <= kSize; ++row)
+    for (int32_t col = 1; col <= kSize; ++col) {
+      const ColRow at{.col = col, .row = row};
+      const float before = angles[static_cast<std::size_t>((row - 1) * kSize + col - 1)];
+      if (!cells.contains({row, col})) {
+        EXPECT_EQ(again.aspect.value(col, row, ""), before) << "beside the paths nothing changes";
+        continue;
+      }
+      const ColRow below = stepFrom(at, codeOfAspect(again.aspect.value(col, row, "")));
+      if (!isLand(stepFrom(at, codeOfAspect(before)))) continue;  // the edge
+      EXPECT_TRUE(cells.contains({below.row, below.col}));
+      const auto choice = lower(at);
+      EXPECT_TRUE(choice.empty() || below == stepFrom(at, choice.back().second)) << col << ' ' << row;
+      if (choice.size() > 1 && heads.contains({row, col})) parted = at;
+    }
+  ASSERT_TRUE(parted);
+  // A preferred neighbour outweighs the slope; a vegetation index keeps the path off it on gentle ground
+  // only.
+  const ColRow second = stepFrom(*parted, lower(*parted).rbegin()[1].second);
+  R4Grid_type marks = emptyGrid<R4Grid_type>(kSize, kSize, {.storage = GetParam()});
+  fillWith(marks,
+           [&](int32_t col, int32_t row) { return ColRow{.col = col, .row = row} == second ? 1.0F : 0.0F; });
+  const auto goesThere = [&] {
+    DEM_type other;
+    build(other);
+    EXPECT_EQ(AccumulateFlow(other, settings, network), 0);
+    return stepFrom(*parted, codeOfAspect(other.aspect.value(parted->col, parted->row, ""))) == second;
+  };
+  paths.weights.preferential = 3.0F;
+  paths.preferential = &marks;
+  EXPECT_TRUE(goesThere());
+  paths.weights.ndvi = -4.0F;
+  paths.ndvi = &marks;
+  EXPECT_FALSE(goesThere());
+  paths.maxNdviGradient = 0.0F;
+  EXPECT_TRUE(goesThere());
+}
+
+TEST_P(ChannelInitiation, AroundPointsThresholdsOfTheirOwnHold) {
+  const std::vector<ColRow> points{{.col = 15, .row = 20}, {.col = 45, .row = 45}};
+  R4Grid_type weight;
+  PointBuffer buffer{.inner = 40, .outer = 65, .instead = {.area = 1.0F}};
+  ASSERT_EQ(weighBuffer(dem, buffer, points, weight), 0);
+  for (int32_t row = 1; row <= kSize; ++row)
+    for (int32_t col = 1; col <= kSize; ++col) {
+      double away = 1e9;
+      for (const ColRow& at : points) away = std::min(away, 10 * std::hypot(at.col - col, at.row - row));
+      EXPECT_NEAR(weight.value(col, row, ""), std::clamp((65 - away) / 25, 0.0, 1.0), 1e-6)
+          << col << ' ' << row;
+    }
+  const InitiationCriteria half = settings.criteria.towards(buffer.instead, 0.5F);
+  EXPECT_EQ(half.areaLow, 10.5F);
+  EXPECT_EQ(half.areaHigh, 30.5F);
+  settings.criteria.areaLow = settings.criteria.areaHigh = 1e9F;
+  settings.criteria.planLow = settings.criteria.planHigh = 1e9F;
+  settings.weight = &weight;
+  settings.instead = buffer.instead;
+  find();
+  EXPECT_FALSE(network.heads.empty());
+  for (const ColRow& head : network.heads) EXPECT_EQ(weight.value(head.col, head.row, ""), 1.0F);
+  // A point goes to the most flow near it; without a buffer it is a head.
+  R4Grid_type area;
+  ASSERT_EQ(accumulator(dem, {.DA = &area}), 0);
+  std::vector<ColRow> moved = points;
+  ASSERT_EQ(moveToMostFlow(dem, area, 30.0, moved), 0);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    EXPECT_LE(std::hypot(moved[i].col - points[i].col, moved[i].row - points[i].row), 3.0);
+    for (int32_t row = points[i].row - 2; row <= points[i].row + 2; ++row)
+      for (int32_t col = points[i].col - 2; col <= points[i].col + 2; ++col)
+        EXPECT_LE(area.value(col, row, ""), area.value(moved[i].col, moved[i].row, ""));
+  }
+}
+
 TEST_P(ChannelInitiation, LongerWaysLeaveFewerHeads) {
   find();
   const std::size_t all = network.heads.size();
