@@ -343,6 +343,7 @@ std::optional<int> initiateOver(DEM_type& dem, const InitiationSettings& setting
 
 int walk(DEM_type& dem, const InitiationSettings& settings, R4Grid_type& check, ChannelNetwork& network) {
   putMessage(" Accumulating");
+  network.accum.releaseStorage();  // of another walk
   if (CreateGrid(network.accum, {.like = &dem.elev, .nodata = kNodata, .fillValue = 0.0F}) != kSuccess)
     return fail(kTag, "CreateGrid failed for accum");
   std::optional<int> walked = initiateOver<Bordered>(dem, settings, check, network);

@@ -37,7 +37,7 @@ void loadMetrics(DrainageRun& run) {
   const bool both = curvature > 0 && gradient == curvature && needsGradient(run);
   if (curvature > 0) {
     putMessage(both ? "Filling gradient and plan curvature grids" : "Filling plan curvature raster");
-    dem.plan = measured(dem, curvature, &DEM_type::GetPlanCurvature);
+    dem.plan = measured(dem, run.curvatureLength, &DEM_type::GetPlanCurvature, run.curvatureRadius);
     if (dem.plan.status != kSuccess) stopRun("Error filling plan curvature raster");
   } else if (dem.GetPlan() != kSuccess) {
     stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
