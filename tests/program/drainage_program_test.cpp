@@ -220,6 +220,82 @@ TEST_F(DrainageProgram, ChannelsAreFoundByTheirThresholds) {
   EXPECT_EQ(raster("acc"), whole);
 }
 
+TEST_F(DrainageProgram, ChannelsBeginAtPointsByTablesAndFollowSinglePaths) {
+  const std::string start =
+      "DEM: elev_site\nCURVATURE LENGTH SCALE: 25 m\nSTRICT:\nSCRATCH DIRECTORY: s\n"
+      "OUTPUT FLOW ACCUMULATION RASTER: acc\n";
+  const auto thresholds = [](const std::string& value) {
+    return "AREA SLOPE THRESHOLD LOW GRADIENT: " + value + "\nAREA SLOPE THRESHOLD HIGH GRADIENT: " + value +
+           '\n';
+  };
+  const auto nodes = [&](const std::string& more) {
+    const Outcome done = run(start + more);
+    EXPECT_EQ(done.status, 0) << done.text;
+    return static_cast<int64_t>(fs::file_size(at("basenode_site.dat")) / 28) - 5;
+  };
+  R4Grid_type dem;
+  ASSERT_EQ(ReadGrid(dem, at("elev_site")), 0);
+  const Point middle = dem.ColRowToXY(30, 22);
+  PointVectorType points;
+  const AttributeType id[] = {
+      AttributeType{.name = "ID", .dataType = "I4", .outFlag = true, .shpFlag = true}};
+  ASSERT_EQ(NewDataTable(points, {.attributeList = id, .numRecords = 1}), 0);
+  ASSERT_EQ(points.SetPointXY(1, middle.x, middle.y), 0);
+  ASSERT_EQ(points.WritePointShapefile(at("heads")), 0);
+  const std::string none = thresholds("1e9");
+  EXPECT_EQ(nodes(none), 0);
+  EXPECT_GT(nodes(none + "CHANNEL INITIATION POINT FILE: FILE = heads.shp, RADIUS = 40, ABOVE\n"), 0);
+  const std::string buffer = "INITIATION POINT BUFFER: INNER = 100, OUTER = 150, AREA OVERRIDE = 30\n";
+  EXPECT_GT(nodes(none + "CHANNEL INITIATION POINT FILE: heads\n" + buffer), 0);
+
+  const auto all = nodes(thresholds("300"));
+  R4Grid_type areas = emptyGrid<R4Grid_type>(dem.cols(), dem.rows(), {.xmin = dem.xmin, .ymin = dem.ymin});
+  fillWith(areas, [](int32_t col, int32_t) { return col < 30 ? 1.0F : 2.0F; });
+  ASSERT_EQ(areas.WritefltR4(at("areas")), 0);
+  writeBytes(at("criteria.csv"), "ID,SlopeAreaLow,SlopeAreaHigh\n1,300,300\n2,1e9,1e9\n");
+  const auto half = nodes("INITIATION CRITERIA: ID RASTER = areas, CSV FILE = criteria.csv\n");
+  EXPECT_GT(half, 0);
+  EXPECT_LT(half, all);
+
+  const std::string whole = raster("acc");
+  nodes(thresholds("300") + "D8 COEFFICIENTS: SLOPE = 1, PLAN = 0.5\n");
+  EXPECT_NE(raster("acc"), whole);
+  nodes(thresholds("300") + "D8 LENGTH SCALES: PLAN = 30, ASPECT = 30\nOUTPUT GRADIENT RASTER: grad\n" +
+        "OUTPUT PLAN CURVATURE RASTER: plan\nOUTPUT BCONTOUR RASTER: bcon\nDEBUG:\nDOVRAKT EXCAVATE: DEPTH = "
+        "3\n");
+  for (const char* name : {"grad.log", "plan.log", "bcon.log", "check0_site.flt", "check1_site.flt",
+                           "check_site.flt", "chkDEM_site.flt"})
+    EXPECT_TRUE(fs::exists(at(name))) << name;
+  // A drain, and a lake with its centre line.
+  nodes(thresholds("300") + "CLOSED DEPRESSION DRAIN POINT FILE: heads\n");
+  R4Grid_type area;
+  ASSERT_EQ(ReadGrid(area, at("acc")), 0);
+  EXPECT_EQ(area.value(30, 22, ""), kNodata);
+  nodes(thresholds("300") + "WATER MASK: areas, FORCE INIT\nOUTPUT INTERMEDIATE WATER MASK RASTERS:\n");
+  EXPECT_TRUE(fs::exists(at("watermaskval_site.flt")));
+
+  for (const auto& [line, text] :
+       {std::pair<std::string, std::string>{buffer,
+                                            "INITIATION POINT BUFFER needs a CHANNEL INITIATION POINT FILE"},
+        {"CHANNEL INITIATION POINT FILE: none\n", "cannot find CHANNEL INITIATION POINT FILE none"},
+        {"INITIATION CRITERIA: CSV FILE = criteria.csv\n", "Missing required file for INTITIATION CRITERIA"},
+        {"INITIATION CRITERIA: ID RASTER = none\n", "Cannot find INITIATION CRITERIA ID RASTER none"},
+        {"D8 LENGTH SCALES: PLAN = 3\n", "Length scale for aspect not specified"},
+        {"D8 COEFFICIENTS: PREFERENTIAL FLOW RASTER = 1\n", "Cannot find PREFERENTIAL FLOW RASTER"},
+        {"D8 COEFFICIENTS: SLOPE = much\n", "Error reading D8 Coefficient for Slope"},
+        {"NDVI RASTER: none\n", "Cannot find NDVI RASTER none"},
+        {"DEV THRESHOLD LOW GRADIENT: few\n", "Error reading DEV THRESHOLD LOW GRADIENT"},
+        {"DEV THRESHOLD LOW GRADIENT: 3, 4\n", "Required threshold parameter missing"},
+        {"WATER MASK: areas, PRECLUDE, FORCE INIT\n", "exclude each other"},
+        {"WATER MASK: areas, MINIMUM WIDTH = x\n", "Error reading MINIMUM WIDTH for WATER MASK"},
+        {"CURVATURE LENGTH SCALE: 20, wide\n", "Error reading CURVATURE LENGTH SCALE"},
+        {"WATER MASK: FILE = none\n", "Cannot find watermask file none"}}) {
+    const Outcome failed = run(start + thresholds("300") + line);
+    EXPECT_EQ(failed.status, 1) << line;
+    EXPECT_NE(failed.text.find(text), std::string::npos) << failed.text;
+  }
+}
+
 TEST_F(DrainageProgram, GroundIsLoweredAlongLinesAndAtPoints) {
   R4Grid_type dem;
   ASSERT_EQ(ReadGrid(dem, at("elev_site")), 0);
