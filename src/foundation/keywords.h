@@ -47,6 +47,7 @@ struct KeywordInput {
   std::optional<std::string> text{};  ///< the value; absent if there is none
   const LogicalLine* line = nullptr;  ///< the whole line: the keyword as written, all arguments
   bool lone = false;                  ///< an argument without a name
+  std::string_view whereMissing{};    ///< report of a missing value, before the keyword; blank: that of the row
   std::string file{};                 ///< set by parsers of file names, for the report of a failure
   std::vector<KeywordFailure> failures{};
 
@@ -285,6 +286,7 @@ template <class Record>
 bool parseKeyword(const Keyword<Record>& row, Record& record, KeywordInput& input) {
   input.name = nameOfKeyword(row.words);
   const bool missing = row.value.takes == TakesValue::always && !input.text;
+  if (missing && !input.whereMissing.empty()) input.fail(std::string(input.whereMissing).append(input.name));
   if (input.failures.empty() && (row.before == nullptr || row.before(record, input)) && !missing &&
       row.value.parse(row.value, record, input))
     return true;

@@ -24,6 +24,11 @@ std::vector<LineWarning> warningsOf(DrainageRun& run) {
   return checkKeywordLines(run.session.instructions, textsOf(drainageKeywords()), valueAfterEquals);
 }
 
+void valueOfKeyword(const LogicalLine& line, KeywordInput& input) {
+  input.whereMissing = "Input file; missing argument for keyword ";
+  valueAfterEquals(line, input);
+}
+
 RunFiles filesOf(const DrainageRun& run) {
   RunFiles files{
       .instructions = run.session.inputName, .inputs = {run.DEM.file}, .bytes = rasterBytes(run.DEM)};
@@ -51,7 +56,8 @@ RunFiles filesOf(const DrainageRun& run) {
 /// From the instruction file to a DEM whose header is known and whose outputs can be written.
 RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instructionFile) {
   run.session.findInstructions(instructionFile);
-  readInstructions(run.session, drainageKeywords(), run, run.strict, [&](bool) { return warningsOf(run); });
+  readInstructions(run.session, drainageKeywords(), run, run.strict, [&](bool) { return warningsOf(run); },
+                   valueOfKeyword);
   if (resolveParameters(run.DEM, "Input file", run.session.inputName) != kSuccess)
     stopRun("Error finding DEM");
   if (const auto feet = feetWarning(run.DEM)) {

@@ -335,6 +335,8 @@ TEST_F(DrainageProgram, FaultsAreToldBeforeAnyComputing) {
            {"DEM: nothing\n" + outputs + scale, "Error finding DEM"},
            {dem + scale + "SCRATCH DIRECTORY: s\n", "Output raster not specified"},
            {dem + outputs, "Plan curvature file not found: CURVATURE LENGTH SCALE computes it"},
+           {dem + outputs + "CURVATURE LENGTH SCALE:\n",
+            "Input file; missing argument for keyword CURVATURE LENGTH SCALE"},
            {dem + outputs + "CURVATURE LENGTH SCALE: -1\n", "Error reading CURVATURE LENGTH SCALE"},
            {dem + scale + outputs + "OUTPUT CONDITIONED DEM: ./elev_site\n",
             "Output raster would replace an input raster"},
