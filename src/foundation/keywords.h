@@ -47,8 +47,8 @@ struct KeywordInput {
   std::optional<std::string> text{};  ///< the value; absent if there is none
   const LogicalLine* line = nullptr;  ///< the whole line: the keyword as written, all arguments
   bool lone = false;                  ///< an argument without a name
-  std::string_view whereMissing{};    ///< report of a missing value, before the keyword; blank: that of the row
-  std::string file{};                 ///< set by parsers of file names, for the report of a failure
+  std::string_view whereMissing{};  ///< report of a missing value, before the keyword; blank: that of the row
+  std::string file{};               ///< set by parsers of file names, for the report of a failure
   std::vector<KeywordFailure> failures{};
 
   /// False, with a failure noted, if the value holds a NUL, at which the host would end a name.

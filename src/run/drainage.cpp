@@ -56,8 +56,9 @@ RunFiles filesOf(const DrainageRun& run) {
 /// From the instruction file to a DEM whose header is known and whose outputs can be written.
 RunFiles prepare(DrainageRun& run, const std::optional<std::string>& instructionFile) {
   run.session.findInstructions(instructionFile);
-  readInstructions(run.session, drainageKeywords(), run, run.strict, [&](bool) { return warningsOf(run); },
-                   valueOfKeyword);
+  readInstructions(
+      run.session, drainageKeywords(), run, run.strict, [&](bool) { return warningsOf(run); },
+      valueOfKeyword);
   if (resolveParameters(run.DEM, "Input file", run.session.inputName) != kSuccess)
     stopRun("Error finding DEM");
   if (const auto feet = feetWarning(run.DEM)) {

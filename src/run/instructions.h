@@ -21,8 +21,8 @@ void endReading(const Session& session, const std::vector<LineWarning>& warnings
 template <class Record, class Check>
 void readInstructions(Session& session, std::span<const Keyword<Record>> table, Record& record,
                       const bool& strict, Check check, ValueOfLine valueOf = valueAfterEquals) {
-  const bool read = readKeywords(session.instructions, table, record, valueOf,
-                                 detail::reportKeywordFailure) == kSuccess;
+  const bool read =
+      readKeywords(session.instructions, table, record, valueOf, detail::reportKeywordFailure) == kSuccess;
   detail::endReading(session, check(read), read, strict);
 }
 
