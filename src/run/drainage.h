@@ -16,10 +16,16 @@
 
 namespace terrain {
 
+struct CurvatureScale {
+  double length = 0;               ///< metres; 0: plan curvature is read
+  std::optional<double> radius{};  ///< of the circle, metres, where it is not the length scale
+
+  [[nodiscard]] double circle() const { return radius.value_or(length); }
+};
+
 struct DrainageRun {
-  double curvatureLength = 0;               ///< length scale of plan curvature, metres; 0: it is read
-  std::optional<double> curvatureRadius{};  ///< of the circle, where it is not the length scale
-  double gradientLength = 0;                ///< the same of the gradient; 0: that of plan curvature
+  CurvatureScale curvature{};
+  double gradientLength = 0;  ///< length scale of the gradient, metres; 0: the circle of plan curvature
   SurfaceRepairs repairs{};
   ChannelMasks channels{};  ///< where swales lead the flow
   InitiationPlan initiation{};

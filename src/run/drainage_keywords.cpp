@@ -187,16 +187,25 @@ bool parseDebug(DrainageRun&, KeywordInput& input) {
   return true;
 }
 
-/// The length scale, which names rasters too, and then perhaps a radius.
-bool parseCurvature(DrainageRun& run, KeywordInput& input) {
-  constexpr std::size_t second = 1;
-  const std::vector<std::string>& arguments = input.line->arguments;
-  if (arguments.size() > second) {
-    const SplitArgument radius = splitArgument(arguments[second]);
-    if (!detail::parseNumber(radius.value, {.least = 0}, run.curvatureRadius)) return false;
-  }
-  return detail::parseNumber(*input.text, {.least = 0}, run.curvatureLength);
-}
+using ScaleValue = KeywordValue<CurvatureScale>;
+constexpr Keyword<CurvatureScale> kScaleWords[] = {
+    {.words = "",
+     .value = ScaleValue::number<&CurvatureScale::length>({.least = 0}),
+     .failure = "Error reading CURVATURE LENGTH SCALE",
+     .unit = "m",
+     .meaning = "Radius of the circle, unless another is given."},
+    {.words = "",
+     .value = ScaleValue::number<&CurvatureScale::radius>({.least = 0}),
+     .failure = "Error reading CURVATURE LENGTH SCALE",
+     .unit = "m",
+     .standard = "the length scale",
+     .meaning = "Radius of the circle."},
+};
+constexpr Value kCurvature = [] {
+  Value value = Value::records<kScaleWords, &DrainageRun::curvature>();
+  value.takes = TakesValue::always;
+  return value;
+}();
 
 constexpr Row kOwnWords[] = {
     {.words = "DEM",
@@ -205,13 +214,9 @@ constexpr Row kOwnWords[] = {
      .standard = "PATH and DEM ID",
      .meaning = "Elevations, by file name. The name, as of every raster, with or without .flt."},
     {.words = "CURVATURE LENGTH SCALE|PLAN CURVATURE LENGTH SCALE",
-     .value = Value::own<parseCurvature>("number", TakesValue::always),
-     .failure = "Error reading CURVATURE LENGTH SCALE",
-     .unit = "m",
+     .value = kCurvature,
      .standard = "plan_<length>_<id> is read",
-     .meaning = "Radius of the circle on which plan curvature is measured, which decides between equal "
-                "slopes; a second "
-                "number is the radius in its place."},
+     .meaning = "Circle on which plan curvature is measured, which decides between equal slopes."},
     {.words = "USE SMOOTHED ASPECT",
      .value = kSmoothing,
      .standard = "angles of the eight neighbours alone",

@@ -32,12 +32,12 @@ bool needsGradient(const DrainageRun& run) {
 /// read.
 void loadMetrics(DrainageRun& run) {
   DEM_type& dem = run.DEM;
-  const double curvature = run.curvatureRadius.value_or(run.curvatureLength);
+  const double curvature = run.curvature.circle();
   const double gradient = run.gradientLength > 0 ? run.gradientLength : curvature;
   const bool both = curvature > 0 && gradient == curvature && needsGradient(run);
   if (curvature > 0) {
     putMessage(both ? "Filling gradient and plan curvature grids" : "Filling plan curvature raster");
-    dem.plan = measured(dem, run.curvatureLength, &DEM_type::GetPlanCurvature, run.curvatureRadius);
+    dem.plan = measured(dem, run.curvature.length, &DEM_type::GetPlanCurvature, run.curvature.radius);
     if (dem.plan.status != kSuccess) stopRun("Error filling plan curvature raster");
   } else if (dem.GetPlan() != kSuccess) {
     stopRun("Plan curvature file not found: CURVATURE LENGTH SCALE computes it");
@@ -76,8 +76,7 @@ void InitFlowDirection(DrainageRun& run, PreparedDrainage& made) {
   if (dem.GetElev() != kSuccess) stopRun("ReadElev failed");
   if (repairSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
   loadMetrics(run);
-  if (run.d8.isOn() && loadD8(dem, run.d8, run.channels, run.curvatureRadius.value_or(run.curvatureLength),
-                              made.d8) != kSuccess)
+  if (run.d8.isOn() && loadD8(dem, run.d8, run.channels, run.curvature.circle(), made.d8) != kSuccess)
     stopRun("Error with inputs");
   if (maskSurface(dem, run.repairs) != kSuccess) stopRun("Error with inputs");
   if (run.initiation.findsChannels() &&
