@@ -1,10 +1,10 @@
 #include "attributes/attribute_table.h"
 
 #include <algorithm>
-#include <array>
-#include <set>
 #include <type_traits>
 
+#include "attributes/attribute_vocabulary.h"
+#include "attributes/column_options.h"
 #include "foundation/free_format.h"
 #include "foundation/keywords.h"
 #include "foundation/messages.h"
@@ -16,40 +16,7 @@ namespace {
 
 constexpr std::string_view kTag = "ReadList in Utilities";
 
-// ---- the arguments of an attribute ----
-
-/// A word that is no type leaves the type as it is.
-bool parseType(AttributeType& attribute, KeywordInput& input) {
-  constexpr std::array<std::array<std::string_view, 2>, 5> kTypes{{{"I4|INT4", "I4"},
-                                                                   {"I8|INT8", "I8"},
-                                                                   {"R4|REAL4", "R4"},
-                                                                   {"R8|REAL8", "R8"},
-                                                                   {"C|CHAR|Char|char", "C "}}};
-  for (const auto& [words, code] : kTypes)
-    if (isKeyword(words, *input.text)) attribute.dataType = code;
-  return true;
-}
-
-using Value = KeywordValue<AttributeType>;
-constexpr Keyword<AttributeType> kArguments[] = {
-    {.words = "POSITIVE ONLY", .value = Value::flag<&AttributeType::positiveOnly>()},
-    {.words = "NO NEGATIVES", .value = Value::flag<&AttributeType::noNegatives>()},
-    {.words = "OUTFLAG", .value = Value::flag<&AttributeType::outFlag>()},
-    {.words = "OUTNODE", .value = Value::flag<&AttributeType::shpFlag>()},
-    {.words = "OUTREACH", .value = Value::flag<&AttributeType::csvFlag>()},
-    {.words = "LEN|len|LENGTH|Length|length",
-     .value = Value::number<&AttributeType::length>(),
-     .failure = "Error reading field length"},
-    {.words = "DECCNT|deccnt|decCnt|DecCnt",
-     .value = Value::number<&AttributeType::decimals>(),
-     .failure = "Error reading field decCnt"},
-    {.words = "NODATA|NoData|NO DATA|NO_DATA|No Data|nodata",
-     .value = Value::number<&AttributeType::nodata>(),
-     .failure = "Error reading field nodata"},
-    {.words = "TYPE|type|Type", .value = Value::own<parseType>("type")},
-    {.words = "FIELDNAME|FIELD NAME|OUTPUT FIELD|OUTPUT FIELD NAME|OUT FIELD",
-     .value = Value::text<&AttributeType::outName>()},
-};
+constexpr auto kOptions = columnOptions({.nodata = "Error reading field nodata"});
 
 // ---- the factors of a term ----
 
@@ -79,12 +46,15 @@ constexpr Keyword<EquationTermType> kFactors[] = {
 /// Parses arguments into a record and reports every failure.
 template <class Record>
 int parse(std::type_identity_t<std::span<const Keyword<Record>>> table, const LogicalLine& line,
-          Record& record) {
+          Record& record, std::string_view name) {
   KeywordInput input{.line = &line};
   if (parseArguments(table, record, input)) return kSuccess;
   for (const KeywordFailure& failure : input.failures) {
-    Report report{.routine = kTag, .code = kOwnWords, .message1 = failure.message};
+    const std::string text =
+        failure.message.ends_with(' ') ? failure.message + std::string(name) : failure.message;
+    Report report{.routine = kTag, .code = kOwnWords, .message1 = text};
     if (!failure.detail.empty()) report.message2 = failure.detail;
+    if (line.lineNumber > 0) report.message3 = lineText(line.lineNumber);
     reportError(report);
   }
   return kFailure;
@@ -106,6 +76,8 @@ bool isAzimuthFieldThere(const AttributeType& attribute, std::string_view which,
 
 }  // namespace
 
+std::string lineText(int32_t line) { return "  Line " + std::to_string(line); }
+
 bool wantsEquation(const AttributeType& attribute) {
   return std::any_of(attribute.arguments.begin(), attribute.arguments.end(), [](const std::string& argument) {
     const SplitArgument parts = splitArgument(argument);
@@ -119,46 +91,64 @@ int fillFromArguments(AttributeType& attribute, bool& wantsNodes) {
   if (attribute.arguments.empty()) return kSuccess;
   LogicalLine line;
   line.arguments = attribute.arguments;
-  if (parse(kArguments, line, attribute) != kSuccess) return kFailure;
+  if (parse(kOptions, line, attribute, attribute.name.trimmed()) != kSuccess) return kFailure;
   if (!attribute.outFlag) attribute.shpFlag = attribute.csvFlag = false;
   if (attribute.shpFlag) attribute.nodeFlag = wantsNodes = true;
   return kSuccess;
 }
 
-int readEquation(InputFileType& input, AttributeType& attribute) {
-  LogicalLine line;
-  while (input.GetLine(line) == kSuccess) {
+int readEquation(InputFileType& input, AttributeType& attribute, bool (*endsBlock)(const LogicalLine&)) {
+  const std::string_view name = attribute.name.trimmed();
+  int result = kSuccess;
+  for (LogicalLine line; input.GetLine(line) == kSuccess;) {
+    giveKeyword(
+        line, [](std::string_view word) { return isKeyword("END EQUATION|INTERCEPT|CONSTANT|TERM", word); });
     const std::string_view keyword = stripped(line.keyword);
-    const bool bareEnd =  // without ":"
-        keyword.empty() && line.arguments.size() == 1 && stripped(line.arguments.front()) == "END EQUATION";
-    if (bareEnd || keyword == "END EQUATION") return kSuccess;
-    if (keyword == "INTERCEPT" || keyword == "CONSTANT") {
+    if (keyword == "END EQUATION") return result;
+    if (endsBlock != nullptr && endsBlock(line)) {
+      input.StepBack();
+      return reportError({.routine = kTag,
+                          .code = kOwnWords,
+                          .message1 = "Error reading EQUATION inputs",
+                          .message2 = "  There is no END EQUATION for " + std::string(name),
+                          .message3 = lineText(line.lineNumber)});
+    }
+    if (isKeyword("INTERCEPT|CONSTANT", keyword)) {
       if (line.arguments.empty() ||
-          !readFree(splitArgument(line.arguments.front()).value, attribute.equation.intercept))
-        return fail(kTag, "Error reading INTERCEPT for " + std::string(attribute.name.trimmed()));
+          !detail::parseNumber(splitArgument(line.arguments.front()).value, {}, attribute.equation.intercept))
+        result = reportError({.routine = kTag,
+                              .code = kOwnWords,
+                              .message1 = "Error reading INTERCEPT for " + std::string(name),
+                              .message2 = lineText(line.lineNumber)});
     } else if (keyword == "TERM") {
-      if (parse(kFactors, line, attribute.equation.term.emplace_back()) != kSuccess) return kFailure;
+      EquationTermType& term = attribute.equation.term.emplace_back();
+      if (parse(kFactors, line, term, name) != kSuccess) {
+        result = kFailure;
+      } else if (term.field.empty()) {
+        result = reportError({.routine = kTag,
+                              .code = kOwnWords,
+                              .message1 = "Error reading EQUATION inputs",
+                              .message2 = "  A TERM of " + std::string(name) + " has no FIELD",
+                              .message3 = lineText(line.lineNumber)});
+      }
     }
   }
-  return fail(kTag, "Error reading EQUATION inputs");
+  return reportError({.routine = kTag,
+                      .code = kOwnWords,
+                      .message1 = "Error reading EQUATION inputs",
+                      .message2 = "  There is no END EQUATION for " + std::string(name)});
 }
 
 int checkEquations(std::span<const AttributeType> list) {
-  std::set<std::string_view> names;
-  for (const AttributeType& attribute : list) {
-    names.insert(attribute.name.trimmed());
-    names.insert(attribute.outName.trimmed());
-  }
+  const AttributeNames names(list);
   int result = kSuccess;
-  for (const AttributeType& attribute : list) {
-    if (!wantsEquation(attribute)) continue;
+  for (const AttributeType& attribute : list)
     for (const EquationTermType& term : attribute.equation.term)
       for (const EquationFieldType& factor : term.field)
-        if (!names.contains(factor.name.trimmed()))
+        if (!names.find(factor.name.trimmed()))
           result = reportError({.code = kOwnWords,
                                 .message1 = "Cannot find required field for equation",
                                 .message2 = "  Field name: " + std::string(factor.name.trimmed())});
-  }
   return result;
 }
 

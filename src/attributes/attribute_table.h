@@ -14,7 +14,7 @@
 
 namespace terrain {
 
-/// One factor of a term. How coefficient, exponent and base act on the value is not fixed here.
+/// One factor of a term (equation.h).
 struct EquationFieldType {
   FixedText<256> name{};  ///< the attribute that gives the factor: its name or its output name
   float coef = 1.0F;
@@ -57,11 +57,31 @@ struct AttributeType {
 /// output.
 int fillFromArguments(AttributeType& attribute, bool& wantsNodes);
 
-/// Reads the lines of an equation block up to "END EQUATION", which is passed over. Faults are reported.
-int readEquation(InputFileType& input, AttributeType& attribute);
+/// Reads the lines of an equation block up to "END EQUATION", which is passed over, or to the first line that
+/// `endsBlock` knows, which is read again. All faults are reported with their lines. A keyword may lack its
+/// colon. 0, or -1 where there was a fault.
+int readEquation(InputFileType& input, AttributeType& attribute,
+                 bool (*endsBlock)(const LogicalLine&) = nullptr);
 
-/// Checks that every factor of every equation is the name or output name of an attribute of the list.
-/// Each one that is not is reported; -1 if there was any.
+/// Gives a line without a colon its keyword: a first argument that `known` has, alone or before an "=".
+template <class Known>
+void giveKeyword(LogicalLine& line, Known known) {
+  if (!isBlank(line.keyword) || line.arguments.empty()) return;
+  const std::string first(stripped(line.arguments.front()));
+  if (known(first)) {
+    line.keyword = first;
+    line.arguments.erase(line.arguments.begin());
+  } else if (const SplitArgument pair = splitArgument(first); known(std::string(stripped(pair.name)))) {
+    line.keyword = stripped(pair.name);
+    line.arguments.front() = stripped(pair.value);
+  }
+}
+
+/// The line of a report's place.
+[[nodiscard]] std::string lineText(int32_t line);
+
+/// Checks that every factor of every equation is the name, output name or keyword of an attribute of the
+/// list. Each one that is not is reported; -1 if there was any.
 int checkEquations(std::span<const AttributeType> list);
 
 /// Checks that an attribute of a mean azimuth names the columns of its sine and cosine; as above.

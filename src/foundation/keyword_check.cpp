@@ -224,6 +224,10 @@ std::vector<LineWarning> checkKeywordLines(InputFileType& file, std::span<const 
   return lines.warnings;
 }
 
+std::string nearestKeyword(std::span<const KeywordTexts> rows, std::string_view text) {
+  return nearest(rows, wordsOf(text)).keyword;
+}
+
 int32_t lineOfKeyword(InputFileType& file, std::string_view words) {
   int32_t found = 0;
   file.Rewind();

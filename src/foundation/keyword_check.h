@@ -27,6 +27,9 @@ struct LineWarning {
                                                          std::span<const KeywordTexts> rows,
                                                          ValueOfLine valueOfLine);
 
+/// The keyword that a misspelt text is nearest to; blank if none is near.
+[[nodiscard]] std::string nearestKeyword(std::span<const KeywordTexts> rows, std::string_view text);
+
 /// Number of the last line of a keyword, 0 if there is none. The file stands at its first line afterwards.
 [[nodiscard]] int32_t lineOfKeyword(InputFileType& file, std::string_view words);
 

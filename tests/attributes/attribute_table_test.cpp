@@ -41,8 +41,8 @@ TEST(AttributeTable, UnreadableNumbersAreReported) {
   ConsoleCapture seen;
   for (const char* argument : {"length = long", "deccnt = 2.5", "nodata = none"}) filled({argument}, -1);
   const std::string routine = " ERROR: ReadList in Utilities\n ";
-  EXPECT_EQ(seen.text(), routine + "Error reading field length\n" + routine + "Error reading field decCnt\n" +
-                             routine + "Error reading field nodata\n");
+  EXPECT_EQ(seen.text(), routine + "Error reading field length for\n" + routine +
+                             "Error reading field deccnt for\n" + routine + "Error reading field nodata\n");
 }
 
 class Equation : public ::testing::Test {
@@ -59,7 +59,7 @@ class Equation : public ::testing::Test {
 };
 
 TEST_F(Equation, KeepsTermsAndFieldsInOrder) {
-  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1", "TERM", "INTERCEPT",
+  ASSERT_EQ(read({"CONSTANT: 2.5", "OTHER: 1",
                   "TERM: FIELD = AREA, COEF = 3, EXPONENT = 0.5, ATTRIBUTE = PRECIP, BASE = 10",
                   "TERM: FIELD = SLOPE", "END EQUATION"}),
             0);
@@ -82,7 +82,9 @@ TEST_F(Equation, FaultsAreReported) {
       {{"INTERCEPT: x", "END EQUATION:"}, "Error reading INTERCEPT for WIDTH"},
       {{"TERM: FIELD = AREA, COEFFICIENT = q", "END EQUATION:"}, "Error reading COEF value for AREA"},
       {{"TERM: FIELD = AREA, BASE = 1.5", "END EQUATION:"}, "Error reading BASE value for AREA"},
-      {{"TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
+      {{"TERM: COEF = 2", "END EQUATION:"}, "No FIELD stands before it"},
+      {{"TERM", "END EQUATION"}, "A TERM of WIDTH has no FIELD"},
+      {{"INTERCEPT = 4", "TERM: EXPONENT = 2, FIELD = AREA", "END EQUATION:"}, "No FIELD stands before it"}};
   for (const auto& c : cases) {
     ConsoleCapture seen;
     EXPECT_EQ(read(c.lines), -1) << c.message;
