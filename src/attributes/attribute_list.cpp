@@ -79,8 +79,7 @@ class Reader {
     const auto* row = findKeyword(kTopWords, line.keyword);
     if (row == nullptr) {
       // Other readers have keywords in the file; only what is nearly one of these is told of.
-      if (!isBlank(line.keyword))
-        lines_.warnIfNear(line, textsOf(std::span<const Keyword<AttributeList>>(kTopWords)));
+      if (!isBlank(line.keyword)) lines_.warnIfNear(line, topWordTexts());
       return;
     }
     KeywordInput input{.line = &line, .whereMissing = "Input file, missing argument for keyword "};
@@ -368,6 +367,10 @@ class Reader {
 };
 
 }  // namespace
+
+std::vector<KeywordTexts> topWordTexts() {
+  return textsOf(std::span<const Keyword<AttributeList>>(kTopWords));
+}
 
 int ReadList(InputFileType& input, AttributeList& list) {
   list = {};

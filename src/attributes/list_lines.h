@@ -63,4 +63,10 @@ class ListLines {
 /// Reads a raster block whose opener stands at a line.
 void readRasters(ListLines& lines, int32_t opener, std::vector<RasterEntry>& entries);
 
+/// For the reference: the keywords at the top of a list, the arguments of a raster entry, and the words in
+/// them.
+[[nodiscard]] std::vector<KeywordTexts> topWordTexts();
+[[nodiscard]] std::vector<KeywordTexts> rasterWordTexts();
+[[nodiscard]] std::vector<std::string_view> rasterModeWords();
+
 }  // namespace terrain

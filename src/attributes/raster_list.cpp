@@ -32,31 +32,50 @@ using Value = KeywordValue<RasterEntry>;
 constexpr Keyword<RasterEntry> kWords[] = {
     {.words = "FIELD",
      .value = Value::own<parseField>("name"),
-     .failure = "Error reading field name raster list"},
+     .failure = "Error reading field name raster list",
+     .meaning = "Name of the column."},
     {.words = "MAX VALUE|MAX",
      .value = Value::number<&RasterEntry::maximum>(),
-     .failure = "Missing rasterlist argument"},
+     .failure = "Missing rasterlist argument",
+     .meaning = "Larger samples count as this."},
     {.words = "BUFFER|Buffer",
      .value = Value::number<&RasterEntry::buffer>({.least = 0}),
-     .failure = "Error reading buffer width for "},
+     .failure = "Error reading buffer width for ",
+     .meaning = "Distance around the channel that is sampled, m."},
     {.words = "MAX GAP|MAXGAP",
      .value = Value::number<&RasterEntry::maxGap>({.least = 0}),
-     .failure = "Error reading MAXGAP"},
+     .failure = "Error reading MAXGAP",
+     .meaning = "Longest gap without data that is passed over, m."},
     {.words = "LAMBDA|DECAY RATE",
      .value = Value::number<&RasterEntry::decay>(),
-     .failure = "Error reading LAMBDA for raster table"},
+     .failure = "Error reading LAMBDA for raster table",
+     .meaning = "Rate at which a sample loses weight with distance, 1/m."},
     {.words = "TABLE FILE|TABLE NAME",
      .value = Value::own<parseTable>("table"),
-     .failure = "Missing rasterlist argument"},
+     .failure = "Missing rasterlist argument",
+     .meaning = "Table of a raster table."},
     {.words = "ATTRIBUTE NAME",
      .value = Value::text<&RasterEntry::field>(),
-     .failure = "Missing rasterlist argument"},
-    {.words = "INCLUDE AREA", .value = Value::flag<&RasterEntry::includeArea>()},
-    {.words = "RASTER TABLE", .value = Value::flag<&RasterEntry::isTable>()},
-    {.words = "GREATER THAN ZERO", .value = Value::flag<&RasterEntry::aboveZero>()},
-    {.words = "LAKE RESET|LakeReset|LAKERESET|Lake Reset", .value = Value::flag<&RasterEntry::lakeReset>()},
-    {.words = "EXCLUDE CHANNELS|EXCLUDE", .value = Value::flag<&RasterEntry::excludeChannels>()},
-    {.words = "EUCLIDEAN|STRAIGHTLINE", .value = Value::flag<&RasterEntry::isEuclidean>()},
+     .failure = "Missing rasterlist argument",
+     .meaning = "Its column."},
+    {.words = "INCLUDE AREA",
+     .value = Value::flag<&RasterEntry::includeArea>(),
+     .meaning = "The sampled area is kept too."},
+    {.words = "RASTER TABLE",
+     .value = Value::flag<&RasterEntry::isTable>(),
+     .meaning = "The cells are record numbers of a table."},
+    {.words = "GREATER THAN ZERO",
+     .value = Value::flag<&RasterEntry::aboveZero>(),
+     .meaning = "Only samples above 0 count."},
+    {.words = "LAKE RESET|LakeReset|LAKERESET|Lake Reset",
+     .value = Value::flag<&RasterEntry::lakeReset>(),
+     .meaning = "The sampling begins anew below a lake."},
+    {.words = "EXCLUDE CHANNELS|EXCLUDE",
+     .value = Value::flag<&RasterEntry::excludeChannels>(),
+     .meaning = "Channel cells are left out."},
+    {.words = "EUCLIDEAN|STRAIGHTLINE",
+     .value = Value::flag<&RasterEntry::isEuclidean>(),
+     .meaning = "Distances are straight, not along the flow."},
 };
 
 /// Words that are found anywhere in an argument without a value.
@@ -274,6 +293,14 @@ class RasterReader {
 
 void readRasters(ListLines& lines, int32_t opener, std::vector<RasterEntry>& entries) {
   RasterReader(lines, entries).read(opener);
+}
+
+std::vector<KeywordTexts> rasterWordTexts() { return textsOf(std::span<const Keyword<RasterEntry>>(kWords)); }
+
+std::vector<std::string_view> rasterModeWords() {
+  std::vector<std::string_view> words;
+  for (const ModeWord& mode : kModes) words.push_back(mode.word);
+  return words;
 }
 
 std::vector<AttributeType> rasterColumns(std::span<const RasterEntry> entries) {

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "../table/table_support.h"
+#include "attributes/attribute_reference.h"
 #include "attributes/attribute_vocabulary.h"
 #include "attributes/equation.h"
 #include "foundation/platform.h"
@@ -283,7 +284,8 @@ TEST_F(Lists, AllFailuresComeInOneReadingWithTheirLines) {
   EXPECT_TRUE(seen.has("Input file, missing argument for keyword DEM FILE")) << seen.text();
   EXPECT_TRUE(seen.has("Input file, error reading SMOOTHING WINDOW MAX PASS"));
   EXPECT_TRUE(seen.has("Error reading attribute list"));
-  EXPECT_EQ(readRows("WIDTH: " + std::string(300, 'x')), -1);
+  EXPECT_EQ(readRows("WIDTH: " + std::string(257, 'x')), -1);
+  EXPECT_EQ(readRows("WIDTH: " + std::string(256, 'x')), 0);
   std::string many = "WIDTH: LENGTH = 3";
   for (int i = 0; i < 500; ++i) many += ",a";
   EXPECT_EQ(readRows(many), -1);
@@ -416,6 +418,11 @@ TEST_F(Lists, RastersHaveModesCategoriesAndTables) {
     EXPECT_TRUE(seen.has(text)) << lines << '\n' << seen.text();
     EXPECT_EQ(list.attributes.size(), 1U) << "what follows is read: " << lines;
   }
+}
+
+TEST_F(Lists, TheReferenceIsThatOfTheTables) {
+  EXPECT_EQ(readBytes(TERRAIN_SOURCE_DIR "/docs/attribute_lists.md"), attributeReference())
+      << attributeReference();
 }
 
 TEST_F(Lists, TheExampleBecomesFilesThatOthersRead) {
