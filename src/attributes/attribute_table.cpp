@@ -49,12 +49,13 @@ int parse(std::type_identity_t<std::span<const Keyword<Record>>> table, const Lo
           Record& record, std::string_view name) {
   KeywordInput input{.line = &line};
   if (parseArguments(table, record, input)) return kSuccess;
+  const std::string place = line.lineNumber > 0 ? lineText(line.lineNumber) : std::string();
   for (const KeywordFailure& failure : input.failures) {
     const std::string text =
         failure.message.ends_with(' ') ? failure.message + std::string(name) : failure.message;
     Report report{.routine = kTag, .code = kOwnWords, .message1 = text};
     if (!failure.detail.empty()) report.message2 = failure.detail;
-    if (line.lineNumber > 0) report.message3 = lineText(line.lineNumber);
+    report.message3 = place;
     reportError(report);
   }
   return kFailure;
