@@ -55,7 +55,7 @@ int parse(std::type_identity_t<std::span<const Keyword<Record>>> table, const Lo
         failure.message.ends_with(' ') ? failure.message + std::string(name) : failure.message;
     Report report{.routine = kTag, .code = kOwnWords, .message1 = text};
     if (!failure.detail.empty()) report.message2 = failure.detail;
-    report.message3 = place;
+    if (!place.empty()) report.message3 = place;
     reportError(report);
   }
   return kFailure;
