@@ -162,7 +162,7 @@ void ListLines::warnOfEquation() {
       warn(line, '"' + argument + "\" is no argument of TERM");
     }
   }
-  input.Rewind(position + 1);
+  input.ReturnTo(position);
 }
 
 }  // namespace terrain

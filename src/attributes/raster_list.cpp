@@ -171,7 +171,7 @@ class RasterReader {
     const int32_t position = lines_.input.CurrentLine();
     const bool is = lines_.input.GetLine(line) == kSuccess;
     giveListKeyword(line);
-    lines_.input.Rewind(position + 1);
+    lines_.input.ReturnTo(position);
     return is && stripped(line.keyword) == "CAT LIST";
   }
 

@@ -214,6 +214,8 @@ void InputFileType::Rewind(std::optional<int32_t> lineNumber) {
 
 void InputFileType::StepBack() { currentLine_ = std::max(currentLine_ - 1, 0); }
 
+void InputFileType::ReturnTo(int32_t line) { currentLine_ = std::clamp(line, 0, LineCount()); }
+
 int InputFileType::CountToEndList(int32_t& count) {
   const int32_t position = currentLine_;
   count = 0;

@@ -82,6 +82,8 @@ class InputFileType {
   [[nodiscard]] int32_t CurrentLine() const { return currentLine_; }
   /// The next `GetLine` gives the line just delivered again.
   void StepBack();
+  /// Back to where `CurrentLine` was `line`, also where that was the last line.
+  void ReturnTo(int32_t line);
   /// Logical lines up to the one whose keyword holds "END LIST". Without such a line status is -1 and
   /// the position stays at the end.
   int CountToEndList(int32_t& count);

@@ -322,6 +322,10 @@ TEST_F(Lists, EquationsAreReadWithTheirRow) {
   EXPECT_EQ(readRows("WIDTH: EQUATION\nTERM: FIELD = DEPTH\nDEPTH: OUTFLAG"), -1);
   EXPECT_TRUE(seen.has("There is no END EQUATION for WIDTH"));
   EXPECT_NE(column("DEPTH"), nullptr) << "rows after it are read";
+  EXPECT_EQ(read("ATTRIBUTE LIST\nWIDTH: EQUATION"), -1);
+  EXPECT_EQ(list.attributes.size(), 1U) << "the last line is read once";
+  EXPECT_EQ(read("RASTER LIST\nFILE = canopy"), -1);
+  EXPECT_EQ(list.rasters.size(), 1U);
   EXPECT_EQ(readRows("EQUATION: OUTFLAG\nEND EQUATION"), -1);
   EXPECT_TRUE(seen.has("The equation has no name"));
 }
