@@ -28,22 +28,27 @@ std::string joined(std::span<const std::string> words) {
   return text;
 }
 
-/// Letters to insert, remove, change or swap with the next one to make `b` of `a`.
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::vector<std::size_t>> cost(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+/// Letters to insert, remove, change or swap with the next one to make `b` of `a`; `most` where that is less.
+std::size_t editDistance(std::string_view a, std::string_view b, std::size_t most) {
+  if (std::max(a.size(), b.size()) - std::min(a.size(), b.size()) >= most) return most;
+  // Three rows of the table of distances between beginnings of `a` and of `b`.
+  std::vector<std::size_t> rows(3 * (b.size() + 1));
+  const auto row = [&](std::size_t i) { return &rows[i % 3 * (b.size() + 1)]; };
   for (std::size_t i = 0; i <= a.size(); ++i) {
+    std::size_t* const cost = row(i);
     for (std::size_t j = 0; j <= b.size(); ++j) {
       if (i == 0 || j == 0) {
-        cost[i][j] = i + j;
+        cost[j] = i + j;
         continue;
       }
-      const std::size_t change = cost[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-      cost[i][j] = std::min({change, cost[i - 1][j] + 1, cost[i][j - 1] + 1});
+      const std::size_t* const above = row(i - 1);
+      const std::size_t change = above[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      cost[j] = std::min({change, above[j] + 1, cost[j - 1] + 1});
       if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
+        cost[j] = std::min(cost[j], row(i - 2)[j - 2] + 1);
     }
   }
-  return cost[a.size()][b.size()];
+  return std::min(most, row(a.size())[b.size()]);
 }
 
 bool abbreviates(std::string_view shorter, std::string_view word) {
@@ -51,14 +56,15 @@ bool abbreviates(std::string_view shorter, std::string_view word) {
   return shorter.size() >= least && word.starts_with(shorter);
 }
 
-std::size_t distance(std::span<const std::string> a, std::span<const std::string> b) {
-  const std::size_t whole = editDistance(joined(a), joined(b));
+/// Between texts of words; `most` where that is less.
+std::size_t distance(std::span<const std::string> a, std::span<const std::string> b, std::size_t most) {
+  const std::size_t whole = editDistance(joined(a), joined(b), most);
   if (a.size() < b.size() && std::ranges::equal(a, b.first(a.size()))) return 1;  // words are left out
   if (a.size() != b.size()) return whole;
   std::size_t sum = 0;
   for (std::size_t i = 0; i < a.size(); ++i)
     sum += abbreviates(a[i], b[i]) || abbreviates(b[i], a[i]) ? (a[i] == b[i] ? 0 : 1)
-                                                              : editDistance(a[i], b[i]);
+                                                              : editDistance(a[i], b[i], most);
   return std::min(whole, sum);
 }
 
@@ -76,7 +82,7 @@ Nearest nearest(std::span<const KeywordTexts> rows, std::span<const std::string>
   if (text.size() > kLongestKeyword) return best;
   for (const KeywordTexts& row : rows) {
     forEachWord(row.words, [&](std::string_view known) {
-      const std::size_t d = distance(words, wordsOf(known));
+      const std::size_t d = distance(words, wordsOf(known), best.distance);
       if (d < best.distance) best = {.keyword = std::string(known), .distance = d};
     });
   }
