@@ -7,6 +7,7 @@
 #include "grid/geometry.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
+#include "run/merged_walks.h"
 #include "run/walks.h"
 
 namespace terrain {
@@ -40,7 +41,9 @@ float finalValue(float total, float aspect, float contour) {
   return contour > 0.0F ? std::min(total / contour, kLargestSpecificArea) : total;
 }
 
-int finalPass(const WalkValues& values, const AccumulationGrids& grids, Walks& walks) {
+/// `walks` gives the totals of rows.
+template <class Source>
+int finalPass(const WalkValues& values, const AccumulationGrids& grids, Source& walks) {
   const auto finish = [&](int32_t row, std::span<float> cells, std::span<const float> aspects,
                           std::span<const float> contours = {}) {
     walks.totals(row, cells);
@@ -68,6 +71,14 @@ int accumulateCells(const WalkValues& limits, const AccumulationGrids& grids, co
     return kFailure;
   if (programInfo != nullptr) grids.accum.SetVersion(*programInfo);
   putMessage("Accumulating");
+  if (values.merged) {
+    WalkTable table;
+    MergedResult result;
+    if (table.make(values, grids.grad, grids.aspect, WalkStorage::memory) != kSuccess ||
+        mergeWalks(table, values, result) != kSuccess)
+      return kFailure;
+    return finalPass(values, grids, table);
+  }
   const bool onDisk = grids.accum.onDisk || grids.aspect.onDisk || (values.byTime && grids.grad.onDisk);
   Walks walks;
   if (walks.prepare(values, grids.grad, grids.aspect, onDisk ? WalkStorage::disk : WalkStorage::memory) !=

@@ -38,8 +38,10 @@ constexpr Unused kUnused[] = {
      }},
 };
 
-/// A run by time with nothing to walk for.
+/// A tolerance that nothing keeps, and a run by time with nothing to walk for.
 void checkLimits(const WalkValues& walk, std::vector<LineWarning>& warnings) {
+  if (walk.tolerance != WalkValues{}.tolerance && !(walk.merged && walk.byTime))
+    warnings.push_back({.text = "TOLERANCE has no effect: only merged walks by time have one"});
   if (!walk.byTime) return;
   for (const auto& [keyword, value] :
        {std::pair{"DURATION", walk.duration}, {"CONDUCTIVITY", walk.conductivity}})

@@ -34,6 +34,31 @@ bool isNamed(RunState& run, KeywordInput&) {
   return true;
 }
 
+template <bool kMerged>
+bool chooseWalks(WalkValues& walk, KeywordInput&) {
+  walk.merged = kMerged;
+  return true;
+}
+bool choosesWalks(RunState&, KeywordInput& input) {
+  const auto chosen = std::ranges::count_if(input.line->arguments, [](const std::string& word) {
+    return isKeyword("EXACT|MERGED", stripped(word));
+  });
+  return chosen == 1 || input.fail("WALKS is EXACT or MERGED");
+}
+constexpr Keyword<WalkValues> kWalkWords[] = {
+    {.words = "EXACT",
+     .value = KeywordValue<WalkValues>::own<chooseWalks<false>>("", TakesValue::optionally),
+     .meaning = "Each walk by itself; the work doubles with every step."},
+    {.words = "MERGED",
+     .value = KeywordValue<WalkValues>::own<chooseWalks<true>>("", TakesValue::optionally),
+     .meaning = "All walks at once, for limits of more than some ten steps; by time within TOLERANCE."},
+    {.words = "TOLERANCE",
+     .value = KeywordValue<WalkValues>::number<&WalkValues::tolerance>({.least = 1e-6}),
+     .failure = "Error reading TOLERANCE of WALKS",
+     .standard = "0.001",
+     .meaning = "Relative error of merged walks by time, from 0.000001."},
+};
+
 constexpr Keyword<RunState> kKeywords[] = {
     {.words = "DEM",
      .value = Value::own<parseDEM, &RunState::DEM, &DEM_type::file>("raster"),
@@ -96,6 +121,11 @@ constexpr Keyword<RunState> kKeywords[] = {
          "Horizontal flow distance: limits the walks by distance, in place of DURATION and CONDUCTIVITY.",
      .echo = "Horizontal flow distance (m) = ",
      .before = selectDistance},
+    {.words = "WALKS",
+     .value = Value::records<kWalkWords, &RunState::walk>(),
+     .standard = "EXACT",
+     .meaning = "How the walks are made.",
+     .before = choosesWalks},
     {.words = "OUTPUT RASTER|OUTPUT ACCUMULATION RASTER",
      .value = Value::file<&RunState::outputName>("raster"),
      .standard = "required",

@@ -24,6 +24,8 @@ struct WalkValues {
   bool byTime = false;
   bool byDistance = false;
   bool specific = false;
+  bool merged = false;                  ///< all walks at once (merged_walks.h)
+  double tolerance = 0.001;             ///< of merged walks by time, relative
   float duration = 0.0F;                ///< hours
   float conductivity = 0.0F;            ///< saturated hydraulic conductivity, metres per hour
   float maxDistance = kNodata;          ///< horizontal, metres

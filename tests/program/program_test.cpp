@@ -173,6 +173,9 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
         {{"OUTPUT RASTER: " + std::string(300, 'x')}, {"The value is longer than 256 characters"}},
         {{"DEM: elev_site\nMAX DISTANCE: 5"}, {"Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE"}},
         {{"MAX DISTANCE: 5"}, {"Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY"}},
+        {{"WALKS: FAST"}, {"WALKS is EXACT or MERGED\n LINE: 7"}},
+        {{"WALKS: EXACT, MERGED"}, {"WALKS is EXACT or MERGED"}},
+        {{"WALKS: MERGED, TOLERANCE = 0"}, {"Error reading TOLERANCE of WALKS"}},
         {{"-OUTPUT RASTER"}, {"Output raster not specified\n PROGRAM ABORTED"}},
         {{"-DURATION", "-CONDUCTIVITY"},
          {"ByTime or ByDistance not specified", "Error reading input rasters"}},
@@ -270,6 +273,8 @@ TEST_F(Program, WarnsOfWhatAnInstructionFilePassesOver) {
       " WARNING: line 7: OUTPUT BCON RASTER has no effect: contour lengths are used with SPECIFIC only\n"
       " WARNING: DURATION is missing or not above 0, so no water leaves the cell that it fell on\n"
       " WARNING: CONDUCTIVITY is missing or not above 0, so no water leaves the cell that it fell on\n");
+  EXPECT_EQ(warnings(byTime({"WALKS: EXACT, TOLERANCE = 0.01"})),
+            " WARNING: TOLERANCE has no effect: only merged walks by time have one\n");
   EXPECT_EQ(warnings(byTime({"OUTPUT GRAD RASTER:", "OUTPUT ASPECT RASTER:"}) + saved),
             " WARNING: line 3: LENGTH SCALE has no effect: neither gradient nor aspect nor contour length is "
             "computed\n"

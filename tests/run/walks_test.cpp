@@ -13,13 +13,14 @@
 #include "support/grids.h"
 #include "support/real_data.h"
 #include "support/reference_walks.h"
+#include "support/walk_grids.h"
 
 namespace terrain {
 namespace {
 
 using test::Storage;
 
-constexpr float kPi = 3.1415927F;
+using test::kPi;
 
 class WalksTest : public test::InBothStorages {
  protected:
@@ -69,43 +70,11 @@ class WalksTest : public test::InBothStorages {
 INSTANTIATE_TEST_SUITE_P(Storages, WalksTest, ::testing::Values(Storage::memory, Storage::disk),
                          test::storageName);
 
-/// Every kind of cell at once: holes, flats, aspects on and beside the centres, beyond a full circle and
-/// negative, cells that face each other, walls and NaN.
-struct Mixture {
-  R4Grid_type grad, aspect, bcon;
-  Mixture(int32_t cols, int32_t rows, uint32_t seed, Storage storage) {
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> unit(0.0F, 1.0F);
-    for (R4Grid_type* g : {&grad, &aspect, &bcon})
-      *g = test::emptyGrid<R4Grid_type>(cols, rows, {.storage = storage});
-    const float main = unit(random) * 6.28F;
-    test::fillWith(aspect, [&](int32_t, int32_t) {
-      const float kind = unit(random);
-      if (kind < 0.05F) return kNodata;
-      if (kind < 0.10F) return static_cast<float>(random() % 9) * (kPi / 4);
-      if (kind < 0.12F) return -unit(random);
-      if (kind < 0.14F) return 6.28F + unit(random);
-      if (kind < 0.15F) return std::numeric_limits<float>::quiet_NaN();
-      if (kind < 0.30F) return unit(random) * 6.2831853F;
-      return std::fmod(main + 0.6F * unit(random), 6.2831853F);
-    });
-    test::fillWith(grad, [&](int32_t, int32_t) {
-      const float kind = unit(random);
-      if (kind < 0.05F) return kNodata;
-      if (kind < 0.10F) return 0.0F;
-      if (kind < 0.12F) return 100.0F * unit(random);
-      return 0.05F + unit(random);
-    });
-    test::fillWith(bcon, [&](int32_t, int32_t) {
-      return unit(random) < 0.2F ? 0.0F : unit(random) < 0.05F ? 1e-9F : 2 * unit(random);
-    });
-  }
-};
-
 TEST_P(WalksTest, MatchTheReferenceOnEveryKindOfCell) {
   for (uint32_t seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE(seed);
-    Mixture m(static_cast<int32_t>(3 + seed * 3), static_cast<int32_t>(40 - seed * 3), seed, GetParam());
+    test::Mixture m(static_cast<int32_t>(3 + seed * 3), static_cast<int32_t>(40 - seed * 3), seed,
+                    GetParam());
     check({.byTime = true, .duration = 9.0F + static_cast<float>(seed), .conductivity = 10.0F}, m.grad,
           m.aspect);
     check({.byTime = true, .specific = true, .duration = 24.0F, .conductivity = 4.0F}, m.grad, m.aspect,
@@ -212,7 +181,7 @@ TEST_P(WalksTest, AScratchFileThatCannotBeReadIsAFailure) {
 }
 
 TEST_P(WalksTest, MatchTheReferenceFromTheMiddleOfAPath) {
-  Mixture m(9, 7, 5, GetParam());
+  test::Mixture m(9, 7, 5, GetParam());
   std::mt19937 random(3);
   for (const float limit : {31.0F, 44.142136F, 60.0F, 5.0e6F, 1.05e7F}) {
     WalkValues values{.byDistance = true, .maxDistance = limit};
