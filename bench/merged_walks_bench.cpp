@@ -1,5 +1,5 @@
 // Merged walks on rough ground of 1, 4 and 16 million cells, for limits of 8 to 128 steps, and single walks
-// for the shortest of them. Items are cells.
+// for the shortest of them, on one thread and two. Items are cells.
 
 #include <benchmark/benchmark.h>
 
@@ -7,9 +7,9 @@
 #include <sstream>
 
 #include "foundation/platform.h"
+#include "foundation/threads.h"
 #include "grid/storage.h"
-#include "run/merged_walks.h"
-#include "run/walks.h"
+#include "run/accumulation.h"
 
 namespace terrain {
 namespace {
@@ -58,37 +58,33 @@ WalkValues limitOf(int64_t steps, bool byTime) {
   return values;
 }
 
-void Merged(benchmark::State& state) {
+void run(benchmark::State& state, bool merged) {
   const Ground& scene = ground(state.range(0));
-  const WalkValues values = limitOf(state.range(1), state.range(2) != 0);
-  MergedResult result;
+  WalkValues values = limitOf(state.range(1), state.range(2) != 0);
+  values.merged = merged;
+  useThreads(static_cast<int32_t>(state.range(3)));
+  R4Grid_type none;
   for (auto _ : state) {
-    WalkTable table;
-    if (table.make(values, scene.grad, scene.aspect, WalkStorage::memory) != 0 ||
-        mergeWalks(table, values, result) != 0)
-      state.SkipWithError("not merged");
-  }
-  state.SetItemsProcessed(state.iterations() * state.range(0) * state.range(0));
-  state.counters["rungs"] = result.rungs;
-}
-
-void Single(benchmark::State& state) {
-  const Ground& scene = ground(state.range(0));
-  const WalkValues values = limitOf(state.range(1), state.range(2) != 0);
-  for (auto _ : state) {
-    Walks walks;
-    if (walks.prepare(values, scene.grad, scene.aspect, WalkStorage::memory) != 0)
-      state.SkipWithError("not prepared");
-    walks.walkAll();
+    R4Grid_type accum;
+    if (accumulateCells(values, {.grad = scene.grad, .aspect = scene.aspect, .bcon = none, .accum = accum},
+                        scene.aspect) != 0)
+      state.SkipWithError("not accumulated");
   }
   state.SetItemsProcessed(state.iterations() * state.range(0) * state.range(0));
 }
+void Merged(benchmark::State& state) { run(state, true); }
+void Single(benchmark::State& state) { run(state, false); }
 
-const std::vector<std::string> kNames{"size", "steps", "byTime"};
-BENCHMARK(Single)->ArgNames(kNames)->Args({1000, 8, 0})->Args({1000, 8, 1})->Unit(benchmark::kMillisecond);
+const std::vector<std::string> kNames{"size", "steps", "byTime", "threads"};
+BENCHMARK(Single)
+    ->ArgNames(kNames)
+    ->ArgsProduct({{1000, 2000}, {8, 12}, {0, 1}, {1, 2}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(Merged)
     ->ArgNames(kNames)
-    ->ArgsProduct({{1000, 2000, 4000}, {8, 16, 32, 64, 128}, {0, 1}})
+    ->ArgsProduct({{1000, 2000, 4000}, {8, 16, 32, 64, 128}, {0, 1}, {1, 2}})
+    ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -1,17 +1,15 @@
-// Visits per second of the walks: plain recursion, table in memory, table on disk. All three make the
-// same additions; the number of visits is that of the plain form.
+// Visits per second of the walks: plain recursion, and the walk table. Both make the same
+// additions; the number of visits is that of the plain form.
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <map>
 #include <sstream>
 
 #include "foundation/platform.h"
-#include "foundation/scratch.h"
 #include "grid/storage.h"
 #include "run/walks.h"
 #include "support/reference_walks.h"
@@ -72,21 +70,17 @@ void Plain(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }
 
-void Table(benchmark::State& state, WalkStorage storage) {
+void Table(benchmark::State& state) {
   const bool byTime = state.range(0) != 0;
   Scene scene(byTime);
   Walks walks;
-  if (walks.prepare(scene.values, scene.grad, scene.aspect, storage) != 0)
-    state.SkipWithError("not prepared");
+  if (walks.prepare(scene.values, scene.grad, scene.aspect) != 0) state.SkipWithError("not prepared");
   for (auto _ : state) walks.walkAll();
   state.SetItemsProcessed(state.iterations() * visitsOf(byTime));
 }
-void InMemory(benchmark::State& state) { Table(state, WalkStorage::memory); }
-void OnDisk(benchmark::State& state) { Table(state, WalkStorage::disk); }
 
 BENCHMARK(Plain)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
-BENCHMARK(InMemory)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
-BENCHMARK(OnDisk)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
+BENCHMARK(Table)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace terrain
@@ -94,12 +88,7 @@ BENCHMARK(OnDisk)->ArgName("byTime")->Arg(1)->Arg(0)->Unit(benchmark::kMilliseco
 int main(int argc, char** argv) {
   std::ostringstream quiet;
   terrain::platform::console().out = &quiet;
-  const auto scratch = std::filesystem::temp_directory_path() / "walks_bench";
-  std::filesystem::create_directories(scratch);
-  const std::string path = scratch.string() + "/";
-  terrain::OpenBinaryScratchFile({.scratchPath = path});
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
-  std::filesystem::remove_all(scratch);
   return 0;
 }

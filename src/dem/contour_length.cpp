@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dem/operations.h"
+#include "foundation/threads.h"
 #include "grid/row_window.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
@@ -96,22 +97,29 @@ float contourLengthOfCell(float aspect, const Neighbours& aspects, float none) {
 }
 
 int fillRows(const R4Grid_type& elev, const R4Grid_type& aspect, R4Grid_type& bcon) {
-  RowWindow<float> heights(elev, 1, 1);
-  RowWindow<float> angles(aspect, 1, 1);
-  if (!heights.open() || !angles.open()) return cannotAllocate(kTag, "row windows");
   const float none = aspect.nodataValue();
-  // A cell without an aspect keeps what the grid holds.
-  return RowPass{changing(bcon)}.run(kTag, [&](int32_t row, std::span<float> cells) {
-    if (heights.moveTo(row) != kIoOk) return reportScratchRead(kTag, elev);
-    if (angles.moveTo(row) != kIoOk) return reportScratchRead(kTag, aspect);
-    for (std::size_t col = 0; col < cells.size(); ++col) {
-      const float a = angles.row(row)[col];
-      if (a == none) continue;
-      cells[col] = areLevel(neighboursOf(heights, row, col))
-                       ? 1.0F
-                       : contourLengthOfCell(a, neighboursOf(angles, row, col), none);
+  const bool inMemory = !elev.onDisk && !aspect.onDisk && !bcon.onDisk;
+  return forEachStretch(elev.rows(), inMemory, [&](int32_t first, int32_t last) {
+    RowWindow<float> heights(elev, 1, 1);
+    RowWindow<float> angles(aspect, 1, 1);
+    if (!heights.open() || !angles.open()) {
+      const auto lock = oneThreadAtATime();
+      return cannotAllocate(kTag, "row windows");
     }
-    return kSuccess;
+    const Window rows{.col1 = 1, .col2 = elev.cols(), .row1 = first, .row2 = last};
+    // A cell without an aspect keeps what the grid holds.
+    return RowPass{changing(bcon)}.runWithin(rows, kTag, [&](int32_t row, std::span<float> cells) {
+      if (heights.moveTo(row) != kIoOk) return reportScratchRead(kTag, elev);
+      if (angles.moveTo(row) != kIoOk) return reportScratchRead(kTag, aspect);
+      for (std::size_t col = 0; col < cells.size(); ++col) {
+        const float a = angles.row(row)[col];
+        if (a == none) continue;
+        cells[col] = areLevel(neighboursOf(heights, row, col))
+                         ? 1.0F
+                         : contourLengthOfCell(a, neighboursOf(angles, row, col), none);
+      }
+      return kSuccess;
+    });
   });
 }
 

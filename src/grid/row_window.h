@@ -38,10 +38,11 @@ class RowWindow {
     const auto cells = byteCount(width_, static_cast<std::uint64_t>(held_));
     return cells && tryAllocate(rows_, *cells);
   }
-  /// Reads on to the last row that may be asked for while `row` is the current one; rows come in order
-  /// from 1.
+  /// Reads on to the last row that may be asked for while `row` is the current one; rows come in
+  /// order, with a margin from any row on.
   [[nodiscard]] IoCode moveTo(int32_t row) {
     if (!copies_) return kIoOk;
+    if (margin_ > 0) last_ = std::max(last_, row - reach_ - 1);
     const int64_t end =
         margin_ > 0 ? int64_t{row} + reach_ : std::min(int64_t{grid_.rows()}, int64_t{row} + reach_);
     while (last_ < end)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <functional>
 #include <limits>
 #include <optional>
@@ -10,6 +11,7 @@
 #include "foundation/memory.h"
 #include "foundation/messages.h"
 #include "foundation/numbers.h"
+#include "foundation/threads.h"
 #include "grid/surface_fit.h"
 #include "grid/surface_places.h"
 
@@ -70,9 +72,9 @@ class SurfacePass {
     for (const SurfaceOutput& output : outputs) outputs_.push_back({.to = output, .row = {}});
   }
 
-  /// Fills the rasters. Nothing, and nothing to rely on in them, where the grid has no exact positions
-  /// or the window does not fit into memory.
-  [[nodiscard]] std::optional<int> run();
+  /// Fills rows of the rasters. Nothing, and nothing to rely on in them, where the grid has no exact
+  /// positions or the window does not fit into memory.
+  [[nodiscard]] std::optional<int> run(int32_t first, int32_t last);
 
  private:
   static std::vector<double> radiiFrom(const GridGeometry& grid, double length);
@@ -310,10 +312,10 @@ int SurfacePass::writeRow(int32_t row) {
   return kSuccess;
 }
 
-std::optional<int> SurfacePass::run() {
+std::optional<int> SurfacePass::run(int32_t first, int32_t last) {
   RowWindow<float> rows(elev_, rowsReached());
   if (!prepare(rows)) return std::nullopt;
-  for (int32_t row = 1; row <= elev_.rows(); ++row) {
+  for (int32_t row = first; row <= last; ++row) {
     const IoCode code = rows.moveTo(row);
     if (code != kIoOk) stopOnScratchFault(kReadTag, elev_, code);
     if (!placeRow(row, rows)) return std::nullopt;
@@ -357,12 +359,18 @@ int surfaceRasters(const R4Grid_type& elev, float length, const std::vector<Surf
   for (const auto& [grid, metric] : outputs)
     if (grid->SetRowAccess() != kSuccess) return fail(kTag, "SetRowAccess failed");
 
-  std::optional<int> filled;
-  {
+  // Every row is filled by itself: stretches of them at once where all grids are in memory.
+  const bool inMemory = !elev.onDisk && std::ranges::none_of(outputs, [](const SurfaceOutput& output) {
+    return output.grid->onDisk;
+  });
+  std::atomic<bool> served = true;
+  const int status = forEachStretch(elev.rows(), inMemory, [&](int32_t first, int32_t last) {
     SurfacePass pass(elev, static_cast<double>(length), outputs);
-    filled = pass.run();
-  }
-  return filled ? *filled : fillByCell(elev, length, outputs);
+    const std::optional<int> filled = pass.run(first, last);
+    if (!filled) served = false;
+    return filled.value_or(kFailure);
+  });
+  return served ? status : fillByCell(elev, length, outputs);
 }
 
 }  // namespace terrain

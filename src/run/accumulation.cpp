@@ -7,6 +7,7 @@
 #include "grid/geometry.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
+#include "run/bands.h"
 #include "run/merged_walks.h"
 #include "run/walks.h"
 
@@ -41,20 +42,33 @@ float finalValue(float total, float aspect, float contour) {
   return contour > 0.0F ? std::min(total / contour, kLargestSpecificArea) : total;
 }
 
-/// `walks` gives the totals of rows.
-template <class Source>
-int finalPass(const WalkValues& values, const AccumulationGrids& grids, Source& walks) {
-  const auto finish = [&](int32_t row, std::span<float> cells, std::span<const float> aspects,
+/// From the totals in `accum` to the output raster.
+int finalPass(const WalkValues& values, const AccumulationGrids& grids) {
+  const auto finish = [&](int32_t, std::span<float> cells, std::span<const float> aspects,
                           std::span<const float> contours = {}) {
-    walks.totals(row, cells);
     for (std::size_t c = 0; c < cells.size(); ++c)
       cells[c] = finalValue(cells[c], aspects[c], contours.empty() ? 0.0F : contours[c]);
   };
   constexpr std::string_view name = "rows of the final pass";
   if (values.specific)
-    return RowPass{filling(grids.accum, name), reading(grids.aspect, name), reading(grids.bcon, name)}.run(
+    return RowPass{changing(grids.accum, name), reading(grids.aspect, name), reading(grids.bcon, name)}.run(
         kTag, finish);
-  return RowPass{filling(grids.accum, name), reading(grids.aspect, name)}.run(kTag, finish);
+  return RowPass{changing(grids.accum, name), reading(grids.aspect, name)}.run(kTag, finish);
+}
+
+/// Every walk by itself, band by band.
+int walkSingly(const WalkValues& values, const AccumulationGrids& grids, const Grid_Header& like) {
+  float shortest = 0;
+  if (shortestStep(values, grids.grad, shortest) != kSuccess) return kFailure;
+  const int32_t margin = stepsWithin(values, shortest, like.rows());
+  return forEachBand(values, like, margin, [&](const Band& band) {
+    Walks walks;
+    if (walks.prepare(values, grids.grad, grids.aspect, band.withMargins) != kSuccess ||
+        walks.keepWalksTo(band.rows) != kSuccess)
+      return kFailure;
+    walks.walkAll();
+    return storeTotals(walks.table(), band, grids.accum);
+  });
 }
 
 }  // namespace
@@ -71,21 +85,10 @@ int accumulateCells(const WalkValues& limits, const AccumulationGrids& grids, co
     return kFailure;
   if (programInfo != nullptr) grids.accum.SetVersion(*programInfo);
   putMessage("Accumulating");
-  if (values.merged) {
-    WalkTable table;
-    MergedResult result;
-    if (table.make(values, grids.grad, grids.aspect, WalkStorage::memory) != kSuccess ||
-        mergeWalks(table, values, result) != kSuccess)
-      return kFailure;
-    return finalPass(values, grids, table);
-  }
-  const bool onDisk = grids.accum.onDisk || grids.aspect.onDisk || (values.byTime && grids.grad.onDisk);
-  Walks walks;
-  if (walks.prepare(values, grids.grad, grids.aspect, onDisk ? WalkStorage::disk : WalkStorage::memory) !=
-      kSuccess)
+  MergedResult merged;
+  if ((values.merged ? mergeWalks(values, grids, merged) : walkSingly(values, grids, like)) != kSuccess)
     return kFailure;
-  walks.walkAll();
-  return finalPass(values, grids, walks);
+  return finalPass(values, grids);
 }
 
 }  // namespace terrain

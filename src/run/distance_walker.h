@@ -24,18 +24,17 @@ inline float lastReachFor(float limit, float step) {
   return std::bit_cast<float>(fits);
 }
 
-template <class Cells>
 class DistanceWalker {
  public:
-  DistanceWalker(float maxDistance, float cardinalStep, Cells cells)
+  DistanceWalker(float maxDistance, float cardinalStep, WalkCell* cells)
       : maxDistance_(maxDistance),
         lastOfOne_(lastReachFor(maxDistance, cardinalStep)),
         lastOfTwo_(lastReachFor(lastOfOne_, cardinalStep)),
         lastOfThree_(lastReachFor(lastOfTwo_, cardinalStep)),
         cells_(cells) {}
 
-  void add(std::int64_t index, float share) { cells_.at(index).total += share; }
-  [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_.at(index).starts != 0; }
+  void add(std::int64_t index, float share) { cells_[index].total += share; }
+  [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_[index].starts != 0; }
 
   /// Passes `share`, which has been added to the cell, to the neighbours until the limit ends every path. The
   /// first neighbour is followed to the end before the second receives its share: both may lead to the same
@@ -49,7 +48,7 @@ class DistanceWalker {
       return;
     }
     while (true) {
-      const WalkCell& cell = cells_.at(index);  // valid until the next cell is accessed
+      const WalkCell& cell = cells_[index];
       const float reach0 = cell.step[0] + spent;
       const float reach1 = cell.step[1] + spent;
       const float share0 = cell.share[0] * share;
@@ -94,7 +93,7 @@ class DistanceWalker {
   }
 
   void oneStep(std::int64_t index, float share, float spent) {
-    const WalkCell& cell = cells_.at(index);
+    const WalkCell& cell = cells_[index];
     const float share0 = fitting(cell.share[0] * share, cell.step[0] + spent);
     const float share1 = fitting(cell.share[1] * share, cell.step[1] + spent);
     const std::int64_t first = index + cell.next[0];
@@ -104,18 +103,18 @@ class DistanceWalker {
   }
 
   void twoSteps(std::int64_t index, float share, float spent) {
-    const WalkCell& cell = cells_.at(index);
+    const WalkCell& cell = cells_[index];
     const float reach0 = cell.step[0] + spent;
     const float reach1 = cell.step[1] + spent;
     const float share0 = fitting(cell.share[0] * share, reach0);
     const float share1 = fitting(cell.share[1] * share, reach1);
     const std::int64_t first = index + cell.next[0];
     const std::int64_t second = index + cell.next[1];
-    const WalkCell& a = cells_.at(first);
+    const WalkCell& a = cells_[first];
     const float aShare0 = a.share[0], aShare1 = a.share[1], aStep0 = a.step[0], aStep1 = a.step[1];
     const std::int64_t first0 = first + a.next[0];
     const std::int64_t first1 = first + a.next[1];
-    const WalkCell& b = cells_.at(second);
+    const WalkCell& b = cells_[second];
     const std::int64_t second0 = second + b.next[0];
     const std::int64_t second1 = second + b.next[1];
     const Four reach = Four{aStep0, aStep1, b.step[0], b.step[1]} + Four{reach0, reach0, reach1, reach1};
@@ -134,7 +133,7 @@ class DistanceWalker {
   float lastOfOne_;  // the largest reach from which one step of the shortest length fits; then two, three
   float lastOfTwo_;
   float lastOfThree_;
-  Cells cells_;
+  WalkCell* cells_;
   PendingStack pending_;
 };
 

@@ -4,6 +4,7 @@
 #include "foundation/messages.h"
 #include "foundation/numbers.h"
 #include "foundation/platform.h"
+#include "foundation/threads.h"
 #include "grid/storage.h"
 #include "run/accumulation.h"
 #include "run/inputs.h"
@@ -24,6 +25,7 @@ void prepare(RunState& run, const std::optional<std::string>& instructionFile) {
   run.session.findInstructions(instructionFile);
   readInstructions(run.session, keywords(), run, run.strict,
                    [&](bool read) { return checkInstructions(run, read); });
+  if (run.threads > 0) useThreads(run.threads);
   if (run.scratchPath.empty()) run.scratchPath = run.DEM.path;
   run.session.openLog(run.scratchPath);
   if (run.outputName.empty()) stopRun("Output raster not specified");

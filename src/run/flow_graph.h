@@ -41,7 +41,8 @@ class Donors {
 /// The steps of a walk table, from both ends.
 class FlowGraph {
  public:
-  explicit FlowGraph(WalkTable& table) : cells_(table.memory()), cols_(table.cols()), rows_(table.rows()) {
+  explicit FlowGraph(WalkTable& table)
+      : cells_(table.cells()), cols_(table.cols()), rows_(table.rows().last - table.rows().first + 1) {
     for (int32_t k = 1; k <= kDirections; ++k) {
       const auto at = static_cast<std::size_t>(k);
       offsets_[at] = -rowOffset[at] * stride() - colOffset[at];

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "run/walk_table.h"
+#include "run/accumulation.h"
 
 namespace terrain {
 
@@ -21,10 +21,14 @@ struct MergedResult {
       0;  ///< by time: largest relative difference between the totals and those with half the rungs
 };
 
-/// Fills the totals of a walk table in memory. By time the rungs are so many that `change`, over the cells
-/// where walks start, is at most half of `values.tolerance`. With `totals` the totals come in 64 bits too, by
-/// record. 0, or -1 with a report: no memory for the tables, or a limit of too many steps.
-int mergeWalks(WalkTable& table, const WalkValues& values, MergedResult& result,
+/// Fills `grids.accum` with the totals of all walks, band by band (bands.h). By time the rungs are so many
+/// that `change`, over the cells where walks start, is at most half of `values.tolerance`. 0, or -1 with a
+/// report: no memory for the tables, or a limit of too many steps.
+int mergeWalks(const WalkValues& values, const AccumulationGrids& grids, MergedResult& result);
+
+/// One pass over a walk table, by time with so many rungs: fills the totals of its cells, and `totals`, where
+/// given, with the same in 64 bits, by record. 0, or -1 with a report.
+int mergeTable(WalkTable& table, const WalkValues& values, int32_t rungs,
                std::vector<double>* totals = nullptr);
 
 }  // namespace terrain

@@ -17,6 +17,7 @@ struct RunState {
   bool makeAspect = true;    ///< aspect is computed from the DEM
   bool makeBcon = true;      ///< contour length is computed rather than read
   bool saveGradient = false, saveAspect = false, saveBcon = false;  ///< a computed raster is written too
+  int32_t threads = 0;                                              ///< that work at once; 0: all cores
   bool strict = false;       ///< warnings about the instruction file stop the run
   std::string outputName{};  ///< rasters are named without extension
   std::string gradientName{}, aspectName{}, bconName{};

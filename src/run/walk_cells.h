@@ -1,6 +1,5 @@
 #pragma once
-// Access of the walkers to the records of the walk table, and the stack of pending cells. Internal to the
-// walks.
+// The stack of pending cells. Internal to the walks.
 
 #include <cstdint>
 #include <vector>
@@ -8,17 +7,6 @@
 #include "run/walk_table.h"
 
 namespace terrain {
-
-struct MemoryCells {
-  WalkCell* cells;
-  [[nodiscard]] WalkCell& at(std::int64_t index) const { return cells[index]; }
-};
-
-/// A record is valid until the next call.
-struct DiskCells {
-  WalkTable* table;
-  [[nodiscard]] WalkCell& at(std::int64_t index) const { return table->onDisk(index); }
-};
 
 /// A second neighbour, to be visited after the walk through the first.
 struct Pending {

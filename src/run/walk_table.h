@@ -3,21 +3,18 @@
 // shares and steps depend on the cell alone. A border of cells without steps surrounds the grid, so a walk
 // that leaves it ends there without a test for the edge.
 //
-// The table is in memory, or in a scratch file of the same records where one of the grids is on disk or
-// memory does not suffice.
+// The table is in memory and may be of some rows of the grids only.
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
-#include <string>
+#include <span>
 
-#include "foundation/platform.h"
 #include "grid/grid.h"
 
 namespace terrain {
-
-class RecordFile;
 
 /// The limits of a run and the lengths of its steps; the walks only read them.
 struct WalkValues {
@@ -26,6 +23,7 @@ struct WalkValues {
   bool specific = false;
   bool merged = false;                  ///< all walks at once (merged_walks.h)
   double tolerance = 0.001;             ///< of merged walks by time, relative
+  int32_t bandRows = 0;                 ///< rows that are walked at a time (bands.h); 0: as it suits
   float duration = 0.0F;                ///< hours
   float conductivity = 0.0F;            ///< saturated hydraulic conductivity, metres per hour
   float maxDistance = kNodata;          ///< horizontal, metres
@@ -45,50 +43,47 @@ struct WalkCell {
 };
 static_assert(sizeof(WalkCell) == 32);
 
-/// Where the records are kept.
-enum class WalkStorage { memory, disk };
+/// Rows of a grid, from the first to the last.
+struct RowRange {
+  int32_t first = 1;
+  int32_t last = 0;
+};
 
 class WalkTable {
  public:
-  WalkTable() = default;
-  ~WalkTable();
-  WalkTable(const WalkTable&) = delete;
-  WalkTable& operator=(const WalkTable&) = delete;
+  /// Fills the table from rows of the grids, of one extent. `grad` is read only by time. Several threads may
+  /// fill tables from the same grids. 0, or -1 with a report.
+  int make(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect, RowRange rows);
+  /// The same with all rows.
+  int make(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect) {
+    return make(values, grad, aspect, {.first = 1, .last = aspect.rows()});
+  }
 
-  /// Fills the table from the grids, of one extent, row by row. Where memory does not suffice it goes to
-  /// disk. 0, or -1 with a report.
-  int make(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect, WalkStorage storage);
+  /// Drops the steps and the starts of cells outside of `band` from which no water comes to it at a cost of
+  /// at most `limit`; cost(cell, way) is that of a step. The last step, into the band, costs nothing. Other
+  /// steps stay as they are, those of the band's own cells all. 0, or -1 with a report.
+  int keepWaysTo(RowRange band, float limit,
+                 const std::function<float(const WalkCell& cell, std::size_t way)>& cost);
 
   [[nodiscard]] int32_t cols() const { return cols_; }
-  [[nodiscard]] int32_t rows() const { return rows_; }
-  /// Record of a cell, border included: 0 is the cell (0, 0).
+  /// The rows of the grid that the table has.
+  [[nodiscard]] RowRange rows() const { return rows_; }
+  /// Record of a cell of the grid, or of the border around the rows.
   [[nodiscard]] std::int64_t index(int32_t col, int32_t row) const {
-    return std::int64_t{row} * (std::int64_t{cols_} + 2) + col;
+    return (std::int64_t{row} - rows_.first + 1) * (std::int64_t{cols_} + 2) + col;
   }
   /// The shortest step of any cell.
   [[nodiscard]] float shortestStep() const { return shortestStep_; }
-  /// The records in memory, null if they are on disk.
-  [[nodiscard]] WalkCell* memory() { return memory_.get(); }
-  /// A record on disk, valid until the next call. A file that cannot be read ends the run, with a report.
-  [[nodiscard]] WalkCell& onDisk(std::int64_t index);
-  /// Copies the totals of a row out.
-  void totals(int32_t row, std::span<float> out);
+  [[nodiscard]] WalkCell* cells() { return cells_.get(); }
+  [[nodiscard]] const WalkCell* cells() const { return cells_.get(); }
+  /// Copies the totals of a row of the grid out.
+  void totals(int32_t row, std::span<float> out) const;
 
  private:
-  int allocate(std::uint64_t bytes, WalkStorage storage);
-  int fill(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect);
-  int store(int32_t row, std::span<const WalkCell> records);
-  /// 0, or -1 with a report of a write that failed.
-  int reportWrite(IoCode code) const;
-  [[noreturn]] void stopOnFault(IoCode code) const;
-
   int32_t cols_ = 0;
-  int32_t rows_ = 0;
+  RowRange rows_{};
   float shortestStep_ = std::numeric_limits<float>::infinity();
-  std::unique_ptr<WalkCell[]> memory_;
-  RecordFile* file_ = nullptr;
-  int32_t unit_ = 0;
-  std::string name_;
+  std::unique_ptr<WalkCell[]> cells_;
 };
 
 }  // namespace terrain

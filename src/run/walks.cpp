@@ -1,5 +1,6 @@
 #include "run/walks.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -38,13 +39,13 @@ struct DistanceLimit {
 
 /// One walk at a time. `Guarded` is for limits so large that adding a step changes nothing in float32: a step
 /// that does not advance is not taken, or a walk between two cells that face each other would never end.
-template <class Limit, class Cells, bool Guarded>
+template <class Limit, bool Guarded>
 class Walker {
  public:
-  Walker(Limit limit, Cells cells) : limit_(limit), cells_(cells) {}
+  Walker(Limit limit, WalkCell* cells) : limit_(limit), cells_(cells) {}
 
-  void add(std::int64_t index, float share) { cells_.at(index).total += share; }
-  [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_.at(index).starts != 0; }
+  void add(std::int64_t index, float share) { cells_[index].total += share; }
+  [[nodiscard]] bool startsAt(std::int64_t index) const { return cells_[index].starts != 0; }
 
   /// Passes `share`, which has been added to the cell, to the neighbours until the limit ends every path. The
   /// first neighbour is followed at once; the second is pending while the first goes on, since both may lead
@@ -53,7 +54,7 @@ class Walker {
     if (!(limit_.limit() > spent)) return;
     pending_.clear();
     while (true) {
-      const WalkCell& cell = cells_.at(index);  // valid until the next cell is accessed
+      const WalkCell& cell = cells_[index];
       const float step0 = cell.step[0];
       const float step1 = cell.step[1];
       const float reach0 = step0 + spent;
@@ -121,53 +122,57 @@ class Walker {
   }
 
   Limit limit_;
-  Cells cells_;
+  WalkCell* cells_;
   PendingStack pending_;
 };
 
 }  // namespace
 
-int Walks::prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,
-                   WalkStorage storage) {
-  values_ = values;
-  return table_.make(values, grad, aspect, storage);
+int Walks::prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect) {
+  return prepare(values, grad, aspect, {.first = 1, .last = aspect.rows()});
 }
 
-/// Calls `use` with the walker of the run: by time or by distance, over cells in memory or on disk, guarded
-/// or not.
+int Walks::prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,
+                   RowRange rows) {
+  values_ = values;
+  return table_.make(values, grad, aspect, rows);
+}
+
+int Walks::keepWalksTo(RowRange band) {
+  // A walk's time or distance is a sum of rounded sums; no walk to the band may be left out.
+  const float limit = values_.byTime ? values_.duration : values_.maxDistance;
+  const float steps = std::max(limit, 0.0F) / table_.shortestStep();
+  return table_.keepWaysTo(band, limit * (1.0F + 1e-5F + 3e-7F * steps),
+                           [](const WalkCell& cell, std::size_t way) { return cell.step[way]; });
+}
+
+/// Calls `use` with the walker of the run: by time or by distance, guarded or not.
 template <class Use>
 void Walks::withWalker(Use use) {
-  if (table_.memory() != nullptr)
-    withWalkerOver(MemoryCells{table_.memory()}, use);
-  else
-    withWalkerOver(DiskCells{&table_}, use);
-}
-
-template <class Cells, class Use>
-void Walks::withWalkerOver(Cells cells, Use use) {
+  WalkCell* const cells = table_.cells();
   const float limit = values_.byTime ? values_.duration : values_.maxDistance;
   const float finest = std::nextafter(limit, std::numeric_limits<float>::infinity()) - limit;
   const float shortest = table_.shortestStep();
   const auto run = [&](auto&& walker) { use(walker); };
   if (values_.byTime) {
     if (shortest >= finest)
-      run(Walker<TimeLimit, Cells, false>({values_.duration}, cells));
+      run(Walker<TimeLimit, false>({values_.duration}, cells));
     else
-      run(Walker<TimeLimit, Cells, true>({values_.duration}, cells));
+      run(Walker<TimeLimit, true>({values_.duration}, cells));
   } else {
     // The distance walker needs steps that are not lost to rounding, nor the sum of a few of them.
     constexpr float kMargin = 16.0F;
     const float c = values_.cellDistance[1];
     if (shortest >= kMargin * finest)
-      run(DistanceWalker<Cells>(limit, c, cells));
+      run(DistanceWalker(limit, c, cells));
     else
-      run(Walker<DistanceLimit, Cells, true>({limit, lastReachFor(limit, c)}, cells));
+      run(Walker<DistanceLimit, true>({limit, lastReachFor(limit, c)}, cells));
   }
 }
 
 void Walks::walkAll() {
   withWalker([&](auto& walker) {
-    for (int32_t row = 1; row <= table_.rows(); ++row) {
+    for (int32_t row = table_.rows().first; row <= table_.rows().last; ++row) {
       const std::int64_t rowStart = table_.index(0, row);
       for (int32_t col = 1; col <= table_.cols(); ++col) {
         if (!walker.startsAt(rowStart + col)) continue;
@@ -181,7 +186,8 @@ void Walks::walkAll() {
 
 int Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
   if (!values_.byTime) return fail("walkByTime", "The walks were prepared by distance");
-  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return kSuccess;
+  if (col < 1 || row < table_.rows().first || col > table_.cols() || row > table_.rows().last)
+    return kSuccess;
   withWalker([&](auto& walker) {
     walker.add(table_.index(col, row), share);
     walker.passOn(table_.index(col, row), share, elapsed);
@@ -192,7 +198,8 @@ int Walks::walkByTime(int32_t col, int32_t row, float share, float elapsed) {
 int Walks::walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin) {
   if (values_.byTime) return fail("walkByDistance", "The walks were prepared by time");
   const bool adds = !std::exchange(origin, false);
-  if (col < 1 || row < 1 || col > table_.cols() || row > table_.rows()) return kSuccess;
+  if (col < 1 || row < table_.rows().first || col > table_.cols() || row > table_.rows().last)
+    return kSuccess;
   withWalker([&](auto& walker) {
     if (adds) walker.add(table_.index(col, row), share);
     walker.passOn(table_.index(col, row), share, travelled);

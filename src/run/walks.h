@@ -16,13 +16,16 @@ class Walks {
   Walks(const Walks&) = delete;
   Walks& operator=(const Walks&) = delete;
 
-  /// Prepares walks over `grad` and `aspect`, of one extent; `grad` is read only by time.
-  /// 0, or -1 with a report.
-  int prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,
-              WalkStorage storage);
+  /// Prepares walks over `grad` and `aspect`, of one extent, or over some of their rows; `grad` is read only
+  /// by time. 0, or -1 with a report.
+  int prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect);
+  int prepare(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect, RowRange rows);
+
+  /// Leaves out what does not come to the rows of `band`, whose totals stay the same. 0, or -1 with a report.
+  int keepWalksTo(RowRange band);
 
   /// Passes `share` on from (col, row), reached after `elapsed` hours, 0 or more; the share is added to that
-  /// cell too. A step that does not fit the duration is cut in proportion. No effect outside the grid.
+  /// cell too. A step that does not fit the duration is cut in proportion. No effect outside the rows.
   /// 0, or -1 with a report for walks that were prepared by distance.
   int walkByTime(int32_t col, int32_t row, float share, float elapsed);
 
@@ -35,13 +38,12 @@ class Walks {
   void walkAll();
 
   /// The totals of the cells of a row.
-  void totals(int32_t row, std::span<float> out) { table_.totals(row, out); }
+  void totals(int32_t row, std::span<float> out) const { table_.totals(row, out); }
+  [[nodiscard]] const WalkTable& table() const { return table_; }
 
  private:
   template <class Use>
   void withWalker(Use use);
-  template <class Cells, class Use>
-  void withWalkerOver(Cells cells, Use use);
 
   WalkValues values_{};
   WalkTable table_;

@@ -28,7 +28,7 @@ class PlainWalks {
   PlainWalks(WalkTable& table, const WalkValues& values) : table_(table), values_(values), graph_(table) {
     totals.resize(static_cast<std::size_t>(graph_.records()));
     graph_.forEachCell([&](std::int64_t cell) {
-      if (table_.memory()[cell].starts == 0) return;
+      if (table_.cells()[cell].starts == 0) return;
       if (values_.byTime)
         byTime(cell, 1.0, 0.0);
       else
@@ -42,7 +42,7 @@ class PlainWalks {
     totals[static_cast<std::size_t>(at)] += share;
     const double duration = static_cast<double>(values_.duration);
     if (!(elapsed < duration)) return;
-    const WalkCell& cell = table_.memory()[at];
+    const WalkCell& cell = table_.cells()[at];
     for (std::size_t way = 0; way < 2; ++way) {
       if (!(cell.share[way] > 0.0F)) continue;
       const auto step = static_cast<double>(cell.step[way]);
@@ -53,7 +53,7 @@ class PlainWalks {
   }
   void byDistance(std::int64_t at, double share, float travelled, bool origin) {
     if (!origin) totals[static_cast<std::size_t>(at)] += share;
-    const WalkCell& cell = table_.memory()[at];
+    const WalkCell& cell = table_.cells()[at];
     for (std::size_t way = 0; way < 2; ++way)
       if (const float reach = cell.step[way] + travelled;
           cell.share[way] > 0.0F && reach <= values_.maxDistance)
@@ -71,18 +71,21 @@ double difference(WalkValues values, const R4Grid_type& grad, const R4Grid_type&
   values.cellDistance = stepLengths(aspect.cellsize);
   values.tolerance = tolerance;
   WalkTable plain;
-  EXPECT_EQ(plain.make(values, grad, aspect, WalkStorage::memory), 0);
+  EXPECT_EQ(plain.make(values, grad, aspect), 0);
   const PlainWalks walks(plain, values);
   WalkTable table;
-  EXPECT_EQ(table.make(values, grad, aspect, WalkStorage::memory), 0);
+  EXPECT_EQ(table.make(values, grad, aspect), 0);
   std::vector<double> totals;
-  EXPECT_EQ(mergeWalks(table, values, result, &totals), 0);
+  R4Grid_type accum;
+  EXPECT_EQ(CreateGrid(accum, {.like = &aspect, .fillValue = 0.0F}), 0);
+  EXPECT_EQ(mergeWalks(values, {.grad = grad, .aspect = aspect, .bcon = aspect, .accum = accum}, result), 0);
+  EXPECT_EQ(mergeTable(table, values, result.rungs, &totals), 0);
   double most = 0;
   FlowGraph(table).forEachCell([&](std::int64_t cell) {
     const double expected = walks.totals[static_cast<std::size_t>(cell)];
     const double got = totals[static_cast<std::size_t>(cell)];
     most = std::max(most, std::abs(got - expected) / std::max(expected, 1.0));
-    EXPECT_EQ(table.memory()[cell].total, static_cast<float>(got));
+    EXPECT_EQ(table.cells()[cell].total, static_cast<float>(got));
   });
   return most;
 }
@@ -93,7 +96,7 @@ std::int64_t circlesOf(const R4Grid_type& aspect) {
   values.cellDistance = stepLengths(aspect.cellsize);
   R4Grid_type none;
   WalkTable table;
-  EXPECT_EQ(table.make(values, none, aspect, WalkStorage::memory), 0);
+  EXPECT_EQ(table.make(values, none, aspect), 0);
   std::int64_t circles = 0;
   EXPECT_EQ(forEachGroup(FlowGraph(table),
                          [&](std::span<const std::int64_t> group) {
@@ -218,9 +221,9 @@ TEST_F(MergedWalks, ConserveTheWater) {
   WalkTable table;
   WalkValues values{.byDistance = true, .maxDistance = 1e4F};
   values.cellDistance = stepLengths(aspect.cellsize);
-  ASSERT_EQ(table.make(values, none, aspect, WalkStorage::memory), 0);
+  ASSERT_EQ(table.make(values, none, aspect), 0);
   std::vector<double> totals;
-  ASSERT_EQ(mergeWalks(table, values, result, &totals), 0);
+  ASSERT_EQ(mergeTable(table, values, 0, &totals), 0);
   double leaving = 0;
   double defect = 0;  // shares do not add to 1
   const FlowGraph graph(table);
@@ -257,16 +260,16 @@ TEST_F(MergedWalks, MarchAroundVorticesOrSayThatTheyCannot) {
   WalkValues near{.byDistance = true, .maxDistance = 115.0F};
   near.cellDistance = stepLengths(10);
   WalkTable vortex;
-  ASSERT_EQ(vortex.make(near, grad, aspect, WalkStorage::memory), 0);
+  ASSERT_EQ(vortex.make(near, grad, aspect), 0);
   memoryLimits().largestBlock = 50'000;  // the cells fit, the tables of the vortex do not
-  EXPECT_EQ(mergeWalks(vortex, near, result), -1);
+  EXPECT_EQ(mergeTable(vortex, near, 0), -1);
   memoryLimits().largestBlock.reset();
   EXPECT_TRUE(console_.has("cells along which the flow goes in circles"));
   WalkValues values{.byDistance = true, .maxDistance = 1e9F};
   values.cellDistance = stepLengths(10);
   WalkTable table;
-  ASSERT_EQ(table.make(values, grad, aspect, WalkStorage::memory), 0);
-  EXPECT_EQ(mergeWalks(table, values, result), -1);
+  ASSERT_EQ(table.make(values, grad, aspect), 0);
+  EXPECT_EQ(mergeTable(table, values, 0), -1);
   EXPECT_TRUE(console_.has("more than 4000 steps"));
 }
 

@@ -46,9 +46,6 @@ class WalksTest : public test::InBothStorages {
     R4Grid_type none;
     return check(values, grad, aspect, none);
   }
-  static WalkStorage walkStorage() {
-    return GetParam() == Storage::disk ? WalkStorage::disk : WalkStorage::memory;
-  }
   /// A grid whose cells are value(col, row), or all the same number.
   template <class Value>
   static R4Grid_type grid(int32_t cols, int32_t rows, Value value) {
@@ -187,7 +184,7 @@ TEST_P(WalksTest, MatchTheReferenceFromTheMiddleOfAPath) {
     WalkValues values{.byDistance = true, .maxDistance = limit};
     values.cellDistance = stepLengths(10.0);
     Walks walks;
-    ASSERT_EQ(walks.prepare(values, m.grad, m.aspect, walkStorage()), 0);
+    ASSERT_EQ(walks.prepare(values, m.grad, m.aspect), 0);
     R4Grid_type accum = grid(9, 7, 0.0F);
     test::ReferenceWalks reference(values, m.grad, m.aspect, accum);
     for (int32_t n = 0; n < 500; ++n) {
@@ -235,7 +232,7 @@ TEST_P(WalksTest, RefuseGridsThatAreAbsentOrOfAnotherExtentAndTheOtherKindOfWalk
   }
   for (const WalkValues& values : {byTime, specific}) {
     Walks walks;
-    ASSERT_EQ(walks.prepare(values, fits, fits, walkStorage()), 0);
+    ASSERT_EQ(walks.prepare(values, fits, fits), 0);
     bool origin = false;
     EXPECT_EQ(walks.walkByTime(1, 1, 1.0F, 0.0F), values.byTime ? 0 : -1);
     EXPECT_EQ(walks.walkByDistance(1, 1, 1.0F, 0.0F, origin), values.byTime ? -1 : 0);
