@@ -386,6 +386,8 @@ Clock& clock() {
   return source;
 }
 
+bool errorsAreOnTerminal() { return ::isatty(STDERR_FILENO) != 0; }
+
 double cpuSeconds() {
   std::timespec used{};
   ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);

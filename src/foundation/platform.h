@@ -125,6 +125,9 @@ struct Clock {
 };
 Clock& clock();
 
+/// True if someone may read standard error as it is written.
+[[nodiscard]] bool errorsAreOnTerminal();
+
 /// CPU seconds that the process has used.
 [[nodiscard]] double cpuSeconds();
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "foundation/messages.h"
+#include "foundation/progress.h"
 #include "grid/geometry.h"
 #include "grid/rows.h"
 #include "grid/storage.h"
@@ -61,12 +62,17 @@ int walkSingly(const WalkValues& values, const AccumulationGrids& grids, const G
   float shortest = 0;
   if (shortestStep(values, grids.grad, shortest) != kSuccess) return kFailure;
   const int32_t margin = stepsWithin(values, shortest, like.rows());
+  ProgressLine progress(like.rows());
   return forEachBand(values, like, margin, [&](const Band& band) {
     Walks walks;
     if (walks.prepare(values, grids.grad, grids.aspect, band.withMargins) != kSuccess ||
         walks.keepWalksTo(band.rows) != kSuccess)
       return kFailure;
-    walks.walkAll();
+    int32_t row = band.withMargins.first;
+    walks.walkAll([&] {
+      if (row >= band.rows.first && row <= band.rows.last) progress.advance();
+      ++row;
+    });
     return storeTotals(walks.table(), band, grids.accum);
   });
 }

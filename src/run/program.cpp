@@ -18,9 +18,11 @@ void printHelp(const ProgramFace& face) {
                "'KEYWORD: value'; '#' begins a comment; every keyword needs its colon, switches too.\n"
                "[in brackets]: what holds without the keyword.\n"
                "\n"
-            << face.keywords()
-            << "\n"
-               "  -h, --help    this text\n"
+            << face.keywords() << "\n"
+            << (face.dryRun == nullptr
+                    ? ""
+                    : "  --dry-run     checks the inputs, tells how long the walks would take, and ends\n")
+            << "  -h, --help    this text\n"
                "  --version     name and version\n"
                "\n"
                "Exit status: 0 if the output raster was written, 1 otherwise.\n";
@@ -39,6 +41,11 @@ int endAfter(const std::exception& fault) {
 }  // namespace
 
 int runProgram(int argc, char** argv, const ProgramFace& face) {
+  const bool dry = face.dryRun != nullptr && argc > 1 && std::string_view(argv[1]) == "--dry-run";
+  if (dry) {
+    --argc;
+    ++argv;
+  }
   std::optional<std::string> argument;
   if (argc > 1) argument = argv[1];
   if (argument == "--help" || argument == "-h") {
@@ -56,7 +63,7 @@ int runProgram(int argc, char** argv, const ProgramFace& face) {
   platform::prepareProcess();
   platform::handleInterruptions();
   try {
-    return face.run(argument) ? 0 : 1;
+    return (dry ? face.dryRun : face.run)(argument) ? 0 : 1;
   } catch (const std::exception& fault) {  // no operation throws on purpose; memory may run out anywhere
     return endAfter(fault);
   }

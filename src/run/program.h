@@ -16,6 +16,9 @@ struct ProgramFace {
   std::string (*keywords)() = nullptr;  ///< help on the keywords of its instruction file
   /// One run; true if its output was written.
   bool (*run)(const std::optional<std::string>& instructionFile) = nullptr;
+  /// A run that ends where the work would begin, for programs that have `--dry-run`; true if nothing is in
+  /// the way of a run.
+  bool (*dryRun)(const std::optional<std::string>& instructionFile) = nullptr;
 };
 
 /// What `main` does. Exit status 0 if the output was written or help was asked for, else 1.

@@ -18,6 +18,7 @@ struct RunState {
   bool makeBcon = true;      ///< contour length is computed rather than read
   bool saveGradient = false, saveAspect = false, saveBcon = false;  ///< a computed raster is written too
   int32_t threads = 0;                                              ///< that work at once; 0: all cores
+  bool dry = false;          ///< ends before the walks, with an estimate of their time
   bool strict = false;       ///< warnings about the instruction file stop the run
   std::string outputName{};  ///< rasters are named without extension
   std::string gradientName{}, aspectName{}, bconName{};

@@ -25,8 +25,18 @@ float speedAt(float gradient, float conductivity) {
   return speed < 0.0F ? 0.0F : speed;
 }
 
-/// The record of a cell. By time a cell whose gradient is not above 0 has no steps.
-WalkCell walkCell(const WalkValues& values, float gradient, float aspect, int64_t stride) {
+float withoutNaN(float value) { return std::isnan(value) ? kNodata : value; }
+
+}  // namespace
+
+std::array<float, 9> stepLengths(double cellsize) {
+  const auto c = static_cast<float>(cellsize);
+  std::array<float, 9> lengths{};
+  for (std::size_t k = 1; k < lengths.size(); ++k) lengths[k] = c * stepLength(static_cast<int32_t>(k));
+  return lengths;
+}
+
+WalkCell walkCell(const WalkValues& values, float gradient, float aspect, std::int64_t stride) {
   WalkCell cell;
   cell.starts = aspect < 0.0F ? 0 : 1;
   if (values.byTime && !(gradient > 0.0F)) return cell;
@@ -42,17 +52,6 @@ WalkCell walkCell(const WalkValues& values, float gradient, float aspect, int64_
     ++found;
   }
   return cell;
-}
-
-float withoutNaN(float value) { return std::isnan(value) ? kNodata : value; }
-
-}  // namespace
-
-std::array<float, 9> stepLengths(double cellsize) {
-  const auto c = static_cast<float>(cellsize);
-  std::array<float, 9> lengths{};
-  for (std::size_t k = 1; k < lengths.size(); ++k) lengths[k] = c * stepLength(static_cast<int32_t>(k));
-  return lengths;
 }
 
 int WalkTable::make(const WalkValues& values, const R4Grid_type& grad, const R4Grid_type& aspect,

@@ -43,6 +43,10 @@ struct WalkCell {
 };
 static_assert(sizeof(WalkCell) == 32);
 
+/// The record of a cell in a table of `stride` records a row. By time a cell whose gradient is not above 0
+/// has no steps.
+[[nodiscard]] WalkCell walkCell(const WalkValues& values, float gradient, float aspect, std::int64_t stride);
+
 /// Rows of a grid, from the first to the last.
 struct RowRange {
   int32_t first = 1;

@@ -170,16 +170,25 @@ void Walks::withWalker(Use use) {
   }
 }
 
-void Walks::walkAll() {
+template <class Walker>
+void Walks::walkFrom(Walker& walker, int32_t row, int32_t first, int32_t last) {
+  const std::int64_t rowStart = table_.index(0, row);
+  for (int32_t col = first; col <= last; ++col) {
+    if (!walker.startsAt(rowStart + col)) continue;
+    if (values_.byTime) walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
+    walker.passOn(rowStart + col, 1.0F, 0.0F);
+  }
+}
+
+void Walks::walkFrom(int32_t row, int32_t first, int32_t last) {
+  withWalker([&](auto& walker) { walkFrom(walker, row, first, last); });
+}
+
+void Walks::walkAll(const std::function<void()>& rowDone) {
   withWalker([&](auto& walker) {
     for (int32_t row = table_.rows().first; row <= table_.rows().last; ++row) {
-      const std::int64_t rowStart = table_.index(0, row);
-      for (int32_t col = 1; col <= table_.cols(); ++col) {
-        if (!walker.startsAt(rowStart + col)) continue;
-        if (values_.byTime)
-          walker.add(rowStart + col, 1.0F);  // by distance a cell is no part of its own total
-        walker.passOn(rowStart + col, 1.0F, 0.0F);
-      }
+      walkFrom(walker, row, 1, table_.cols());
+      if (rowDone) rowDone();
     }
   });
 }

@@ -5,6 +5,7 @@
 // order of the start cells, fixes the rounding of the result.
 
 #include <cstdint>
+#include <functional>
 
 #include "run/walk_table.h"
 
@@ -34,14 +35,20 @@ class Walks {
   /// 0, or -1 with a report for walks that were prepared by time.
   int walkByDistance(int32_t col, int32_t row, float share, float travelled, bool& origin);
 
-  /// A walk of share 1 from every cell whose aspect is not negative, row by row.
-  void walkAll();
+  /// A walk of share 1 from every cell whose aspect is not negative, row by row. `rowDone` is called after
+  /// each row.
+  void walkAll(const std::function<void()>& rowDone = {});
+
+  /// The same from the columns first to last of a row.
+  void walkFrom(int32_t row, int32_t first, int32_t last);
 
   /// The totals of the cells of a row.
   void totals(int32_t row, std::span<float> out) const { table_.totals(row, out); }
   [[nodiscard]] const WalkTable& table() const { return table_; }
 
  private:
+  template <class Walker>
+  void walkFrom(Walker& walker, int32_t row, int32_t first, int32_t last);
   template <class Use>
   void withWalker(Use use);
 

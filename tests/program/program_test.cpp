@@ -172,6 +172,8 @@ TEST_F(Program, FaultsAreReportedAndEndWithStatusOne) {
         {{"OUTPUT RASTER: " + std::string(300, 'x')}, {"The value is longer than 256 characters"}},
         {{"DEM: elev_site\nMAX DISTANCE: 5"}, {"Cannot have both DURATION + CONDUCTIVITY and MAX DISTANCE"}},
         {{"MAX DISTANCE: 5"}, {"Cannot have both MAX DISTANCE and DURATION + CONDUCTIVITY"}},
+        {{"THREADS: 0"}, {"Error reading THREADS: a whole number from 1"}},
+        {{"THREADS: two"}, {"Error reading THREADS"}},
         {{"WALKS: FAST"}, {"WALKS is EXACT or MERGED\n LINE: 7"}},
         {{"WALKS: EXACT, MERGED"}, {"WALKS is EXACT or MERGED"}},
         {{"WALKS: MERGED, TOLERANCE = 0"}, {"Error reading TOLERANCE of WALKS"}},
@@ -370,6 +372,29 @@ TEST_F(Program, NamesKeepTheirParts) {
   const std::string specific = readBytes(at("out.flt"));
   ASSERT_EQ(run(byTime() + "\tSPECIFIC\t:\n").status, 0);
   EXPECT_EQ(readBytes(at("out.flt")), specific);
+}
+
+TEST_F(Program, ADryRunTellsTheWorkAndWritesNothing) {
+  writeDem();
+  write("in.txt",
+        byTime({"-DURATION", "-CONDUCTIVITY", "MAX DISTANCE: 2000", "OUTPUT ASPECT RASTER:", "THREADS: 2"}));
+  const auto filesIn = [&] {
+    std::ptrdiff_t files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::recursive_directory_iterator(scratch_.path())) ++files;
+    return files;
+  };
+  const std::ptrdiff_t before = filesIn();
+  const std::string command = "cd '" + scratch_.path() + "' && " + program() + " --dry-run ";
+  const Outcome told = test::shell(command + "in.txt");
+  EXPECT_EQ(told.status, 0) << told.text;
+  EXPECT_NE(told.text.find("Walks: 1179, of "), std::string::npos) << told.text;
+  EXPECT_NE(told.text.find("Expected: about "), std::string::npos) << told.text;
+  EXPECT_EQ(filesIn(), before);
+  write("in.txt", byTime({"WALKS: MERGED"}));
+  EXPECT_NE(test::shell(command + "in.txt").text.find("Expected, merged: "), std::string::npos);
+  write("in.txt", byTime({"DURATION: x"}));
+  EXPECT_EQ(test::shell(command + "in.txt").status, 1);
+  EXPECT_EQ(test::shell(command + "in.txt more").status, 1);
 }
 
 // A sanitizer reserves more address space than a limit could leave it.
